@@ -1,0 +1,8 @@
+# One target that every target of ours links privately and that is never exported.
+add_library(VelmorantWarnings INTERFACE)
+target_compile_options(VelmorantWarnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+  $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>
+  $<$<CXX_COMPILER_ID:Clang>:-Wshadow>
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
+  $<$<BOOL:${VELMORANT_WERROR}>:-Werror>)
