@@ -8,7 +8,8 @@
 
 namespace velmorant {
 
-/// An image of `width` by `height` units with `scale` device pixels a unit, so of width * scale by height * scale pixels.
+/// An image of `width` by `height` units with `scale` device pixels a unit, so of width * scale by height * scale
+/// pixels.
 template <class Number>
 struct Size {
     Number width{};
