@@ -25,7 +25,8 @@ public:
 
     [[nodiscard]] std::expected<void, std::error_code> write(std::span<const std::byte> bytes) override;
 
-    /// After an error the destination is as it was before. Once only.
+    /// Once only. After an error the destination is as it was before; where only the last step failed, flushing the
+    /// folder, it may be there already, whole.
     [[nodiscard]] std::expected<void, std::error_code> commit();
 
 private:

@@ -2,7 +2,9 @@
 
 #include "Platform/Foundation/Date.hpp"
 
+#include <memory>
 #include <optional>
+#include <string>
 
 namespace platform {
 
@@ -20,19 +22,25 @@ struct DateComponents {
     friend bool operator==(const DateComponents&, const DateComponents&) = default;
 };
 
-/// Converts between points in time and what the device's calendar and clock show, in the device's time zone.
+/// Converts between points in time and what a calendar and a clock show in one time zone. A cheap value; any thread.
 class Calendar {
 public:
-    /// The calendar of the device as it is set up now.
+    /// In the device's time zone. A zone that cannot be loaded counts as UTC.
     static Calendar current();
+
+    static bool knowsTimeZone(const std::string& name);
 
     /// Nothing where the components name no moment (month 13, 30 February, hour 24). A local time that occurs twice
     /// gives the earlier moment; one that a clock change leaves out, the moment shifted by the change.
     std::optional<Date> date(const DateComponents& components) const;
 
-    /// In the device's zone, `secondsFromGMT` included. Nanoseconds are the fraction of the second rounded to whole
-    /// microseconds, with carry.
+    /// `secondsFromGMT` included. Nanoseconds are the fraction of the second rounded to whole microseconds, with carry.
     DateComponents components(const Date& date) const;
+
+private:
+    struct Zone;
+    explicit Calendar(std::shared_ptr<const Zone> zone) : zone_(std::move(zone)) {}
+    std::shared_ptr<const Zone> zone_;
 };
 
 } // namespace platform

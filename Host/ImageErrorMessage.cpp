@@ -1,0 +1,51 @@
+#include "Host/ImageErrorMessage.hpp"
+
+#include "Host/Message.hpp"
+
+namespace host {
+
+namespace {
+
+const char* sentence(platform::ImageError::Code code) {
+    using enum platform::ImageError::Code;
+    switch (code) {
+    case missing:
+        return "{}: there is no such file";
+    case noPermission:
+        return "{}: permission denied; check the file's rights";
+    case notRegularFile:
+        return "{}: not a regular file; name an image file or a folder of them";
+    case notAnImage:
+        return "{}: not an image of a known format; PNG, JPEG and WebP are read";
+    case unsupported:
+        return "{}: a kind of image that is not supported; convert it to PNG";
+    case truncated:
+        return "{}: the file is cut off; copy it again from where it came";
+    case damaged:
+        return "{}: the image is damaged; copy it again from where it came";
+    case tooLarge:
+        return "{}: the image is too large";
+    case changed:
+        return "{}: the file changed while it was read; try again";
+    case readFailed:
+        return "{}: the file could not be read";
+    case writeFailed:
+        return "{}: the picture could not be written";
+    case outOfMemory:
+        return "{}: there is not enough memory for this image";
+    case cancelled:
+        return "{}: interrupted";
+    }
+    return "{}: unknown error";
+}
+
+} // namespace
+
+std::string imageErrorMessage(const std::filesystem::path& file, const platform::ImageError& error) {
+    std::string text = message(sentence(error.code), {shown(file)});
+    if (!error.detail.empty())
+        text += " (" + shown(error.detail) + ")";
+    return text;
+}
+
+} // namespace host

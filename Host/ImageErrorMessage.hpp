@@ -1,0 +1,13 @@
+#pragma once
+
+#include "Platform/CoreGraphics/ImageError.hpp"
+
+#include <filesystem>
+#include <string>
+
+namespace host {
+
+/// One line for people that names the file, says what is wrong with it and what can be done.
+std::string imageErrorMessage(const std::filesystem::path& file, const platform::ImageError& error);
+
+} // namespace host

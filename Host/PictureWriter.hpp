@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Host/OutputFile.hpp"
+#include "Platform/CoreImage/CIImage.hpp"
+#include "Platform/Foundation/Date.hpp"
+
+#include <expected>
+
+namespace host {
+
+/// Draws `recipe` band by band into the file: never a bitmap of the whole, and nothing under the file's name until all
+/// of it is on the disk. `captureDate` and the program's mark go into the metadata. Stops with `cancelled` on Ctrl-C;
+/// after any error no file is left behind.
+[[nodiscard]] std::expected<void, platform::ImageError>
+writePicture(const platform::CIImage& recipe, const OutputFile& output, const platform::Date& captureDate);
+
+} // namespace host
