@@ -28,9 +28,10 @@ could not be read or written; 2 the call was wrong; 130 interrupted.)";
 /// CLI11 wants the arguments last first.
 std::vector<std::string> argumentsFor(CLI::App& app, int count, const char* const* arguments) {
     std::vector<std::string> words(arguments + 1, arguments + count);
-    constexpr const char* ofTheProgram[] = {"-h", "--help", "--version"};
-    const bool named = words.empty() || app.get_subcommand_no_throw(words.front()) ||
-                       std::ranges::find(ofTheProgram, words.front()) != std::end(ofTheProgram);
+    std::vector<std::string> known{"-h", "--help", "--version"};
+    for (const CLI::App* command : app.get_subcommands(nullptr))
+        known.push_back(command->get_name());
+    const bool named = words.empty() || std::ranges::find(known, words.front()) != known.end();
     if (!named)
         words.insert(words.begin(), "stitch");
     std::ranges::reverse(words);

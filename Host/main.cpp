@@ -1,3 +1,15 @@
-int main() {
-    return 0;
+#include "Host/CommandLine.hpp"
+#include "Host/Interrupt.hpp"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+
+int main(int argumentCount, char** arguments) {
+    std::signal(SIGPIPE, SIG_IGN); // a reader that went away shows as a failed write
+    host::Interrupt::watch();
+    const host::ExitStatus status = host::runCommandLine(argumentCount, arguments);
+    std::fflush(nullptr);
+    _exit(static_cast<int>(status)); // threads of the pool may be at work still: nothing of theirs is taken down
 }

@@ -4,6 +4,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <atomic>
+#include <future>
+#include <map>
+#include <thread>
 
 namespace velmorant {
 

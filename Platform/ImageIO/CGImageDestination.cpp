@@ -1,0 +1,22 @@
+#include "Platform/ImageIO/CGImageDestination.hpp"
+
+#include "Platform/ImageIO/ImageCodec.hpp"
+
+namespace platform {
+
+std::int64_t CGImageDestination::maxHeight(ImageFormat format) {
+    return codecOf(format).maxHeight;
+}
+
+std::expected<std::unique_ptr<CGImageDestination>, ImageError>
+CGImageDestination::make(ImageFormat format, ByteSink& sink, const ImageHeader& header, const EncodeOptions& options) {
+    const ImageCodec& codec = codecOf(format);
+    if (header.height > codec.maxHeight || header.width > codec.maxHeight)
+        return std::unexpected(ImageError{ImageError::Code::tooLarge, std::to_string(header.width) + " x " +
+                                                                          std::to_string(header.height) +
+                                                                          " pixels, the format holds " +
+                                                                          std::to_string(codec.maxHeight) + " a side"});
+    return codec.writer(sink, header, options);
+}
+
+} // namespace platform

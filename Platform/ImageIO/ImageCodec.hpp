@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Platform/CoreGraphics/Premultiplication.hpp"
+#include "Platform/ImageIO/CGImageDestination.hpp"
+#include "Platform/ImageIO/CGImageSource.hpp"
+#include "Platform/ImageIO/InputFile.hpp"
+
+namespace platform {
+
+/// What a decoder finds in a file's header.
+struct ImageDescription {
+    ImageProperties properties;
+    CGColorSpace colorSpace;
+};
+
+/// A format's way in and out. `inspect` decodes no pixels; `reader` is given a file that was inspected before.
+struct ImageCodec {
+    std::expected<ImageDescription, ImageError> (*inspect)(InputFile file, const ImageLimits& limits);
+    std::expected<std::unique_ptr<RowReader>, ImageError> (*reader)(InputFile file, const ImageDescription& description,
+                                                                    const ImageLimits& limits);
+    std::expected<std::unique_ptr<CGImageDestination>, ImageError> (*writer)(ByteSink& sink, const ImageHeader& header,
+                                                                             const EncodeOptions& options);
+    std::int64_t maxHeight; ///< of pictures that are written
+};
+
+extern const ImageCodec pngCodec;
+extern const ImageCodec jpegCodec;
+extern const ImageCodec webpCodec;
+
+const ImageCodec& codecOf(ImageFormat format);
+
+/// The error of a size beyond the limits, or none.
+std::optional<ImageError> sizeError(std::int64_t width, std::int64_t height, const ImageLimits& limits);
+
+/// The profile of an RGB image; sRGB where it is none for RGB values.
+CGColorSpace colorSpaceOf(std::vector<std::byte> profile);
+
+/// Hands out the rows of a picture that had to be decoded whole.
+std::unique_ptr<RowReader> readerOfWhole(Bitmap pixels, bool opaque);
+
+} // namespace platform
