@@ -1,12 +1,137 @@
 #include "Orbelquist/KSVPatternMaker.hpp"
 
+#include "Orbelquist/FrameReader.hpp"
+#include "Orbelquist/PairMatcher.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Dispatch/Mutex.hpp"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <thread>
 
 namespace orbelquist {
 
+namespace {
+
+using platform::DispatchQueue;
+using platform::MutexLock;
+
+/// One request, worked off by as many threads as take part. Frames are read in order; a pair is matched as soon as both
+/// its frames are there, before more are read; a frame is let go with the last pair that needs it. So few are in
+/// memory, however long the run.
+class Request {
+public:
+    explicit Request(KSVPatternMaker::Images images) : images_(std::move(images)), pairs_(images_.size() - 1) {}
+
+    /// Works until nothing is left to begin. Several threads at once.
+    void work() {
+        for (;;) {
+            std::size_t index = 0;
+            switch (next(index)) {
+            case Task::match:
+                match(index);
+                break;
+            case Task::read:
+                read(index);
+                break;
+            case Task::none:
+                return;
+            }
+        }
+    }
+
+    /// After all work has ended.
+    std::vector<KSVPatternPair> answer() {
+        for (std::size_t k = 0; k < pairs_.size(); ++k) {
+            // Two equal shots take no direction: they continue a run that leads down, but begin none.
+            KSVPattern& positive = pairs_[k].positive;
+            if (positive.valid() && positive.offset() == 0 && (k == 0 || !pairs_[k - 1].positive.valid()))
+                positive = {};
+        }
+        return std::move(pairs_);
+    }
+
+private:
+    enum class Task { read, match, none };
+    using FramePointer = std::shared_ptr<const Frame>; ///< null: cannot be read
+
+    Task next(std::size_t& index) {
+        const MutexLock lock(mutex_);
+        for (;;) {
+            if (matched_ < pairs_.size() && frames_.contains(matched_) && frames_.contains(matched_ + 1)) {
+                index = matched_++;
+                return Task::match;
+            }
+            if (matched_ == pairs_.size())
+                return Task::none;
+            if (read_ < images_.size() && frames_.size() + reading_ < mostFrames_) {
+                index = read_++;
+                ++reading_;
+                return Task::read;
+            }
+            change_.wait(mutex_);
+        }
+    }
+
+    void read(std::size_t index) {
+        auto frame = readFrame(*images_[index]);
+        images_[index].reset();
+        const MutexLock lock(mutex_);
+        --reading_;
+        frames_[index] = {frame ? std::make_shared<const Frame>(std::move(*frame)) : nullptr,
+                          (index > 0 ? 1 : 0) + (index < pairs_.size() ? 1 : 0)};
+        change_.notifyAll();
+    }
+
+    void match(std::size_t index) {
+        FramePointer a, b;
+        {
+            const MutexLock lock(mutex_);
+            a = frames_[index].frame;
+            b = frames_[index + 1].frame;
+        }
+        if (a && b)
+            pairs_[index] = matchFrames(*a, *b);
+        a = b = nullptr;
+        const MutexLock lock(mutex_);
+        for (const std::size_t used : {index, index + 1})
+            if (--frames_[used].pairsLeft == 0)
+                frames_.erase(used);
+        change_.notifyAll();
+    }
+
+    struct Held {
+        FramePointer frame;
+        int pairsLeft = 0;
+    };
+
+    // Each element is touched by one thread at a time.
+    KSVPatternMaker::Images images_;
+    std::vector<KSVPatternPair> pairs_;
+
+    const std::size_t mostFrames_ = 2 + std::max(1u, std::thread::hardware_concurrency());
+
+    platform::Mutex mutex_;
+    platform::Condition change_;
+    std::size_t read_ VELMORANT_GUARDED_BY(mutex_) = 0;    ///< images begun
+    std::size_t reading_ VELMORANT_GUARDED_BY(mutex_) = 0; ///< of these, not yet in `frames_`
+    std::size_t matched_ VELMORANT_GUARDED_BY(mutex_) = 0; ///< pairs begun
+    std::map<std::size_t, Held> frames_ VELMORANT_GUARDED_BY(mutex_);
+};
+
+} // namespace
+
 void KSVPatternMaker::patternsForImages(Images images, Completion completion) const {
-    platform::DispatchQueue::global().async([images = std::move(images), completion = std::move(completion)] {
-        completion(std::vector<KSVPatternPair>(images.empty() ? 0 : images.size() - 1));
+    DispatchQueue::global().async([images = std::move(images), completion = std::move(completion)]() mutable {
+        if (images.size() < 2) {
+            completion({});
+            return;
+        }
+        Request request(std::move(images));
+        DispatchQueue::concurrentPerform(std::max(1u, std::thread::hardware_concurrency()),
+                                         [&](std::size_t) { request.work(); });
+        completion(request.answer());
     });
 }
 

@@ -146,8 +146,8 @@ TEST(OpenCVAligner, ChoosesBetweenDownAndUp) {
         std::string got = "-";
         if (run) {
             got.clear();
-            for (const auto& [item, position] :
-                 AlignmentGenerator().generateAlignment(run->items, run->patterns)->positions())
+            const auto alignment = AlignmentGenerator().generateAlignment(run->items, run->patterns);
+            for (const auto& [item, position] : alignment->positions())
                 got += item.id;
         }
         EXPECT_EQ(got, expected);

@@ -1,0 +1,57 @@
+#include "Orbelquist/Frame.hpp"
+
+#include "Orbelquist/Kernels/CellMeans.hpp"
+
+#include <algorithm>
+
+namespace orbelquist {
+
+namespace {
+
+/// A cell carries information where its luma varies by more than this many levels within `reach` rows above and below:
+/// more than what lossy coding does to a flat background, less than a hairline or faint text.
+constexpr int informationLevels = 4;
+constexpr std::int64_t reach = 4;
+
+std::vector<CellMask> informedCells(const std::vector<RowSignature>& signature) {
+    const auto height = static_cast<std::int64_t>(signature.size());
+    std::vector<CellMask> informed(signature.size());
+    for (std::int64_t y = 0; y < height; ++y) {
+        RowSignature least = signature[static_cast<std::size_t>(y)], most = least;
+        for (std::int64_t near = std::max<std::int64_t>(0, y - reach); near <= std::min(height - 1, y + reach);
+             ++near) {
+            const RowSignature& row = signature[static_cast<std::size_t>(near)];
+            for (std::size_t cell = 0; cell < cellCount; ++cell) {
+                least[cell] = std::min(least[cell], row[cell]);
+                most[cell] = std::max(most[cell], row[cell]);
+            }
+        }
+        for (std::size_t cell = 0; cell < cellCount; ++cell)
+            informed[static_cast<std::size_t>(y)] |= CellMask{most[cell] - least[cell] > informationLevels} << cell;
+    }
+    return informed;
+}
+
+} // namespace
+
+FrameBuilder::FrameBuilder(std::int64_t width, std::int64_t height) {
+    frame_.width = width;
+    frame_.height = height;
+    frame_.luma.resize(static_cast<std::size_t>(width * height));
+    frame_.signature.resize(static_cast<std::size_t>(height));
+}
+
+void FrameBuilder::add(const std::uint8_t* rows, std::size_t stride, std::int64_t count) {
+    for (; count > 0; --count, ++next_, rows += stride) {
+        std::uint8_t* luma = frame_.luma.data() + next_ * frame_.width;
+        lumaOf(rows, {luma, static_cast<std::size_t>(frame_.width)});
+        frame_.signature[static_cast<std::size_t>(next_)] = cellMeans({luma, static_cast<std::size_t>(frame_.width)});
+    }
+}
+
+Frame FrameBuilder::finish() {
+    frame_.informed = informedCells(frame_.signature);
+    return std::move(frame_);
+}
+
+} // namespace orbelquist

@@ -1,0 +1,76 @@
+#include "Orbelquist/Furniture.hpp"
+
+#include "Orbelquist/Kernels/CompareCells.hpp"
+
+#include <algorithm>
+#include <bit>
+
+namespace orbelquist {
+
+namespace {
+
+/// Flat cells between two edges that stand still belong to the same piece of furniture when the edges are no further
+/// apart than a bar is high: a sixteenth of the screen.
+constexpr std::int64_t barsPerScreen = 16;
+
+/// A row stands still over its whole width when all but this many cells do: a clock or a badge may change meanwhile.
+constexpr int changingCells = 4;
+
+/// The rows from the screen's edge inwards that stand still, up to the last one with an edge: blank rows behind the bar
+/// may be the page's. `row(i)` is the i-th row from that edge.
+template <class Row>
+std::int64_t stillRows(std::int64_t height, const std::vector<CellMask>& equal, const std::vector<CellMask>& informed,
+                       Row row) {
+    std::int64_t still = 0;
+    for (std::int64_t i = 0; i < height; ++i) {
+        const auto y = static_cast<std::size_t>(row(i));
+        if (std::popcount(equal[y]) < cellCount - changingCells)
+            break;
+        if (informed[y] != 0)
+            still = i + 1;
+    }
+    return still;
+}
+
+/// Marks the flat cells between still edges above each other.
+void fill(std::vector<CellMask>& cells, const std::vector<CellMask>& equal, std::int64_t reach) {
+    const auto height = static_cast<std::int64_t>(cells.size());
+    for (int cell = 0; cell < cellCount; ++cell) {
+        const CellMask bit = CellMask{1} << cell;
+        std::int64_t edge = -1; // the last edge above, as long as all is equal from there on
+        for (std::int64_t y = 0; y < height; ++y) {
+            const auto at = static_cast<std::size_t>(y);
+            if (!(equal[at] & bit)) {
+                edge = -1;
+            } else if (cells[at] & bit) {
+                if (edge >= 0 && y - edge <= reach)
+                    for (std::int64_t between = edge + 1; between < y; ++between)
+                        cells[static_cast<std::size_t>(between)] |= bit;
+                edge = y;
+            }
+        }
+    }
+}
+
+} // namespace
+
+Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
+    const std::int64_t height = std::min(a.height, b.height);
+    std::vector<CellMask> equal(static_cast<std::size_t>(height)), informed(equal.size());
+    Furniture furniture{std::vector<CellMask>(equal.size()), 0, 0};
+    for (std::size_t y = 0; y < equal.size(); ++y) {
+        equal[y] = equalCells(a.signature[y], b.signature[y], tolerance);
+        informed[y] = a.informed[y] | b.informed[y];
+        furniture.cells[y] = equal[y] & informed[y];
+    }
+    furniture.topRows = stillRows(height, equal, informed, [](std::int64_t i) { return i; });
+    furniture.bottomRows = stillRows(height, equal, informed, [&](std::int64_t i) { return height - 1 - i; });
+    fill(furniture.cells, equal, height / barsPerScreen);
+    for (std::int64_t i = 0; i < furniture.topRows; ++i)
+        furniture.cells[static_cast<std::size_t>(i)] = ~CellMask{0};
+    for (std::int64_t i = 0; i < furniture.bottomRows; ++i)
+        furniture.cells[static_cast<std::size_t>(height - 1 - i)] = ~CellMask{0};
+    return furniture;
+}
+
+} // namespace orbelquist

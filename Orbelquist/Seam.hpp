@@ -1,0 +1,12 @@
+#pragma once
+
+#include "Orbelquist/KSVPattern.hpp"
+#include "Orbelquist/Verification.hpp"
+
+namespace orbelquist {
+
+/// The pattern of a verified shift: its band is made of the first rows that agree over their whole width, as high up as
+/// they come, so that what hangs over the upper image (a button, a toast, a bar) is covered by the lower one.
+KSVPattern seamAt(const FramePair& pair, const Examination& verified);
+
+} // namespace orbelquist

@@ -1,0 +1,38 @@
+#include "Orbelquist/ShiftProfile.hpp"
+
+#include <algorithm>
+
+namespace orbelquist {
+
+FramePair::FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance)
+    : a_(a), b_(b), tolerance_(tolerance), furniture_(furnitureOf(a, b, tolerance)), ignoredInA_(furniture_.cells),
+      ignoredInB_(furniture_.cells) {
+    ignoredInA_.resize(static_cast<std::size_t>(a.height));
+    ignoredInB_.resize(static_cast<std::size_t>(b.height));
+}
+
+void FramePair::compare(std::int64_t shift, std::vector<RowAgreement>& rows) const {
+    const std::int64_t first = firstRow(shift), last = lastRow(shift);
+    rows.resize(static_cast<std::size_t>(std::max<std::int64_t>(0, last - first)));
+    if (rows.empty())
+        return;
+    const auto inA = static_cast<std::size_t>(first + shift), inB = static_cast<std::size_t>(first);
+    compareRows({&a_.signature[inA], &a_.informed[inA], &ignoredInA_[inA]},
+                {&b_.signature[inB], &b_.informed[inB], &ignoredInB_[inB]}, tolerance_, rows);
+}
+
+Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows) {
+    Stretch best{.shift = shift}, current{.shift = shift, .first = firstRow};
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        current.agreeing += rows[i].agreeing;
+        current.contradicting += rows[i].contradicting;
+        current.last = firstRow + static_cast<std::int64_t>(i) + 1;
+        if (current.score() <= 0)
+            current = {.shift = shift, .first = current.last};
+        else if (current.score() > best.score())
+            best = current;
+    }
+    return best;
+}
+
+} // namespace orbelquist

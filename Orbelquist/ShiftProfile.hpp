@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Orbelquist/Frame.hpp"
+#include "Orbelquist/Furniture.hpp"
+#include "Orbelquist/Kernels/CompareCells.hpp"
+
+#include <cstdint>
+#include <vector>
+
+namespace orbelquist {
+
+/// Two frames and what stands still between them, to be laid over each other at any shift: row r of the second on row
+/// r + shift of the first.
+class FramePair {
+public:
+    FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance);
+
+    const Frame& a() const { return a_; }
+    const Frame& b() const { return b_; }
+    const Furniture& furniture() const { return furniture_; }
+    std::uint8_t tolerance() const { return tolerance_; }
+
+    /// The rows of the second frame that lie on the first: from `first` up to `last`.
+    std::int64_t firstRow(std::int64_t shift) const { return shift < 0 ? -shift : 0; }
+    std::int64_t lastRow(std::int64_t shift) const { return std::min(b_.height, a_.height - shift); }
+
+    /// How these rows compare, in order, without the furniture of either. `rows` is reused memory.
+    void compare(std::int64_t shift, std::vector<RowAgreement>& rows) const;
+
+private:
+    const Frame& a_;
+    const Frame& b_;
+    const std::uint8_t tolerance_;
+    const Furniture furniture_;
+    std::vector<CellMask> ignoredInA_, ignoredInB_; ///< as high as the frames
+};
+
+/// The stretch of rows in which the page lies at a shift: agreement minus twice the contradiction is greatest. Blank
+/// rows count nothing, so bars at the ends cut themselves off.
+struct Stretch {
+    std::int64_t shift = 0;
+    std::int64_t first = 0, last = 0; ///< rows of the second frame
+    std::int64_t agreeing = 0;        ///< cells
+    std::int64_t contradicting = 0;   ///< cells
+
+    std::int64_t score() const { return agreeing - 2 * contradicting; }
+};
+
+Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows);
+
+} // namespace orbelquist
