@@ -1,6 +1,7 @@
 #include "Orbelquist/Frame.hpp"
 
 #include "Orbelquist/Kernels/CellMeans.hpp"
+#include "Orbelquist/Kernels/Edges.hpp"
 
 #include <algorithm>
 
@@ -38,6 +39,7 @@ FrameBuilder::FrameBuilder(std::int64_t width, std::int64_t height) {
     frame_.width = width;
     frame_.height = height;
     frame_.luma.resize(static_cast<std::size_t>(width * height));
+    frame_.edges.resize(frame_.luma.size());
     frame_.signature.resize(static_cast<std::size_t>(height));
 }
 
@@ -51,6 +53,11 @@ void FrameBuilder::add(const std::uint8_t* rows, std::size_t stride, std::int64_
 
 Frame FrameBuilder::finish() {
     frame_.informed = informedCells(frame_.signature);
+    for (std::int64_t y = 0; y < frame_.height; ++y) {
+        const std::int64_t above = std::max<std::int64_t>(0, y - 1), below = std::min(frame_.height - 1, y + 1);
+        markEdges(frame_.row(above), frame_.row(y), frame_.row(below),
+                  {frame_.edges.data() + y * frame_.width, static_cast<std::size_t>(frame_.width)});
+    }
     return std::move(frame_);
 }
 

@@ -15,16 +15,18 @@ using RowSignature = std::array<std::uint8_t, cellCount>;
 /// One bit a cell, the leftmost lowest.
 using CellMask = std::uint64_t;
 
-/// What the matcher keeps of a screenshot: the luma of every pixel, and of every row a signature and which of its cells
-/// carry information. Rows from top to bottom.
+/// What the matcher keeps of a screenshot: the luma of every pixel and whether it lies on an edge, and of every row a
+/// signature and which of its cells carry information. Rows from top to bottom.
 struct Frame {
     std::int64_t width = 0;
     std::int64_t height = 0;
     std::vector<std::uint8_t> luma;      ///< width * height, row after row
+    std::vector<std::uint8_t> edges;     ///< as many: 1 where luma changes sharply from one neighbour to the other
     std::vector<RowSignature> signature; ///< one a row
     std::vector<CellMask> informed;      ///< one a row: cells whose luma varies within a few rows
 
     const std::uint8_t* row(std::int64_t y) const { return luma.data() + y * width; }
+    const std::uint8_t* edgeRow(std::int64_t y) const { return edges.data() + y * width; }
 };
 
 /// Builds a frame from its rows as they are decoded.

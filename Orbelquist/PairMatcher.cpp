@@ -63,14 +63,6 @@ std::vector<Stretch> candidates(std::vector<Stretch> stretches) {
     return chosen;
 }
 
-/// Whether the pixels leave no doubt but for other places.
-bool holds(const Examination& e, std::int64_t height, std::int64_t width) {
-    const std::int64_t unexplained = e.strayRows + e.conflictRows;
-    return e.agreeingRows * 100 >= height && e.agreeing >= width &&
-           e.agreeing * 100 >= (e.agreeing + e.contradicting) * 85 && unexplained * 160 <= height &&
-           unexplained * 8 <= e.agreeingRows;
-}
-
 } // namespace
 
 KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
@@ -81,18 +73,15 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
         return *equal;
 
     std::optional<Examination> best;
-    std::int64_t second = 0;
-    const std::int64_t height = std::min(a.height, b.height);
+    std::int64_t second = 0; // agreement at the runner-up
     for (const Stretch& candidate : candidates(stretchesOfAllShifts(pair))) {
-        const Examination e = examine(pair, candidate);
-        if (!holds(e, height, a.width))
+        const auto examined = examine(pair, candidate);
+        if (!examined || !holds(*examined, pair))
             continue;
-        if (!best || e.agreeing > best->agreeing) {
-            second = std::max(second, best ? best->agreeing : 0);
-            best = e;
-        } else {
-            second = std::max(second, e.agreeing);
-        }
+        const bool leads = !best || examined->agreeing > best->agreeing;
+        second = std::max(second, !leads ? examined->agreeing : best ? best->agreeing : 0);
+        if (leads)
+            best = examined;
     }
     if (!best || second * 3 > best->agreeing)
         return {};

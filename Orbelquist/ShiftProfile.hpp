@@ -4,6 +4,7 @@
 #include "Orbelquist/Furniture.hpp"
 #include "Orbelquist/Kernels/CompareCells.hpp"
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -19,6 +20,11 @@ public:
     const Frame& b() const { return b_; }
     const Furniture& furniture() const { return furniture_; }
     std::uint8_t tolerance() const { return tolerance_; }
+
+    /// The cells of a row of the screen that stand still.
+    CellMask furnitureAt(std::int64_t row) const {
+        return row < std::ssize(furniture_.cells) ? furniture_.cells[static_cast<std::size_t>(row)] : CellMask{0};
+    }
 
     /// The rows of the second frame that lie on the first: from `first` up to `last`.
     std::int64_t firstRow(std::int64_t shift) const { return shift < 0 ? -shift : 0; }

@@ -1,163 +1,213 @@
 #include "Orbelquist/Verification.hpp"
 
+#include "Orbelquist/Kernels/ComparePixels.hpp"
+
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdlib>
+#include <vector>
 
 namespace orbelquist {
 
 namespace {
 
-constexpr int edgeLevels = 16;
+/// Equal pixels of lossless frames are equal: dithering and colour management move them by a few levels. Lossy coding
+/// moves them more: by a multiple of what three quarters of the edge pixels stay within.
+constexpr int losslessTolerance = 6;
+constexpr int toleranceOverNoise = 6;
+/// Differences above this are seen by everyone, however noisy the frames are.
+constexpr int mostTolerance = 48;
 
-bool isEdge(const Frame& f, std::int64_t y, std::int64_t x) {
-    const std::uint8_t* p = f.row(y);
-    const int h = x > 0 && x + 1 < f.width ? std::abs(p[x + 1] - p[x - 1]) : 0;
-    const int v = y > 0 && y + 1 < f.height ? std::abs(p[x + f.width] - p[x - f.width]) : 0;
-    return h > edgeLevels || v > edgeLevels;
-}
+/// A cell contradicts when more than this share of its pixels does, in percent: a stroke of a letter.
+constexpr int conflictPercent = 15;
+/// A row in which more cells contradict than this belongs to a moving region (a video, a late picture): text is never
+/// that dense.
+constexpr int denseCells = cellCount / 2;
 
-struct CellCount {
-    std::uint16_t agreeing = 0, contradicting = 0;
+/// One overlay (a toast, a button's two places) may hide as much of the screen as this.
+constexpr std::int64_t overlaysPerScreen = 12;
+
+/// Rows that nothing explains: at most one of so many of the screen's, and of those that agree. A bar's shadow and the
+/// frayed ends of furniture make a few.
+constexpr std::int64_t unexplainedPerScreen = 160;
+constexpr std::int64_t unexplainedPerAgreeing = 8;
+
+/// Rows with edges that agree: at least one of so many of the screen's, half a line of text.
+constexpr std::int64_t agreeingPerScreen = 100;
+/// Of the pixels that speak, so many percent agree, overlays and all.
+constexpr std::int64_t agreeingPercent = 85;
+
+/// A look at every fourth row is enough to dismiss most shifts.
+constexpr std::int64_t glanceStep = 4;
+
+class Comparison {
+public:
+    Comparison(const FramePair& pair, const Stretch& stretch)
+        : pair_(pair), a_(pair.a()), b_(pair.b()), shift_(stretch.shift), firstRow_(pair.firstRow(shift_)),
+          lastRow_(pair.lastRow(shift_)), tolerance_(toleranceIn(stretch)),
+          rows_(static_cast<std::size_t>(lastRow_ - firstRow_)) {}
+
+    std::optional<Examination> result() {
+        if (!compareRows(glanceStep) || !compareRows(1))
+            return std::nullopt;
+        return examination_;
+    }
+
+private:
+    struct Row {
+        std::int32_t agreeing = 0, contradicting = 0; ///< pixels
+        int conflicts = 0;                            ///< cells
+    };
+
+    Row& at(std::int64_t row) { return rows_[static_cast<std::size_t>(row - firstRow_)]; }
+
+    CellMask ignored(std::int64_t row) const { return pair_.furnitureAt(row) | pair_.furnitureAt(row + shift_); }
+
+    /// What three quarters of the edge pixels of the stretch stay within is the frames' noise.
+    std::uint8_t toleranceIn(const Stretch& stretch) const {
+        std::array<std::int64_t, 256> differences = {};
+        std::int64_t total = 0;
+        const auto width = static_cast<std::size_t>(a_.width);
+        for (std::int64_t row = stretch.first; row < stretch.last; row += glanceStep) {
+            const CellMask counted = ~ignored(row);
+            const std::uint8_t *p = a_.row(row + shift_), *q = b_.row(row);
+            const std::uint8_t *edgesP = a_.edgeRow(row + shift_), *edgesQ = b_.edgeRow(row);
+            for (std::size_t cell = 0; cell < cellCount; ++cell) {
+                if (!(counted >> cell & 1))
+                    continue;
+                for (std::size_t x = cell * width / cellCount; x < (cell + 1) * width / cellCount; ++x)
+                    if (edgesP[x] | edgesQ[x]) {
+                        ++differences[static_cast<std::size_t>(std::abs(p[x] - q[x]))];
+                        ++total;
+                    }
+            }
+        }
+        int noise = 0;
+        for (std::int64_t within = differences[0]; within * 4 < total * 3;)
+            within += differences[static_cast<std::size_t>(++noise)];
+        return static_cast<std::uint8_t>(std::min(mostTolerance, losslessTolerance + toleranceOverNoise * noise));
+    }
+
+    /// Looks at every `step`-th row of the overlap; false where the shift is out of the question.
+    bool compareRows(std::int64_t step) {
+        for (std::int64_t row = firstRow_; row < lastRow_; row += step)
+            at(row) = compareRow(row);
+        examination_ = {.shift = shift_, .tolerance = tolerance_};
+        findStretch(step);
+        const std::int64_t height = std::min(a_.height, b_.height);
+        const std::int64_t most = 1 + height / unexplainedPerScreen * (step > 1 ? 2 : 1); // a glance may err
+        return examination_.agreeing > 0 && countConflicts(step, most, height) && countStrays(step, most);
+    }
+
+    Row compareRow(std::int64_t row) const {
+        std::array<CellCounts, cellCount> counts;
+        const auto width = static_cast<std::size_t>(a_.width);
+        comparePixels({{a_.row(row + shift_), width}, a_.edgeRow(row + shift_)},
+                      {{b_.row(row), width}, b_.edgeRow(row)}, tolerance_, counts);
+        Row result;
+        const CellMask counted = ~ignored(row);
+        for (std::size_t cell = 0; cell < cellCount; ++cell) {
+            if (!(counted >> cell & 1))
+                continue;
+            result.agreeing += counts[cell].agreeing;
+            result.contradicting += counts[cell].contradicting;
+            result.conflicts += counts[cell].contradicting >= 2 &&
+                                counts[cell].contradicting * cellCount * 100 >= conflictPercent * a_.width;
+        }
+        return result;
+    }
+
+    /// Like `bestStretch`, on pixels.
+    void findStretch(std::int64_t step) {
+        Examination current{.shift = shift_, .tolerance = tolerance_, .first = firstRow_};
+        for (std::int64_t row = firstRow_; row < lastRow_; row += step) {
+            current.agreeing += step * at(row).agreeing;
+            current.contradicting += step * at(row).contradicting;
+            if (at(row).agreeing * 2 * cellCount >= a_.width) // half a cell of edges
+                current.agreeingRows += step;
+            current.last = std::min(lastRow_, row + step);
+            if (current.score() <= 0)
+                current = {.shift = shift_, .tolerance = tolerance_, .first = current.last};
+            else if (current.score() > examination_.score())
+                examination_ = current;
+        }
+    }
+
+    bool countConflicts(std::int64_t step, std::int64_t most, std::int64_t height) {
+        std::vector<std::int64_t> conflicting;
+        for (std::int64_t row = firstRow_; row < lastRow_; row += step)
+            if (row >= examination_.first && row < examination_.last && at(row).conflicts > 0 &&
+                at(row).conflicts <= denseCells)
+                conflicting.push_back(row);
+        const std::int64_t overlay = height / overlaysPerScreen;
+        std::size_t hidden = 0; // by the one overlay that explains most
+        for (std::size_t first = 0, end = 0; first < conflicting.size(); ++first) {
+            while (end < conflicting.size() && conflicting[end] < conflicting[first] + overlay)
+                ++end;
+            hidden = std::max(hidden, end - first);
+        }
+        examination_.conflictRows = step * static_cast<std::int64_t>(conflicting.size() - hidden);
+        return examination_.conflictRows <= most;
+    }
+
+    bool countStrays(std::int64_t step, std::int64_t most) {
+        const Frame& topBar = shift_ > 0 ? b_ : a_; // whose upper screen edge lies in the overlap
+        const Frame& bottomBar = shift_ > 0 ? a_ : b_;
+        for (std::int64_t row = firstRow_; row < lastRow_; row += step) {
+            const bool above = row < examination_.first, below = row >= examination_.last;
+            if ((!above && !below) || at(row).conflicts == 0)
+                continue;
+            const Frame& frame = above ? topBar : bottomBar;
+            const std::int64_t screenRow = &frame == &b_ ? row : row + shift_;
+            if (!isBarRow(frame, &frame == &b_ ? a_ : b_, screenRow))
+                examination_.strayRows += step;
+            if (examination_.strayRows > most)
+                return false;
+        }
+        return true;
+    }
+
+    /// A bar, be it of coloured or blurred glass, shows its edges at the same place of the other screen, too.
+    bool isBarRow(const Frame& frame, const Frame& other, std::int64_t row) const {
+        const std::int64_t width = frame.width;
+        if (row < 1 || row + 1 >= frame.height || row + 1 >= other.height)
+            return true;
+        const std::uint8_t *p = frame.row(row), *q = other.row(row), *edges = frame.edgeRow(row);
+        std::int64_t moved = 0;
+        for (std::int64_t x = 1; x + 1 < width; ++x) {
+            if (!edges[x])
+                continue;
+            const int acrossP = p[x + 1] - p[x - 1], acrossQ = q[x + 1] - q[x - 1];
+            const int downP = p[x + width] - p[x - width], downQ = q[x + width] - q[x - width];
+            const int change = std::max(std::abs(acrossP - acrossQ), std::abs(downP - downQ));
+            moved += 2 * change > std::max(std::abs(acrossP), std::abs(downP)) + tolerance_;
+        }
+        return moved * 4 * cellCount <= width; // a quarter of a cell
+    }
+
+    const FramePair& pair_;
+    const Frame& a_;
+    const Frame& b_;
+    const std::int64_t shift_;
+    const std::int64_t firstRow_, lastRow_; ///< the overlap
+    const std::uint8_t tolerance_;
+    std::vector<Row> rows_;
+    Examination examination_;
 };
 
 } // namespace
 
-Examination examine(const FramePair& pair, const Stretch& stretch) {
-    const Frame &a = pair.a(), &b = pair.b();
-    const std::int64_t d = stretch.shift, W = a.width;
-    Examination e;
-    e.shift = d;
-    e.first = stretch.first;
-    e.last = stretch.last;
-    // noise
-    std::array<std::int64_t, 256> hist = {};
-    std::int64_t total = 0;
-    const auto& cells = pair.furniture().cells;
-    const auto ign = [&](std::int64_t y) { return y < (std::int64_t)cells.size() ? cells[(size_t)y] : CellMask{0}; };
-    for (std::int64_t r = stretch.first; r < stretch.last; ++r) {
-        const CellMask counted = ~(ign(r) | ign(r + d));
-        for (std::int64_t x = 0; x < W; x += 1) {
-            if (!(counted >> (x * 64 / W) & 1))
-                continue;
-            if (isEdge(a, r + d, x) || isEdge(b, r, x)) {
-                ++hist[(size_t)std::abs(a.row(r + d)[x] - b.row(r)[x])];
-                ++total;
-            }
-        }
-    }
-    std::int64_t seen = 0;
-    int median = 0;
-    while (median < 255 && (seen += hist[(size_t)median]) * 2 < total)
-        ++median;
-    e.noise = median;
-    const int T = std::min(48, 6 + 4 * median);
-    e.tolerance = (std::uint8_t)T;
+std::optional<Examination> examine(const FramePair& pair, const Stretch& stretch) {
+    return Comparison(pair, stretch).result();
+}
 
-    const std::int64_t r0 = pair.firstRow(d), r1 = pair.lastRow(d);
-    std::vector<std::array<CellCount, 64>> grid((size_t)(r1 - r0));
-    std::vector<RowAgreement> rows((size_t)(r1 - r0));
-    std::vector<std::int32_t> ag(rows.size()), co(rows.size());
-    for (std::int64_t r = r0; r < r1; ++r) {
-        const CellMask counted = ~(ign(r) | ign(r + d));
-        auto& g = grid[(size_t)(r - r0)];
-        const std::uint8_t *pa = a.row(r + d), *pb = b.row(r);
-        for (std::int64_t x = 0; x < W; ++x) {
-            const auto c = (size_t)(x * 64 / W);
-            if (!(counted >> c & 1))
-                continue;
-            const int diff = std::abs(pa[x] - pb[x]);
-            if (diff > T)
-                ++g[c].contradicting;
-            else if (isEdge(a, r + d, x) && isEdge(b, r, x))
-                ++g[c].agreeing;
-        }
-        for (auto& c : g) {
-            ag[(size_t)(r - r0)] += c.agreeing;
-            co[(size_t)(r - r0)] += c.contradicting;
-        }
-    }
-    // best stretch on pixels
-    std::int64_t best = 0, cur = 0, s = r0, bs = r0, be = r0;
-    for (std::int64_t r = r0; r < r1; ++r) {
-        cur += ag[(size_t)(r - r0)] - 2 * co[(size_t)(r - r0)];
-        if (cur <= 0) {
-            cur = 0;
-            s = r + 1;
-        } else if (cur > best) {
-            best = cur;
-            bs = s;
-            be = r + 1;
-        }
-    }
-    e.first = bs;
-    e.last = be;
-    const std::int64_t H = std::min(a.height, b.height);
-    const auto cellW = (double)W / 64;
-    const auto conflicts = [&](std::int64_t r) {
-        CellMask m = 0;
-        for (size_t c = 0; c < 64; ++c)
-            if (grid[(size_t)(r - r0)][c].contradicting >= 0.15 * cellW && grid[(size_t)(r - r0)][c].contradicting >= 2)
-                m |= CellMask{1} << c;
-        return m;
-    };
-    // inside
-    std::int64_t spanFirst = -1, spanLast = -1;
-    std::vector<std::int64_t> bad;
-    for (std::int64_t r = bs; r < be; ++r) {
-        e.agreeing += ag[(size_t)(r - r0)];
-        e.contradicting += co[(size_t)(r - r0)];
-        if (ag[(size_t)(r - r0)] >= cellW / 2)
-            ++e.agreeingRows;
-        const int n = std::popcount(conflicts(r));
-        if (n > 0 && n <= 32)
-            bad.push_back(r);
-    }
-    // forgive the window of H/12 rows with most bad rows
-    const std::int64_t window = H / 12;
-    size_t bestCount = 0;
-    for (size_t i = 0, j = 0; i < bad.size(); ++i) {
-        while (j < bad.size() && bad[j] < bad[i] + window)
-            ++j;
-        if (j - i > bestCount) {
-            bestCount = j - i;
-            spanFirst = bad[i];
-            spanLast = bad[j - 1];
-        }
-    }
-    e.conflictRows = (std::int64_t)(bad.size() - bestCount);
-    e.overlayRows = bestCount ? spanLast - spanFirst + 1 : 0;
-    // outside: rows that contradict must be a bar of the frame whose screen edge lies there
-    const auto isBarRow = [&](const Frame& f, const Frame& g, std::int64_t y) {
-        if (y <= 0 || y + 1 >= f.height || y + 1 >= g.height)
-            return true;
-        int stray = 0;
-        for (std::int64_t x = 1; x + 1 < W; ++x) {
-            if (!isEdge(f, y, x))
-                continue;
-            const std::uint8_t *p = f.row(y), *q = g.row(y);
-            const int fh = p[x + 1] - p[x - 1], gh = q[x + 1] - q[x - 1], fv = p[x + W] - p[x - W],
-                      gv = q[x + W] - q[x - W];
-            const int err = std::max(std::abs(fh - gh), std::abs(fv - gv)), size = std::max(std::abs(fh), std::abs(fv));
-            if (err * 2 > size + T)
-                ++stray;
-        }
-        return stray <= (int)(cellW / 4);
-    };
-    for (std::int64_t r = r0; r < bs; ++r)
-        if (conflicts(r)) {
-            const bool bar = d > 0 ? isBarRow(b, a, r) : isBarRow(a, b, r + d);
-            if (!bar)
-                ++e.strayRows;
-        }
-    for (std::int64_t r = be; r < r1; ++r)
-        if (conflicts(r)) {
-            const bool bar = d > 0 ? isBarRow(a, b, r + d) : isBarRow(b, a, r);
-            if (!bar)
-                ++e.strayRows;
-        }
-    return e;
+bool holds(const Examination& e, const FramePair& pair) {
+    const std::int64_t height = std::min(pair.a().height, pair.b().height);
+    const std::int64_t unexplained = e.strayRows + e.conflictRows;
+    return e.agreeingRows * agreeingPerScreen >= height && e.agreeing >= pair.a().width &&
+           e.agreeing * 100 >= (e.agreeing + e.contradicting) * agreeingPercent &&
+           unexplained * unexplainedPerScreen <= height && unexplained * unexplainedPerAgreeing <= e.agreeingRows;
 }
 
 } // namespace orbelquist

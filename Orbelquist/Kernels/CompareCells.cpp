@@ -1,24 +1,64 @@
 #include "Orbelquist/Kernels/CompareCells.hpp"
 
 #include <bit>
-#include <cstdlib>
+#include <cstring>
 
-namespace orbelquist {
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "Orbelquist/Kernels/CompareCells.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
 
-CellMask equalCells(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance) {
+HWY_BEFORE_NAMESPACE();
+namespace orbelquist::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+HWY_INLINE CellMask equalCells(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t tolerance) {
+    const hn::CappedTag<std::uint8_t, cellCount> d;
+    const auto allowed = hn::Set(d, tolerance);
     CellMask equal = 0;
-    for (std::size_t cell = 0; cell < cellCount; ++cell)
-        equal |= CellMask{std::abs(a[cell] - b[cell]) <= tolerance} << cell;
+    for (std::size_t cell = 0; cell < cellCount; cell += hn::Lanes(d)) {
+        const auto x = hn::LoadU(d, a + cell), y = hn::LoadU(d, b + cell);
+        const auto difference = hn::Or(hn::SaturatedSub(x, y), hn::SaturatedSub(y, x)); // one of the two is 0
+        const auto within = hn::Eq(hn::SaturatedSub(difference, allowed), hn::Zero(d));
+        std::uint8_t bits[8] = {};
+        hn::StoreMaskBits(d, within, bits);
+        CellMask part = 0;
+        std::memcpy(&part, bits, sizeof part);
+        equal |= part << cell;
+    }
     return equal;
+}
+
+CellMask equalCellsOf(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance) {
+    return equalCells(a.data(), b.data(), tolerance);
 }
 
 void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
     for (std::size_t i = 0; i < result.size(); ++i) {
         const CellMask counted = ~(a.ignored[i] | b.ignored[i]);
-        const CellMask equal = equalCells(a.signature[i], b.signature[i], tolerance);
+        const CellMask equal = equalCells(a.signature[i].data(), b.signature[i].data(), tolerance);
         result[i] = {static_cast<std::int16_t>(std::popcount(equal & a.informed[i] & b.informed[i] & counted)),
                      static_cast<std::int16_t>(std::popcount(~equal & counted))};
     }
 }
 
+} // namespace orbelquist::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace orbelquist {
+
+HWY_EXPORT(equalCellsOf);
+HWY_EXPORT(compareRows);
+
+CellMask equalCells(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance) {
+    return HWY_DYNAMIC_DISPATCH(equalCellsOf)(a, b, tolerance);
+}
+
+void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
+    HWY_DYNAMIC_DISPATCH(compareRows)(a, b, tolerance, result);
+}
+
 } // namespace orbelquist
+#endif
