@@ -3,6 +3,7 @@
 #include "Orbelquist/Kernels/CompareCells.hpp"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 
 namespace orbelquist {
@@ -30,6 +31,27 @@ std::int64_t stillRows(std::int64_t height, const std::vector<CellMask>& equal, 
             still = i + 1;
     }
     return still;
+}
+
+/// A bar may take a sixth of the screen.
+constexpr std::int64_t tallestBar = 6;
+/// What stands still by itself (a title, an icon) is at least this high, a small letter: lesser likenesses are chance.
+constexpr std::int64_t leastPiece = 160;
+
+/// The rows from the screen's edge inwards up to the last piece that stands still, one following the other.
+template <class Row>
+std::int64_t barRows(const Furniture& furniture, std::int64_t height, Row row) {
+    std::int64_t bar = 0;
+    std::array<std::int64_t, cellCount> run = {};
+    for (std::int64_t i = 0; i * tallestBar < height && i <= bar + height / barsPerScreen; ++i) {
+        const CellMask still = furniture.cells[static_cast<std::size_t>(row(i))];
+        for (std::size_t cell = 0; cell < cellCount; ++cell) {
+            run[cell] = still >> cell & 1 ? run[cell] + 1 : 0;
+            if (run[cell] * leastPiece >= height)
+                bar = i + 1;
+        }
+    }
+    return bar;
 }
 
 /// Marks the flat cells between still edges above each other.
@@ -66,6 +88,8 @@ Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     furniture.topRows = stillRows(height, equal, informed, [](std::int64_t i) { return i; });
     furniture.bottomRows = stillRows(height, equal, informed, [&](std::int64_t i) { return height - 1 - i; });
     fill(furniture.cells, equal, height / barsPerScreen);
+    furniture.topBar = barRows(furniture, height, [](std::int64_t i) { return i; });
+    furniture.bottomBar = barRows(furniture, height, [&](std::int64_t i) { return height - 1 - i; });
     for (std::int64_t i = 0; i < furniture.topRows; ++i)
         furniture.cells[static_cast<std::size_t>(i)] = ~CellMask{0};
     for (std::int64_t i = 0; i < furniture.bottomRows; ++i)

@@ -11,8 +11,10 @@ namespace orbelquist {
 /// how the page moved.
 struct Furniture {
     std::vector<CellMask> cells; ///< one a row of the screen
-    std::int64_t topRows = 0;    ///< rows at the screen's top that stand still over their whole width
-    std::int64_t bottomRows = 0; ///< rows at its bottom
+    // Rows at the screen's top and bottom that stand still over their whole width, and the rows up to the last piece (a
+    // title, an icon) that stands still there, what shines through between the pieces included.
+    std::int64_t topRows = 0, bottomRows = 0;
+    std::int64_t topBar = 0, bottomBar = 0;
 };
 
 /// Cell by cell: what is equal in both frames at the same place and holds an edge, and the flat between two such edges.

@@ -16,8 +16,8 @@ namespace {
 /// moves them more: by a multiple of what three quarters of the edge pixels stay within.
 constexpr int losslessTolerance = 6;
 constexpr int toleranceOverNoise = 6;
-/// Differences above this are seen by everyone, however noisy the frames are.
-constexpr int mostTolerance = 48;
+/// More noise than this no coding makes that people look at.
+constexpr int mostNoise = 7;
 
 /// A cell contradicts when more than this share of its pixels does, in percent: a stroke of a letter.
 constexpr int conflictPercent = 15;
@@ -28,10 +28,15 @@ constexpr int denseCells = cellCount / 2;
 /// One overlay (a toast, a button's two places) may hide as much of the screen as this.
 constexpr std::int64_t overlaysPerScreen = 12;
 
-/// Rows that nothing explains: at most one of so many of the screen's, and of those that agree. A bar's shadow and the
-/// frayed ends of furniture make a few.
+/// Rows that nothing explains: at most one of so many of the screen's, and of those that agree. The frayed ends of
+/// furniture make a few.
 constexpr std::int64_t unexplainedPerScreen = 160;
 constexpr std::int64_t unexplainedPerAgreeing = 8;
+/// Rows that differ in any way, with all excuses: at most one for so many that agree.
+constexpr std::int64_t excusedPerAgreeing = 2;
+
+/// A bar throws its shadow, or fades out, over one of so many of the screen's rows.
+constexpr std::int64_t shadowsPerScreen = 100;
 
 /// Rows with edges that agree: at least one of so many of the screen's, half a line of text.
 constexpr std::int64_t agreeingPerScreen = 100;
@@ -45,11 +50,12 @@ class Comparison {
 public:
     Comparison(const FramePair& pair, const Stretch& stretch)
         : pair_(pair), a_(pair.a()), b_(pair.b()), shift_(stretch.shift), firstRow_(pair.firstRow(shift_)),
-          lastRow_(pair.lastRow(shift_)), tolerance_(toleranceIn(stretch)),
+          lastRow_(pair.lastRow(shift_)), noise_(noiseIn(stretch)),
+          tolerance_(static_cast<std::uint8_t>(losslessTolerance + toleranceOverNoise * std::min(noise_, mostNoise))),
           rows_(static_cast<std::size_t>(lastRow_ - firstRow_)) {}
 
     std::optional<Examination> result() {
-        if (!compareRows(glanceStep) || !compareRows(1))
+        if (noise_ > mostNoise || !compareRows(glanceStep) || !compareRows(1))
             return std::nullopt;
         return examination_;
     }
@@ -65,7 +71,7 @@ private:
     CellMask ignored(std::int64_t row) const { return pair_.furnitureAt(row) | pair_.furnitureAt(row + shift_); }
 
     /// What three quarters of the edge pixels of the stretch stay within is the frames' noise.
-    std::uint8_t toleranceIn(const Stretch& stretch) const {
+    int noiseIn(const Stretch& stretch) const {
         std::array<std::int64_t, 256> differences = {};
         std::int64_t total = 0;
         const auto width = static_cast<std::size_t>(a_.width);
@@ -86,6 +92,8 @@ private:
         int noise = 0;
         for (std::int64_t within = differences[0]; within * 4 < total * 3;)
             within += differences[static_cast<std::size_t>(++noise)];
+        if (noise > MAXN)
+            return 0;
         return static_cast<std::uint8_t>(std::min(mostTolerance, losslessTolerance + toleranceOverNoise * noise));
     }
 
@@ -147,6 +155,7 @@ private:
                 ++end;
             hidden = std::max(hidden, end - first);
         }
+        examination_.hiddenRows = step * static_cast<std::int64_t>(hidden);
         examination_.conflictRows = step * static_cast<std::int64_t>(conflicting.size() - hidden);
         return examination_.conflictRows <= most;
     }
@@ -160,8 +169,11 @@ private:
                 continue;
             const Frame& frame = above ? topBar : bottomBar;
             const std::int64_t screenRow = &frame == &b_ ? row : row + shift_;
+            const std::int64_t shadow = frame.height / shadowsPerScreen;
+            const bool behindGlass = screenRow < pair_.furniture().topBar + shadow ||
+                                     screenRow >= frame.height - pair_.furniture().bottomBar - shadow;
             if (!isBarRow(frame, &frame == &b_ ? a_ : b_, screenRow))
-                examination_.strayRows += step;
+                (behindGlass ? examination_.glassRows : examination_.strayRows) += step;
             if (examination_.strayRows > most)
                 return false;
         }
@@ -191,6 +203,7 @@ private:
     const Frame& b_;
     const std::int64_t shift_;
     const std::int64_t firstRow_, lastRow_; ///< the overlap
+    const int noise_;                       ///< levels
     const std::uint8_t tolerance_;
     std::vector<Row> rows_;
     Examination examination_;
@@ -207,7 +220,8 @@ bool holds(const Examination& e, const FramePair& pair) {
     const std::int64_t unexplained = e.strayRows + e.conflictRows;
     return e.agreeingRows * agreeingPerScreen >= height && e.agreeing >= pair.a().width &&
            e.agreeing * 100 >= (e.agreeing + e.contradicting) * agreeingPercent &&
-           unexplained * unexplainedPerScreen <= height && unexplained * unexplainedPerAgreeing <= e.agreeingRows;
+           unexplained * unexplainedPerScreen <= height && unexplained * unexplainedPerAgreeing <= e.agreeingRows &&
+           (unexplained + e.hiddenRows + e.glassRows) * excusedPerAgreeing <= e.agreeingRows;
 }
 
 } // namespace orbelquist

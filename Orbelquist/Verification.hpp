@@ -16,6 +16,8 @@ struct Examination {
     std::int64_t contradicting = 0;   ///< pixels that differ, in the stretch
     std::int64_t agreeingRows = 0;    ///< rows of the stretch with edges that agree
     std::int64_t conflictRows = 0;    ///< rows of the stretch that differ, but for one overlay and moving regions
+    std::int64_t hiddenRows = 0;      ///< rows of the stretch that differ by the one overlay
+    std::int64_t glassRows = 0;       ///< rows outside that differ within a bar, where something may shine through
     std::int64_t strayRows = 0;       ///< rows of the overlap outside the stretch that differ and belong to no bar
 
     std::int64_t score() const { return agreeing - 2 * contradicting; }
