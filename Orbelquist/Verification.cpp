@@ -92,9 +92,7 @@ private:
         int noise = 0;
         for (std::int64_t within = differences[0]; within * 4 < total * 3;)
             within += differences[static_cast<std::size_t>(++noise)];
-        if (noise > MAXN)
-            return 0;
-        return static_cast<std::uint8_t>(std::min(mostTolerance, losslessTolerance + toleranceOverNoise * noise));
+        return noise;
     }
 
     /// Looks at every `step`-th row of the overlap; false where the shift is out of the question.
