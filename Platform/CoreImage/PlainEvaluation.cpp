@@ -88,9 +88,9 @@ private:
         if (!gradient)
             return 0; // no mask shows no input
         const std::uint32_t toColor1 = ci::gradientWeight(-y - 1, -gradient->y0, -gradient->y1); // rows count downwards
-        const auto white = [](CIColor color) { return color == CIColor::white ? ci::wholeWeight : 0; };
-        return (white(gradient->color0) * (ci::wholeWeight - toColor1) + white(gradient->color1) * toColor1) /
-               ci::wholeWeight;
+        if (gradient->color0 == gradient->color1)
+            return gradient->color0 == CIColor::white ? ci::wholeWeight : 0;
+        return gradient->color1 == CIColor::white ? toColor1 : ci::wholeWeight - toColor1;
     }
 
     std::unordered_map<const Node*, CGImage> resident_;

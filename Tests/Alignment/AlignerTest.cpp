@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
 #include <atomic>
 #include <future>
 #include <map>
