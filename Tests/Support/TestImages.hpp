@@ -14,9 +14,11 @@ inline CGImage imageOf(std::int64_t width, std::int64_t height,
                        CGColorSpace space = {}) {
     Bitmap pixels(width, height);
     for (std::int64_t y = 0; y < height; ++y)
-        for (std::int64_t x = 0; x < width; ++x)
+        for (std::int64_t x = 0; x < width; ++x) {
+            const std::uint32_t pixel = color(x, y);
             for (int channel = 0; channel < 4; ++channel)
-                pixels.row(y)[4 * x + channel] = static_cast<std::uint8_t>(color(x, y) >> (24 - 8 * channel));
+                pixels.row(y)[4 * x + channel] = static_cast<std::uint8_t>(pixel >> (24 - 8 * channel));
+        }
     return CGImage(std::move(pixels), opaque, std::move(space));
 }
 
