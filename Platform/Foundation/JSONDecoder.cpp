@@ -1,72 +1,91 @@
 #include "Platform/Foundation/JSONDecoder.hpp"
 
-#include <nlohmann/json.hpp>
-
-#include <limits>
+#include "Platform/Foundation/JSONDocument.hpp"
 
 namespace platform {
 
-using Node = nlohmann::json;
-
-/// Opens the door between handles and nodes.
+/// Opens the door between values and documents.
 struct JSONDecoding {
-    static const Node& node(const JSONValue& value) { return *static_cast<const Node*>(value.node_); }
-    static JSONValue value(const Node& node, std::string path) { return JSONValue(&node, std::move(path)); }
+    static JSONValue root(const JSONDocument& document) { return JSONValue(document, 0); }
+
+    static const JSONDocument::Node& node(const JSONValue& value) { return value.document_->nodes[value.node_]; }
+
+    static const JSONDocument::Node& node(const JSONValue& value, JSONKind kind, const char* otherwise) {
+        const auto& node = JSONDecoding::node(value);
+        if (node.kind != kind)
+            value.fail(otherwise);
+        return node;
+    }
+
+    /// Calls `use` with the values right inside `value`.
+    template <class Use>
+    static void forEach(const JSONValue& value, const JSONDocument::Node& node, const Use& use) {
+        for (std::size_t i = value.node_ + 1; i < node.end; i = value.document_->nodes[i].end)
+            use(JSONValue(*value.document_, i));
+    }
+
+    static std::string_view key(const JSONValue& value) { return value.document_->view(node(value).key); }
 };
 
 void JSONValue::fail(const std::string& reason) const {
-    throw JSONError((path_.empty() ? "the whole text" : path_) + ": " + reason);
+    const std::string path = document_->path(node_);
+    throw JSONError((path.empty() ? "the whole text" : path) + ": " + reason);
 }
 
 JSONValue JSONValue::operator[](std::string_view key) const {
-    const Node& node = JSONDecoding::node(*this);
-    if (!node.is_object())
-        fail("no object");
-    const std::string path = path_.empty() ? std::string(key) : path_ + "." + std::string(key);
-    const auto member = node.find(key);
-    if (member == node.end())
-        throw JSONError(path + ": missing");
-    return JSONValue(&*member, path);
+    const auto member = find(key);
+    if (!member) {
+        const std::string path = document_->path(node_);
+        throw JSONError(path + (path.empty() ? "" : ".") + std::string(key) + ": missing");
+    }
+    return *member;
+}
+
+std::optional<JSONValue> JSONValue::find(std::string_view key) const {
+    std::optional<JSONValue> found;
+    JSONDecoding::forEach(*this, JSONDecoding::node(*this, JSONKind::object, "no object"),
+                          [&](const JSONValue& member) {
+                              if (JSONDecoding::key(member) == key)
+                                  found = member;
+                          });
+    return found;
+}
+
+std::vector<std::pair<std::string, JSONValue>> JSONValue::members() const {
+    std::vector<std::pair<std::string, JSONValue>> members;
+    JSONDecoding::forEach(*this, JSONDecoding::node(*this, JSONKind::object, "no object"),
+                          [&](const JSONValue& member) { members.emplace_back(JSONDecoding::key(member), member); });
+    return members;
 }
 
 std::vector<JSONValue> JSONValue::elements() const {
-    const Node& node = JSONDecoding::node(*this);
-    if (!node.is_array())
-        fail("no array");
-    std::vector<JSONValue> values;
-    values.reserve(node.size());
-    for (const Node& element : node)
-        values.push_back(JSONValue(&element, path_ + "[" + std::to_string(values.size()) + "]"));
-    return values;
+    std::vector<JSONValue> elements;
+    JSONDecoding::forEach(*this, JSONDecoding::node(*this, JSONKind::array, "no array"),
+                          [&](const JSONValue& element) { elements.push_back(element); });
+    return elements;
 }
 
 std::string JSONValue::string() const {
-    const Node& node = JSONDecoding::node(*this);
-    if (!node.is_string())
-        fail("no string");
-    return node.get<std::string>();
+    return std::string(document_->view(JSONDecoding::node(*this, JSONKind::string, "no string").text));
 }
 
 std::int64_t JSONValue::integer() const {
-    const Node& node = JSONDecoding::node(*this);
-    constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    if (!node.is_number_integer() || (node.is_number_unsigned() && node.get<std::uint64_t>() > most))
-        fail("no 64-bit integer");
-    return node.get<std::int64_t>();
+    return JSONDecoding::node(*this, JSONKind::integer, "no 64-bit integer").integer;
 }
 
 double JSONValue::number() const {
-    const Node& node = JSONDecoding::node(*this);
-    if (!node.is_number())
+    const auto& node = JSONDecoding::node(*this);
+    if (node.kind != JSONKind::number && node.kind != JSONKind::integer)
         fail("no number");
-    return node.get<double>();
+    return node.number;
 }
 
 bool JSONValue::boolean() const {
-    const Node& node = JSONDecoding::node(*this);
-    if (!node.is_boolean())
-        fail("no truth value");
-    return node.get<bool>();
+    return JSONDecoding::node(*this, JSONKind::boolean, "no truth value").boolean;
+}
+
+JSONKind JSONValue::kind() const {
+    return JSONDecoding::node(*this).kind;
 }
 
 namespace json {
@@ -80,37 +99,24 @@ std::expected<void, JSONError> caught(const std::function<void()>& work) {
         return {};
     } catch (const JSONError& error) {
         return std::unexpected(error);
-    } catch (const Node::exception& error) {
-        return std::unexpected(JSONError(error.what()));
     }
 }
 
 } // namespace
 
 std::expected<void, JSONError> decode(std::string_view text, const std::function<void(const JSONValue&)>& decode) {
-    return caught([&] { decode(JSONDecoding::value(Node::parse(text), "")); });
+    return caught([&] {
+        JSONDocument document;
+        readJSON(text, document);
+        decode(JSONDecoding::root(document));
+    });
 }
 
 std::expected<void, JSONError> decodeMembers(std::string_view text,
                                              const std::function<void(const std::string&, const JSONValue&)>& decode) {
-    using Event = Node::parse_event_t;
     return caught([&] {
-        std::string key;
-        bool isObject = false;
-        const auto member = [&](int depth, Event event, Node& node) {
-            if (depth == 0 && event == Event::object_start)
-                isObject = true;
-            if (depth == 1 && event == Event::key)
-                key = node.get<std::string>();
-            const bool isWhole = event == Event::object_end || event == Event::array_end || event == Event::value;
-            if (depth != 1 || !isWhole || !isObject)
-                return true;
-            decode(key, JSONDecoding::value(node, key));
-            return false; // has been used: need not be kept
-        };
-        std::ignore = Node::parse(text, member);
-        if (!isObject)
-            throw JSONError("the whole text: no object");
+        JSONDocument document;
+        readJSONMembers(text, document, [&](const std::string& key) { decode(key, JSONDecoding::root(document)); });
     });
 }
 

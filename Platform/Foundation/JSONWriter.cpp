@@ -8,27 +8,71 @@
 
 namespace platform {
 
-/// A comma where another value stands before.
+namespace {
+
+constexpr std::size_t pieceSize = std::size_t{1} << 16;
+
+template <class Number>
+void appendNumber(std::string& text, Number number) {
+    char digits[32];
+    const auto written = std::to_chars(digits, digits + sizeof digits, number);
+    text.append(digits, written.ptr);
+}
+
+} // namespace
+
+/// What stands before a key or a value.
 void JSONWriter::separate() {
-    if (!text_.empty() && text_.back() != '{' && text_.back() != '[' && text_.back() != ':')
+    if (followsKey_) {
+        followsKey_ = false;
+        return;
+    }
+    if (!isFirst_)
         text_ += ',';
+    if (depth_ > 0)
+        breakLine();
+    isFirst_ = false;
+    passOn(pieceSize);
+}
+
+void JSONWriter::breakLine() {
+    if (layout_ == Layout::indented)
+        text_.append(1, '\n').append(2 * depth_, ' ');
+}
+
+void JSONWriter::passOn(std::size_t atLeast) {
+    if (!sink_ || text_.size() < atLeast)
+        return;
+    if (!error_)
+        if (auto written = sink_->write(std::as_bytes(std::span(text_))); !written)
+            error_ = written.error();
+    text_.clear();
 }
 
 JSONWriter& JSONWriter::begin(char bracket) {
     separate();
     text_ += bracket;
+    ++depth_;
+    isFirst_ = true;
     return *this;
 }
 
 JSONWriter& JSONWriter::end(char bracket) {
+    assert(depth_ > 0 && !followsKey_);
+    --depth_;
+    if (!isFirst_)
+        breakLine();
     text_ += bracket;
+    isFirst_ = false;
     return *this;
 }
 
 JSONWriter& JSONWriter::key(std::string_view name) {
+    assert(depth_ > 0 && !followsKey_);
     separate();
     appendString(name);
-    text_ += ':';
+    text_ += layout_ == Layout::indented ? ": " : ":";
+    followsKey_ = true;
     return *this;
 }
 
@@ -38,31 +82,41 @@ JSONWriter& JSONWriter::value(std::string_view text) {
     return *this;
 }
 
-JSONWriter& JSONWriter::value(std::int64_t number) {
+JSONWriter& JSONWriter::integer(std::int64_t number) {
     separate();
-    text_ += std::to_string(number);
+    appendNumber(text_, number);
+    return *this;
+}
+
+JSONWriter& JSONWriter::integer(std::uint64_t number) {
+    separate();
+    appendNumber(text_, number);
     return *this;
 }
 
 JSONWriter& JSONWriter::value(double number) {
-    assert(std::isfinite(number));
+    if (!std::isfinite(number)) {
+        if (!error_)
+            error_ = std::make_error_code(std::errc::argument_out_of_domain);
+        return null();
+    }
     separate();
-    char digits[32];
-    const auto written = std::to_chars(digits, digits + sizeof digits, number);
-    text_.append(digits, written.ptr);
+    appendNumber(text_, number);
     return *this;
 }
 
-JSONWriter& JSONWriter::value(bool truth) {
+JSONWriter& JSONWriter::literal(std::string_view text) {
     separate();
-    text_ += truth ? "true" : "false";
+    text_ += text;
     return *this;
 }
 
-JSONWriter& JSONWriter::null() {
-    separate();
-    text_ += "null";
-    return *this;
+std::expected<void, std::error_code> JSONWriter::finish() {
+    assert(depth_ == 0 && !isFirst_);
+    passOn(1);
+    if (error_)
+        return std::unexpected(error_);
+    return {};
 }
 
 void JSONWriter::appendString(std::string_view text) {
