@@ -1,5 +1,7 @@
 #include "Platform/Foundation/Date.hpp"
 
+#include <cctz/civil_time.h>
+
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -11,19 +13,14 @@ Date Date::now() {
 }
 
 std::string Date::description() const {
-    using namespace std::chrono;
-    const double whole = std::floor(secondsSince1970());
-    if (!(std::abs(whole) < 1e12)) // far beyond the years that a calendar has
+    constexpr double thirtyMillionYears = 1e15;
+    if (!(std::abs(timeIntervalSinceReferenceDate) < thirtyMillionYears))
         return std::to_string(timeIntervalSinceReferenceDate) + " s since 2001";
-    const sys_seconds moment{seconds(static_cast<long long>(whole))};
-    const auto day = floor<days>(moment);
-    const year_month_day date(day);
-    const hh_mm_ss time(moment - day);
+    const auto seconds = static_cast<std::int64_t>(std::floor(timeIntervalSinceReferenceDate));
+    const cctz::civil_second shown = cctz::civil_second(2001, 1, 1) + seconds;
     char text[64];
-    std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d +0000", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                  static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                  static_cast<int>(time.seconds().count()));
+    std::snprintf(text, sizeof text, "%04lld-%02d-%02d %02d:%02d:%02d +0000", static_cast<long long>(shown.year()),
+                  shown.month(), shown.day(), shown.hour(), shown.minute(), shown.second());
     return text;
 }
 

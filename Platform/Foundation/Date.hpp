@@ -14,12 +14,12 @@ struct Date {
     static constexpr double referenceDateSince1970 = 978307200;
 
     static Date now();
-    /// 0001-01-01 00:00:00 UTC.
-    static constexpr Date distantPast() { return {-63114076800.0}; }
+    /// 0001-01-01 00:00:00 UTC in the Gregorian calendar, carried back before its introduction.
+    static constexpr Date distantPast() { return {-63113904000.0}; }
     static constexpr Date since1970(double seconds) { return {seconds - referenceDateSince1970}; }
     constexpr double secondsSince1970() const { return timeIntervalSinceReferenceDate + referenceDateSince1970; }
 
-    /// UTC, as in "2021-03-04 10:11:12 +0000".
+    /// UTC, as in "2021-03-04 10:11:12 +0000"; fractions are cut off. Years before 1 count on down: 0, -1.
     std::string description() const;
 
     friend constexpr auto operator<=>(const Date&, const Date&) = default;
