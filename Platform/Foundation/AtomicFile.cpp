@@ -1,41 +1,43 @@
 #include "Platform/Foundation/AtomicFile.hpp"
 
-#include "Platform/Foundation/SystemCalls.hpp"
+#include "Platform/Foundation/TemporaryFile.hpp"
+#include "Platform/Foundation/WriteFailure.hpp"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstdlib>
-#include <random>
 #include <string>
 #include <vector>
 
 namespace platform {
 
 namespace fs = std::filesystem;
+using systemCalls::Result;
 
 struct AtomicFile::State {
     static constexpr std::size_t bufferSize = std::size_t{1} << 18;
 
-    fs::path destination;
-    Existing existing;
-    fs::path temporary; ///< empty once it is no more
-    int descriptor = -1;
-    std::vector<std::byte> buffer;
+    const fs::path destination;
+    const Existing existing;
+    TemporaryFile temporary;
+    std::vector<std::byte> buffer = {};
+    std::error_code failure = {}; ///< the first; then nothing succeeds any more
 
-    ~State() {
-        if (descriptor >= 0)
-            close(descriptor);
-        if (!temporary.empty())
-            unlink(temporary.c_str());
+    Result checked(const Result& result) {
+        if (!result && !failure)
+            failure = result.error();
+        if (!result && result.error() != std::errc::file_exists)
+            keepWriteFailure(destination, result.error());
+        return result;
     }
 
-    systemCalls::Result writeBuffer() {
-        const auto written = systemCalls::writeAll(descriptor, buffer);
+    Result writeBuffer() {
+        const Result written = buffer.empty() ? Result() : writeThrough(buffer);
         buffer.clear();
         return written;
+    }
+
+    Result writeThrough(std::span<const std::byte> bytes) {
+        return checked(systemCalls::writeAll(temporary.descriptor(), bytes));
     }
 };
 
@@ -48,13 +50,6 @@ fs::path behindLinks(const fs::path& file) {
     return unknown ? file : target;
 }
 
-/// Hidden, in the destination's folder, short whatever the destination's name.
-fs::path temporaryName(const fs::path& destination) {
-    static thread_local std::random_device random;
-    const auto bits = (std::uint64_t{random()} << 32) | random();
-    return destination.parent_path() / (".velmorant-" + std::to_string(bits) + ".tmp");
-}
-
 } // namespace
 
 AtomicFile::AtomicFile(std::unique_ptr<State> state) : state_(std::move(state)) {}
@@ -63,44 +58,44 @@ AtomicFile& AtomicFile::operator=(AtomicFile&&) noexcept = default;
 AtomicFile::~AtomicFile() = default;
 
 std::expected<AtomicFile, std::error_code> AtomicFile::create(const fs::path& destination, Existing existing) {
-    auto state = std::make_unique<State>();
-    state->destination = existing == Existing::replace ? behindLinks(destination) : destination;
-    state->existing = existing;
-    for (int attempt = 0; state->descriptor < 0; ++attempt) {
-        const fs::path name = temporaryName(state->destination);
-        state->descriptor = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (state->descriptor >= 0)
-            state->temporary = name;
-        else if (errno != EEXIST || attempt == 100)
-            return std::unexpected(std::error_code(errno, std::generic_category()));
+    const fs::path file = existing == Existing::replace ? behindLinks(destination) : destination;
+    auto temporary = TemporaryFile::create(file.parent_path());
+    if (!temporary) {
+        keepWriteFailure(destination, temporary.error());
+        return std::unexpected(temporary.error());
     }
-    if (struct stat former = {}; existing == Existing::replace && stat(state->destination.c_str(), &former) == 0)
-        std::ignore = fchmod(state->descriptor, former.st_mode & 07777); // not to be had everywhere
-    state->buffer.reserve(State::bufferSize);
-    return AtomicFile(std::move(state));
+    if (struct stat former = {}; existing == Existing::replace && stat(file.c_str(), &former) == 0)
+        std::ignore = fchmod(temporary->descriptor(), former.st_mode & 0777); // not to be had everywhere
+    return AtomicFile(std::unique_ptr<State>(new State{file, existing, std::move(*temporary)}));
 }
 
 std::expected<void, std::error_code> AtomicFile::write(std::span<const std::byte> bytes) {
-    if (state_->buffer.size() + bytes.size() > State::bufferSize)
-        if (auto written = state_->writeBuffer(); !written)
+    State& state = *state_;
+    if (state.failure)
+        return std::unexpected(state.failure);
+    if (state.buffer.size() + bytes.size() > State::bufferSize)
+        if (auto written = state.writeBuffer(); !written)
             return written;
     if (bytes.size() >= State::bufferSize)
-        return systemCalls::writeAll(state_->descriptor, bytes);
-    state_->buffer.insert(state_->buffer.end(), bytes.begin(), bytes.end());
+        return state.writeThrough(bytes);
+    state.buffer.reserve(State::bufferSize);
+    state.buffer.insert(state.buffer.end(), bytes.begin(), bytes.end());
     return {};
 }
 
 std::expected<void, std::error_code> AtomicFile::commit() {
     State& state = *state_;
+    if (state.failure)
+        return std::unexpected(state.failure);
     if (auto written = state.writeBuffer(); !written)
         return written;
-    if (auto flushed = systemCalls::flush(state.descriptor); !flushed)
+    if (auto flushed = state.checked(systemCalls::flush(state.temporary.descriptor())); !flushed)
         return flushed;
-    if (auto renamed = systemCalls::rename(state.temporary, state.destination, state.existing == Existing::replace);
-        !renamed)
-        return renamed;
-    state.temporary.clear();
-    return systemCalls::flushFolder(state.destination.parent_path());
+    state.failure = std::make_error_code(std::errc::bad_file_descriptor); // of what comes after this commit
+    const auto target = state.existing == Existing::replace ? systemCalls::Target::replace : systemCalls::Target::keep;
+    if (auto moved = state.checked(state.temporary.moveTo(state.destination, target)); !moved)
+        return moved;
+    return state.checked(systemCalls::flushFolder(state.destination.parent_path()));
 }
 
 } // namespace platform
