@@ -1,11 +1,9 @@
 #include "Platform/Foundation/ContentHash.hpp"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "Platform/Foundation/RegularFile.hpp"
+
 #include <xxhash.h>
 
-#include <cerrno>
 #include <new>
 #include <vector>
 
@@ -40,28 +38,17 @@ std::string ContentHash::hex() const {
 }
 
 std::expected<void, std::error_code> ContentHash::addFile(const std::filesystem::path& file) {
-    const auto lastError = [] { return std::unexpected(std::error_code(errno, std::generic_category())); };
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0)
-        return lastError();
-    const std::unique_ptr<const int, decltype([](const int* d) { close(*d); })> owner(&descriptor);
-
-    struct stat status = {};
-    if (fstat(descriptor, &status) != 0)
-        return lastError();
-    if (!S_ISREG(status.st_mode))
-        return std::unexpected(std::make_error_code(std::errc::invalid_argument));
-
-    std::vector<char> block(std::size_t{1} << 17);
+    const auto opened = RegularFile::open(file);
+    if (!opened)
+        return std::unexpected(opened.error());
+    std::vector<std::byte> block(std::size_t{1} << 17);
     for (;;) {
-        const ssize_t count = read(descriptor, block.data(), block.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return lastError();
-        if (count == 0)
+        const auto count = opened->read(block);
+        if (!count)
+            return std::unexpected(count.error());
+        if (*count == 0)
             return {};
-        add(block.data(), static_cast<std::size_t>(count));
+        add(block.data(), *count);
     }
 }
 
