@@ -33,25 +33,28 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
     if (differing * changedShare > informed)
         return std::nullopt;
 
-    // The view against itself, without what may be bars: rows with information, and how many of them another shift
-    // explains as well.
+    // The view against itself, without what may be bars: where it changes from one row to the next, and how many of
+    // these changes another shift explains as well.
     const std::int64_t bar = a.height / barShare;
-    const FramePair self(a, a, pair.tolerance());
-    std::int64_t rows = 0;
-    for (std::int64_t y = bar; y < a.height - bar; ++y)
-        rows += a.informed[static_cast<std::size_t>(y)] != 0;
-    if (rows * pinningShare < a.height)
+    const auto equalAt = [&](std::int64_t y, std::int64_t z) {
+        return equalCells(a.signature[static_cast<std::size_t>(y)], a.signature[static_cast<std::size_t>(z)],
+                          pair.tolerance()) == ~CellMask{0};
+    };
+    std::vector<bool> changes(a.signature.size());
+    for (std::int64_t y = bar + 1; y < a.height - bar; ++y)
+        changes[static_cast<std::size_t>(y)] = !equalAt(y - 1, y);
+    const auto total = std::ranges::count(changes, true);
+    if (total * pinningShare < a.height)
         return KSVPatternPair{};
-    for (std::int64_t shift = 4; shift < a.height - 2 * bar; ++shift) {
+    for (std::int64_t shift = 1; shift < a.height - 2 * bar; ++shift) {
         std::int64_t explained = 0, seen = 0;
-        for (std::int64_t y = bar; y + shift < a.height - bar; ++y) {
-            const auto here = static_cast<std::size_t>(y), there = static_cast<std::size_t>(y + shift);
-            if (a.informed[here] == 0 && a.informed[there] == 0)
+        for (std::int64_t y = bar + 1; y + shift < a.height - bar; ++y) {
+            if (!changes[static_cast<std::size_t>(y)] && !changes[static_cast<std::size_t>(y + shift)])
                 continue;
             ++seen;
-            explained += equalCells(a.signature[here], a.signature[there], pair.tolerance()) == ~CellMask{0};
+            explained += equalAt(y, y + shift) && equalAt(y - 1, y - 1 + shift);
         }
-        if (seen * 4 >= rows && explained * 2 > seen)
+        if (seen * 4 >= total && explained * 2 > seen)
             return KSVPatternPair{};
     }
     const KSVPattern pinned(0, bar, std::max<std::int64_t>(1, a.height - 2 * bar));

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <optional>
 #include <vector>
 
 namespace orbelquist {
@@ -20,8 +19,15 @@ constexpr std::uint8_t cellTolerance = 4;
 /// Shifts this close are one place: neighbours of the true shift agree nearly as well in soft content.
 constexpr std::int64_t onePlace = 3;
 
+/// Shifts within half a line of text of each other, one of so many of the screen's rows, compete for the same place:
+/// the one with most agreement wins, and the others are no second opinion.
+constexpr std::int64_t placesPerScreen = 100;
+
 /// An overlap of fewer rows is not looked for.
 constexpr std::int64_t leastOverlap = 12;
+
+/// Another place that holds as well leaves the offset open unless the best agrees in so many times as much.
+constexpr std::int64_t leadOverOthers = 3;
 
 /// Places examined on all pixels, by each of two rankings.
 constexpr std::size_t examinedPlaces = 10;
@@ -63,6 +69,29 @@ std::vector<Stretch> candidates(std::vector<Stretch> stretches) {
     return chosen;
 }
 
+/// A page that moved by a few rows only still shows most of its strokes where they were: they look like furniture, and
+/// what is left may fit elsewhere. So, with nothing but the bars left out of account, no such small shift may explain
+/// the frames better, over most of the screen.
+bool mayHaveCrept(const FramePair& pair, std::int64_t shift, std::int64_t few) {
+    const FramePair bare = pair.withBarsAlone();
+    std::vector<RowAgreement> rows;
+    const auto stretchAt = [&](std::int64_t at) {
+        bare.compare(at, rows);
+        return bestStretch(at, bare.firstRow(at), rows);
+    };
+    const std::int64_t score = stretchAt(shift).score();
+    const std::int64_t height = std::min(pair.a().height, pair.b().height);
+    for (std::int64_t small = 1; small <= few; ++small)
+        for (const std::int64_t other : {small, -small}) {
+            const Stretch stretch = stretchAt(other);
+            const bool explainsAll =
+                stretch.contradicting * 20 <= stretch.agreeing && (stretch.last - stretch.first) * 2 >= height;
+            if (other != shift && explainsAll && stretch.score() > score)
+                return true;
+        }
+    return false;
+}
+
 } // namespace
 
 KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
@@ -72,18 +101,18 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
     if (const auto equal = equalFrames(pair))
         return *equal;
 
-    std::optional<Examination> best;
-    std::int64_t second = 0; // agreement at the runner-up
-    for (const Stretch& candidate : candidates(stretchesOfAllShifts(pair))) {
-        const auto examined = examine(pair, candidate);
-        if (!examined || !holds(*examined, pair))
-            continue;
-        const bool leads = !best || examined->agreeing > best->agreeing;
-        second = std::max(second, !leads ? examined->agreeing : best ? best->agreeing : 0);
-        if (leads)
-            best = examined;
-    }
-    if (!best || second * 3 > best->agreeing)
+    std::vector<Examination> held;
+    for (const Stretch& candidate : candidates(stretchesOfAllShifts(pair)))
+        if (const auto examined = examine(pair, candidate); examined && holds(*examined, pair))
+            held.push_back(*examined);
+    const auto best = std::ranges::max_element(held, {}, &Examination::agreeing);
+    if (best == held.end())
+        return {};
+    const std::int64_t place = std::max(onePlace, std::min(a.height, b.height) / placesPerScreen);
+    const bool isOpen = std::ranges::any_of(held, [&](const Examination& other) {
+        return std::abs(other.shift - best->shift) > place && other.agreeing * leadOverOthers > best->agreeing;
+    });
+    if (isOpen || mayHaveCrept(pair, best->shift, place))
         return {};
     const KSVPattern pattern = seamAt(pair, *best);
     return best->shift > 0 ? KSVPatternPair{pattern, {}} : KSVPatternPair{{}, pattern};

@@ -5,10 +5,20 @@
 namespace orbelquist {
 
 FramePair::FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance)
-    : a_(a), b_(b), tolerance_(tolerance), furniture_(furnitureOf(a, b, tolerance)), ignoredInA_(furniture_.cells),
+    : FramePair(a, b, tolerance, furnitureOf(a, b, tolerance)) {}
+
+FramePair::FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance, Furniture furniture)
+    : a_(a), b_(b), tolerance_(tolerance), furniture_(std::move(furniture)), ignoredInA_(furniture_.cells),
       ignoredInB_(furniture_.cells) {
     ignoredInA_.resize(static_cast<std::size_t>(a.height));
     ignoredInB_.resize(static_cast<std::size_t>(b.height));
+}
+
+FramePair FramePair::withBarsAlone() const {
+    Furniture bars = furniture_;
+    if (bars.topRows + bars.bottomRows < std::ssize(bars.cells))
+        std::fill(bars.cells.begin() + bars.topRows, bars.cells.end() - bars.bottomRows, CellMask{0});
+    return FramePair(a_, b_, tolerance_, std::move(bars));
 }
 
 void FramePair::compare(std::int64_t shift, std::vector<RowAgreement>& rows) const {

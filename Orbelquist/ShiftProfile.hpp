@@ -16,6 +16,9 @@ class FramePair {
 public:
     FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance);
 
+    /// The same frames, with the bars that stand still over their whole width as the only furniture.
+    FramePair withBarsAlone() const;
+
     const Frame& a() const { return a_; }
     const Frame& b() const { return b_; }
     const Furniture& furniture() const { return furniture_; }
@@ -34,6 +37,8 @@ public:
     void compare(std::int64_t shift, std::vector<RowAgreement>& rows) const;
 
 private:
+    FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance, Furniture furniture);
+
     const Frame& a_;
     const Frame& b_;
     const std::uint8_t tolerance_;

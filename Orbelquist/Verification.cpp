@@ -140,21 +140,29 @@ private:
         }
     }
 
+    /// Leaves out of account what one overlay hides: the window of its height with most rows that differ.
     bool countConflicts(std::int64_t step, std::int64_t most, std::int64_t height) {
-        std::vector<std::int64_t> conflicting;
+        std::vector<std::int64_t> differing;
         for (std::int64_t row = firstRow_; row < lastRow_; row += step)
-            if (row >= examination_.first && row < examination_.last && at(row).conflicts > 0 &&
-                at(row).conflicts <= denseCells)
-                conflicting.push_back(row);
+            if (row >= examination_.first && row < examination_.last && at(row).conflicts > 0)
+                differing.push_back(row);
         const std::int64_t overlay = height / overlaysPerScreen;
-        std::size_t hidden = 0; // by the one overlay that explains most
-        for (std::size_t first = 0, end = 0; first < conflicting.size(); ++first) {
-            while (end < conflicting.size() && conflicting[end] < conflicting[first] + overlay)
+        std::size_t bestFirst = 0, hidden = 0;
+        for (std::size_t first = 0, end = 0; first < differing.size(); ++first) {
+            while (end < differing.size() && differing[end] < differing[first] + overlay)
                 ++end;
-            hidden = std::max(hidden, end - first);
+            if (end - first > hidden) {
+                bestFirst = first;
+                hidden = end - first;
+            }
         }
         examination_.hiddenRows = step * static_cast<std::int64_t>(hidden);
-        examination_.conflictRows = step * static_cast<std::int64_t>(conflicting.size() - hidden);
+        for (std::size_t i = 0; i < differing.size(); ++i) {
+            if (i >= bestFirst && i < bestFirst + hidden)
+                examination_.contradicting -= step * at(differing[i]).contradicting;
+            else if (at(differing[i]).conflicts <= denseCells)
+                examination_.conflictRows += step;
+        }
         return examination_.conflictRows <= most;
     }
 

@@ -13,7 +13,7 @@ struct Examination {
     std::uint8_t tolerance = 0;       ///< levels by which equal pixels may differ here: the frames' own noise
     std::int64_t first = 0, last = 0; ///< the stretch in which the page is seen to lie at this shift
     std::int64_t agreeing = 0;        ///< edge pixels that are equal, in the stretch
-    std::int64_t contradicting = 0;   ///< pixels that differ, in the stretch
+    std::int64_t contradicting = 0;   ///< pixels that differ, in the stretch, but for those that one overlay hides
     std::int64_t agreeingRows = 0;    ///< rows of the stretch with edges that agree
     std::int64_t conflictRows = 0;    ///< rows of the stretch that differ, but for one overlay and moving regions
     std::int64_t hiddenRows = 0;      ///< rows of the stretch that differ by the one overlay

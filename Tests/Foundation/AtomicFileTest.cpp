@@ -71,7 +71,7 @@ TEST_P(AtomicFileTest, IsThereWholeOrAsBeforeWhicheverStepFails) {
         for (int n = 1;; ++n) {
             fs::remove(file);
             if (existing == Existing::replace)
-                writePlainly(file, before);
+                writeFile(file, before);
             const FailingWrites fault(n);
             const std::error_code error = save(file, existing);
             const std::string found = fs::exists(file) ? contentOf(file) : before;
@@ -101,7 +101,7 @@ TEST_P(AtomicFileTest, LeavesNothingWithoutACommit) {
 }
 
 TEST_P(AtomicFileTest, KeepsWhatIsThere) {
-    writePlainly(file, before);
+    writeFile(file, before);
     fs::create_symlink("nowhere", folder / "link");
     EXPECT_EQ(save(file, Existing::keep), std::errc::file_exists);
     EXPECT_EQ(save(folder / "link", Existing::keep), std::errc::file_exists);
@@ -129,7 +129,7 @@ TEST_P(AtomicFileTest, TakesPermissionsAndLinksFromWhatItReplaces) {
 
     fs::create_directory(folder / "elsewhere");
     const fs::path target = folder / "elsewhere" / "target";
-    writePlainly(target, before);
+    writeFile(target, before);
     chmod(target.c_str(), 04604);
     fs::create_symlink("elsewhere/target", folder / "link");
     EXPECT_FALSE(save(folder / "link", Existing::replace));
@@ -159,7 +159,7 @@ TEST_P(AtomicFileTest, LeavesNothingOfAKilledProcessWhereFilesNeedNoName) {
 }
 
 TEST_P(AtomicFileTest, SurvivesAKillAtAnyMoment) {
-    writePlainly(file, before);
+    writeFile(file, before);
     std::mt19937 random(11);
     for (int round = 0; round < 40; ++round) {
         const pid_t child = fork();

@@ -53,14 +53,14 @@ TEST_F(FilesTest, MakesAndRemovesFolders) {
 
 TEST_F(FilesTest, SetsDamagedFilesAsideWithoutLosingOne) {
     for (const std::string number : {"1", "2", "3"}) {
-        writePlainly(folder / "cache", "damaged " + number);
+        writeFile(folder / "cache", "damaged " + number);
         EXPECT_EQ(FileManager::setAsideDamaged(folder / "cache"), folder / ("cache.damaged-" + number));
         EXPECT_EQ(contentOf(folder / ("cache.damaged-" + number)), "damaged " + number);
     }
     EXPECT_FALSE(fs::exists(folder / "cache"));
     EXPECT_EQ(FileManager::setAsideDamaged(folder / "cache").error(), std::errc::no_such_file_or_directory);
 
-    writePlainly(folder / "cache", "damaged");
+    writeFile(folder / "cache", "damaged");
     const FailingWrites fault(1);
     EXPECT_EQ(FileManager::setAsideDamaged(folder / "cache").error(), std::errc::no_space_on_device);
     EXPECT_EQ(contentOf(folder / "cache"), "damaged");
@@ -68,7 +68,7 @@ TEST_F(FilesTest, SetsDamagedFilesAsideWithoutLosingOne) {
 
 TEST_F(FilesTest, HashesContentHoweverItComes) {
     const std::string content(300'000, 'x');
-    writePlainly(folder / "file", content);
+    writeFile(folder / "file", content);
     ContentHash fromFile, inPieces, other;
     ASSERT_TRUE(fromFile.addFile(folder / "file"));
     for (std::size_t i = 0; i < content.size(); i += 1000)

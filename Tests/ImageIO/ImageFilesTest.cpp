@@ -1,7 +1,7 @@
 #include "Platform/Foundation/AtomicFile.hpp"
 #include "Platform/ImageIO/CGImageDestination.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
-#include "Tests/Support/TemporaryFolder.hpp"
+#include "Tests/Support/TestDevice.hpp"
 #include "Tests/Support/TestImages.hpp"
 
 #include <gtest/gtest.h>

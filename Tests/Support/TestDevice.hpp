@@ -58,7 +58,7 @@ inline std::string contentOf(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-inline void writePlainly(const std::filesystem::path& file, const std::string& content) {
+inline void writeFile(const std::filesystem::path& file, const std::string& content) {
     std::ofstream(file, std::ios::binary) << content;
 }
 

@@ -1,0 +1,290 @@
+#include "Platform/Foundation/JSONDecoder.hpp"
+#include "Platform/ImageIO/CGImageSource.hpp"
+#include "Tests/Support/TestDevice.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <thread>
+
+/// The program as its users run it.
+namespace host {
+
+namespace fs = std::filesystem;
+using platform::contentOf;
+using platform::JSONValue;
+using platform::TemporaryFolder;
+using platform::writeFile;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+const fs::path examples = fs::path(VELMORANT_SOURCE_DIR) / "Examples";
+
+struct Ran {
+    int status;
+    std::string out, err;
+};
+
+std::string quoted(const std::string& word) {
+    return "'" + word + "'";
+}
+
+std::string inputsOf(const std::string& name) {
+    std::string words;
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::directory_iterator(examples / name))
+        if (entry.path().extension() != ".json")
+            files.push_back(entry.path());
+    std::ranges::sort(files);
+    for (const fs::path& file : files)
+        words += " " + quoted(file.native());
+    return words;
+}
+
+class StitchTest : public testing::Test {
+protected:
+    /// `arguments` as a shell reads them, run in the test's folder.
+    Ran run(const std::string& arguments) {
+        const std::string command = "cd " + quoted(folder.path().native()) + " && " + quoted(VELMORANT_PROGRAM) +
+                                    " >.out 2>.err </dev/null " + arguments;
+        const int status = std::system(command.c_str());
+        return {WEXITSTATUS(status), contentOf(folder / ".out"), contentOf(folder / ".err")};
+    }
+
+    /// What lies in the folder, but for what `run` keeps there.
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const std::string& name : folder.names())
+            if (name != ".out" && name != ".err")
+                names.push_back(name);
+        std::ranges::sort(names);
+        return names;
+    }
+
+    const TemporaryFolder folder;
+    const std::string chat = inputsOf("trip-chat");
+};
+
+} // namespace
+
+class Example : public StitchTest, public testing::WithParamInterface<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Pages, Example, testing::Values("trip-chat", "receipt"));
+
+TEST_P(Example, IsJoinedExactly) {
+    const Ran ran = run("stitch --together --no-cache --json -o out.png " + inputsOf(GetParam()));
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_THAT(ran.err, IsEmpty());
+
+    std::map<std::string, std::int64_t> expected, got;
+    std::int64_t width = 0, height = 0;
+    ASSERT_TRUE(platform::json::decode(contentOf(examples / GetParam() / "truth.json"), [&](const JSONValue& truth) {
+        width = truth["width"].integer();
+        height = truth["height"].integer();
+        for (const auto& [file, offset] : truth["offsets"].members())
+            expected[file] = offset.integer();
+    }));
+    ASSERT_TRUE(platform::json::decode(ran.out, [&](const JSONValue& answer) {
+        EXPECT_TRUE(answer["failed"].elements().empty());
+        const JSONValue group = answer["groups"].elements().at(0);
+        const JSONValue alignment = group["alignment"];
+        std::int64_t before = 0;
+        for (const JSONValue& position : alignment["positions"].elements()) {
+            got[fs::path(position["path"].string()).filename()] = position["offset"].integer();
+            EXPECT_GE(position["offset"].integer(), before); // from the top downwards
+            before = position["offset"].integer();
+        }
+        EXPECT_EQ(alignment["size"]["height"].integer(), height);
+        EXPECT_EQ(group["items"].elements().size(), expected.size());
+        EXPECT_EQ(group["output"].string(), "out.png");
+    })) << ran.out;
+    EXPECT_EQ(got, expected);
+
+    const auto picture = platform::CGImageSource::open(folder / "out.png");
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->properties().width, width);
+    EXPECT_EQ(picture->properties().height, height);
+    EXPECT_TRUE(picture->properties().opaque);
+    EXPECT_EQ(picture->properties().software, "Velmorant");
+    EXPECT_EQ(picture->properties().captureDate->day, 1); // the first screenshot's
+    EXPECT_TRUE(picture->image().decoded());
+}
+
+/// Above its seams the picture is the screenshots, pixel for pixel: rows between the bars are compared.
+TEST_F(StitchTest, ThePictureShowsTheScreenshotsRows) {
+    ASSERT_EQ(run("--together -o out.png" + chat).status, 0); // the word stitch may be left out
+    const auto picture = platform::CGImageSource::open(folder / "out.png")->image().decoded();
+    ASSERT_TRUE(platform::json::decode(contentOf(examples / "trip-chat/truth.json"), [&](const JSONValue& truth) {
+        std::vector<bool> shown(static_cast<std::size_t>(picture->height()));
+        for (const auto& [file, offset] : truth["offsets"].members()) {
+            const auto screenshot = platform::CGImageSource::open(examples / "trip-chat" / file)->image().decoded();
+            const bool first = offset.integer() == 0,
+                       last = offset.integer() + screenshot->height() == picture->height();
+            const std::int64_t from = first ? 0 : 92, to = screenshot->height() - (last ? 0 : 72); // its bars
+            for (std::int64_t y = from; y < to; ++y) {
+                const auto row = offset.integer() + y;
+                if (std::memcmp(picture->pixels()->row(row), screenshot->pixels()->row(y),
+                                picture->pixels()->stride()) == 0)
+                    shown[static_cast<std::size_t>(row)] = true;
+            }
+        }
+        EXPECT_THAT(shown, testing::Each(true));
+    }));
+}
+
+TEST_F(StitchTest, RefusesWhatDoesNotBelongTogether) {
+    const Ran ran = run("stitch --together --json -o out.png" + inputsOf("unrelated"));
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.out, HasSubstr("\"alignment\":null"));
+    EXPECT_THAT(ran.out, HasSubstr("\"output\":null"));
+    EXPECT_THAT(files(), IsEmpty());
+}
+
+TEST_F(StitchTest, CallsStatusesAndWhatTheyLeaveBehind) {
+    const std::string one = quoted((examples / "trip-chat/Screenshot_20260301-101112.png").native());
+    const std::string two = quoted((examples / "trip-chat/Screenshot_20260301-101115.png").native());
+    struct Case {
+        std::string arguments;
+        int status;
+        const char* out; ///< a part of standard output
+        const char* err; ///< a part of standard error
+        std::vector<std::string> left;
+    };
+    for (const auto& [arguments, status, out, err, left] : std::vector<Case>{
+             {"--version", 0, "velmorant 0.", "", {}},
+             {"--help", 0, "Examples:", "", {}},
+             {"stitch --help", 0, "--together", "", {}},
+             {"", 2, "", "see velmorant --help", {}},
+             {"stitch --together", 2, "", "files", {}},
+             {"stitch --nonsense " + one, 2, "", "--nonsense", {}},
+             {"stitch " + one + " " + two, 2, "", "--together", {}},
+             {"--together -o out.gif " + one + " " + two, 2, "", ".png", {}},
+             {"--together -o none/out.png " + one + " " + two, 2, "", "there is no folder", {}},
+             {"--together -o out.png " + one, 1, "not joined", "", {}},
+             {"--together -o out.png " + one + " " + one + " " + two,
+              0,
+              "2 screenshots joined",
+              "the same screenshot",
+              {"out.png"}},
+             {"--together -o out.jpg " + two + " " + one, 0, "2 screenshots joined", "", {"out.jpg"}},
+             {"--together -o . " + one + " " + two, 0, "joined", "", {"Screenshot_20260301-101112-stitched.png"}},
+             {"--together -o out.png none.png " + one + " " + two,
+              1,
+              "2 screenshots joined",
+              "none.png: there is no such file",
+              {"out.png"}},
+             {"--together -o out.png " + one + " " + two + " >/dev/full", 1, "", "standard output", {"out.png"}},
+             {"stitch --together -o out.png -- " + one + " " + two, 0, "joined", "", {"out.png"}},
+         }) {
+        const Ran ran = run(arguments);
+        EXPECT_EQ(ran.status, status) << arguments << '\n' << ran.err;
+        EXPECT_THAT(ran.out, HasSubstr(out)) << arguments;
+        EXPECT_THAT(ran.err, HasSubstr(err)) << arguments;
+        EXPECT_EQ(files(), left) << arguments;
+        for (const std::string& name : files())
+            fs::remove(folder / name);
+    }
+}
+
+TEST_F(StitchTest, OverwritesNothingUnlessToldTo) {
+    writeFile(folder / "out.png", "precious");
+    EXPECT_EQ(run("--together -o out.png" + chat).status, 2);
+    EXPECT_EQ(contentOf(folder / "out.png"), "precious");
+    EXPECT_EQ(run("--together --force -o out.png" + chat).status, 0);
+    EXPECT_NE(contentOf(folder / "out.png"), "precious");
+
+    // Not even with --force one of the screenshots, under whatever name.
+    fs::copy(examples / "trip-chat", folder / "shots");
+    fs::create_hard_link(folder / "shots/Screenshot_20260301-101112.png", folder / "link.png");
+    const std::string before = contentOf(folder / "link.png");
+    EXPECT_EQ(run("--together --force -o link.png shots").status, 2);
+    EXPECT_EQ(contentOf(folder / "link.png"), before);
+
+    EXPECT_EQ(run("--together shots").status, 0); // without -o: beside the first screenshot
+    EXPECT_TRUE(fs::exists(folder / "shots/Screenshot_20260301-101112-stitched.png"));
+}
+
+TEST_F(StitchTest, NamesEachBadFileOnceAndJoinsTheOthers) {
+    fs::copy(examples / "trip-chat", folder / "shots");
+    const std::string whole = contentOf(folder / "shots/Screenshot_20260301-101119.png");
+    writeFile(folder / "shots/Screenshot_20260301-101126.png",
+              whole.substr(0, whole.size() / 2)); // bad while it is read
+    writeFile(folder / "shots/text.png", "hello");
+    writeFile(folder / "shots/empty.jpg", "");
+    mkfifo((folder / "shots/fifo.png").c_str(), 0600);
+    const Ran ran = run("--together --json -o out.png shots");
+    EXPECT_EQ(ran.status, 1);
+    std::map<std::string, std::string> failed;
+    ASSERT_TRUE(platform::json::decode(
+        ran.out,
+        [&](const JSONValue& answer) {
+            EXPECT_EQ(answer["groups"].elements().at(0)["alignment"]["positions"].elements().size(), 4u);
+            for (const JSONValue& file : answer["failed"].elements())
+                EXPECT_TRUE(failed.emplace(fs::path(file["path"].string()).filename(), file["error"].string()).second);
+        }))
+        << ran.out << ran.err;
+    EXPECT_EQ(failed.size(), 4u);
+    EXPECT_THAT(failed["Screenshot_20260301-101126.png"], HasSubstr("cut off"));
+    EXPECT_THAT(failed["text.png"], HasSubstr("not an image"));
+    EXPECT_THAT(failed["fifo.png"], HasSubstr("not a regular file"));
+    EXPECT_EQ(std::ranges::count(ran.err, '\n'), 4);
+    EXPECT_TRUE(fs::exists(folder / "out.png"));
+}
+
+TEST_F(StitchTest, NamesAreBytes) {
+    fs::create_directory(folder / "shots");
+    fs::copy(examples / "trip-chat/Screenshot_20260301-101112.png", folder / "shots" / "a\n\x1b[31m.png");
+    fs::copy(examples / "trip-chat/Screenshot_20260301-101115.png", folder / "shots" / "b\xff.png");
+    writeFile(folder / "shots" / "c\x07.png", "no image");
+    const Ran ran = run("--together --json -o out.png shots");
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_TRUE(platform::json::decode(ran.out, [](const JSONValue&) {})) << ran.out; // valid UTF-8, valid JSON
+    EXPECT_THAT(ran.err, HasSubstr("c\\x07.png"));
+    EXPECT_THAT(ran.err, testing::Not(HasSubstr("\x07")));
+}
+
+TEST_F(StitchTest, CtrlCLeavesNothingBroken) {
+    for (const int milliseconds : {5, 20, 40, 80}) {
+        const std::string output = (folder / "out.png").native();
+        std::vector<std::string> words{VELMORANT_PROGRAM, "--together", "-o", output};
+        for (const auto& entry : fs::directory_iterator(examples / "trip-chat"))
+            if (entry.path().extension() == ".png")
+                words.push_back(entry.path().native());
+        std::vector<char*> arguments;
+        for (std::string& word : words)
+            arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+
+        const pid_t child = fork();
+        if (child == 0) {
+            std::ignore = std::freopen("/dev/null", "w", stdout);
+            std::ignore = std::freopen("/dev/null", "w", stderr);
+            execv(VELMORANT_PROGRAM, arguments.data());
+            _exit(127);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+        kill(child, SIGINT);
+        int status = 0;
+        waitpid(child, &status, 0);
+        if (!WIFEXITED(status)) { // before the program watched for it
+            EXPECT_EQ(WTERMSIG(status), SIGINT);
+            EXPECT_THAT(files(), IsEmpty());
+        } else if (WEXITSTATUS(status) == 130) {
+            EXPECT_THAT(files(), IsEmpty());
+        } else {
+            EXPECT_EQ(WEXITSTATUS(status), 0);
+            EXPECT_TRUE(platform::CGImageSource::open(output)->image().decoded());
+        }
+        fs::remove(output);
+    }
+}
+
+} // namespace host

@@ -1,0 +1,100 @@
+#include "Orbelquist/Kernels/Plain.hpp"
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+namespace orbelquist {
+
+namespace {
+
+/// Bytes at an odd place, with more behind them that must stay as they are. Half of them near each other, so that
+/// tolerances decide.
+class Bytes {
+public:
+    Bytes(std::size_t size, std::mt19937& random, std::uint8_t most)
+        : start_(random() % 64), size_(size), bytes_(start_ + size + 64) {
+        for (std::uint8_t& byte : bytes_)
+            byte = static_cast<std::uint8_t>(random() % 2 ? random() % 9 + 100 : random() % (most + 1u));
+        if (most == 1)
+            std::ranges::transform(bytes_, bytes_.begin(), [](std::uint8_t byte) { return byte & 1; });
+    }
+    std::uint8_t* data() { return bytes_.data() + start_; }
+    std::span<std::uint8_t> span() { return {data(), size_}; }
+    bool operator==(const Bytes&) const = default;
+
+private:
+    std::size_t start_, size_;
+    std::vector<std::uint8_t> bytes_;
+};
+
+/// Runs `check` for every instruction set of this machine that was built.
+template <class Check>
+void onEveryTarget(Check check) {
+    for (const auto target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        SCOPED_TRACE(hwy::TargetName(target));
+        check();
+    }
+    hwy::SetSupportedTargetsForTest(0);
+}
+
+} // namespace
+
+TEST(Kernels, CellsCompareAsThePlainOnesDo) {
+    onEveryTarget([] {
+        std::mt19937 random(1);
+        for (std::size_t rows = 0; rows < 70; ++rows) {
+            std::vector<RowSignature> a(rows), b(rows);
+            std::vector<CellMask> masks[4];
+            for (auto& mask : masks)
+                for (std::size_t i = 0; i < rows; ++i)
+                    mask.push_back((std::uint64_t{random()} << 32 | random()) &
+                                   (std::uint64_t{random()} << 32 | random()));
+            for (auto* signatures : {&a, &b})
+                for (RowSignature& row : *signatures)
+                    std::ranges::generate(
+                        row, [&] { return static_cast<std::uint8_t>(random() % 2 ? random() % 12 : random()); });
+            const RowsView viewA{a.data(), masks[0].data(), masks[1].data()},
+                viewB{b.data(), masks[2].data(), masks[3].data()};
+            for (const std::uint8_t tolerance : std::initializer_list<std::uint8_t>{0, 4, 255}) {
+                std::vector<RowAgreement> fast(rows), plain(rows);
+                compareRows(viewA, viewB, tolerance, fast);
+                plain::compareRows(viewA, viewB, tolerance, plain);
+                for (std::size_t i = 0; i < rows; ++i) {
+                    EXPECT_EQ(fast[i].agreeing, plain[i].agreeing);
+                    EXPECT_EQ(fast[i].contradicting, plain[i].contradicting);
+                    EXPECT_EQ(equalCells(a[i], b[i], tolerance), plain::equalCells(a[i], b[i], tolerance));
+                }
+            }
+        }
+    });
+}
+
+TEST(Kernels, EdgesAndPixelsCompareAsThePlainOnesDo) {
+    onEveryTarget([] {
+        std::mt19937 random(2);
+        for (std::size_t width = 0; width < 300; ++width) {
+            Bytes above(width, random, 255), row(width, random, 255), below(width, random, 255);
+            Bytes fast(width, random, 1), plain = fast;
+            markEdges(above.data(), row.data(), below.data(), fast.span());
+            plain::markEdges(above.data(), row.data(), below.data(), plain.span());
+            ASSERT_EQ(fast, plain) << width;
+
+            Bytes edges(width, random, 1);
+            const PixelRow a{above.span(), edges.data()}, b{row.span(), fast.data()};
+            std::array<CellCounts, cellCount> counted, expected;
+            comparePixels(a, b, 5, counted);
+            plain::comparePixels(a, b, 5, expected);
+            for (std::size_t cell = 0; cell < cellCount; ++cell) {
+                ASSERT_EQ(counted[cell].agreeing, expected[cell].agreeing) << width << ' ' << cell;
+                ASSERT_EQ(counted[cell].contradicting, expected[cell].contradicting) << width << ' ' << cell;
+            }
+        }
+    });
+}
+
+} // namespace orbelquist
