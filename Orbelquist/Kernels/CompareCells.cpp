@@ -47,17 +47,16 @@ void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, s
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
+#include "Orbelquist/Kernels/Dispatch-inl.hpp"
+
 namespace orbelquist {
 
-HWY_EXPORT(equalCellsOf);
-HWY_EXPORT(compareRows);
-
 CellMask equalCells(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance) {
-    return HWY_DYNAMIC_DISPATCH(equalCellsOf)(a, b, tolerance);
+    return ORBELQUIST_DISPATCH(equalCellsOf)(a, b, tolerance);
 }
 
 void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
-    HWY_DYNAMIC_DISPATCH(compareRows)(a, b, tolerance, result);
+    ORBELQUIST_DISPATCH(compareRows)(a, b, tolerance, result);
 }
 
 } // namespace orbelquist

@@ -60,13 +60,13 @@ void comparePixels(const PixelRow& a, const PixelRow& b, std::uint8_t tolerance,
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace orbelquist {
+#include "Orbelquist/Kernels/Dispatch-inl.hpp"
 
-HWY_EXPORT(comparePixels);
+namespace orbelquist {
 
 void comparePixels(const PixelRow& a, const PixelRow& b, std::uint8_t tolerance,
                    std::array<CellCounts, cellCount>& counts) {
-    HWY_DYNAMIC_DISPATCH(comparePixels)(a, b, tolerance, counts);
+    ORBELQUIST_DISPATCH(comparePixels)(a, b, tolerance, counts);
 }
 
 } // namespace orbelquist

@@ -45,13 +45,13 @@ void markEdges(const std::uint8_t* above, const std::uint8_t* row, const std::ui
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace orbelquist {
+#include "Orbelquist/Kernels/Dispatch-inl.hpp"
 
-HWY_EXPORT(markEdges);
+namespace orbelquist {
 
 void markEdges(const std::uint8_t* above, const std::uint8_t* row, const std::uint8_t* below,
                std::span<std::uint8_t> edges) {
-    HWY_DYNAMIC_DISPATCH(markEdges)(above, row, below, edges);
+    ORBELQUIST_DISPATCH(markEdges)(above, row, below, edges);
 }
 
 } // namespace orbelquist
