@@ -37,13 +37,13 @@ std::string ContentHash::hex() const {
     return text;
 }
 
-std::expected<void, std::error_code> ContentHash::addFile(const std::filesystem::path& file) {
-    const auto opened = RegularFile::open(file);
-    if (!opened)
-        return std::unexpected(opened.error());
+std::expected<void, std::error_code> ContentHash::addFile(const std::filesystem::path& path) {
+    const auto file = RegularFile::open(path);
+    if (!file)
+        return std::unexpected(file.error());
     std::vector<std::byte> block(std::size_t{1} << 17);
     for (;;) {
-        const auto count = opened->read(block);
+        const auto count = file->read(block);
         if (!count)
             return std::unexpected(count.error());
         if (*count == 0)

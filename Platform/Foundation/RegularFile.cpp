@@ -23,7 +23,11 @@ std::expected<RegularFile, std::error_code> RegularFile::open(const std::filesys
         return lastError();
     if (!S_ISREG(status.st_mode))
         return std::unexpected(std::make_error_code(std::errc::invalid_argument));
-    return RegularFile(std::move(descriptor), static_cast<std::uint64_t>(status.st_size));
+    return RegularFile(std::move(descriptor), {.device = status.st_dev,
+                                               .inode = status.st_ino,
+                                               .size = status.st_size,
+                                               .modifiedSeconds = status.st_mtim.tv_sec,
+                                               .modifiedNanoseconds = status.st_mtim.tv_nsec});
 }
 
 std::expected<std::size_t, std::error_code> RegularFile::read(std::span<std::byte> into) const {
@@ -34,6 +38,22 @@ std::expected<std::size_t, std::error_code> RegularFile::read(std::span<std::byt
         if (errno != EINTR)
             return lastError();
     }
+}
+
+std::expected<std::size_t, std::error_code> RegularFile::readAt(std::int64_t offset, std::span<std::byte> into) const {
+    std::size_t done = 0;
+    while (done < into.size()) {
+        const ssize_t count = pread(descriptor_.number(), into.data() + done, into.size() - done,
+                                    offset + static_cast<std::int64_t>(done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return lastError();
+        if (count == 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
 }
 
 } // namespace platform

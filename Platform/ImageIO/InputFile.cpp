@@ -1,11 +1,6 @@
 #include "Platform/ImageIO/InputFile.hpp"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <system_error>
 #include <utility>
@@ -16,32 +11,24 @@ using Code = ImageError::Code;
 
 namespace {
 
-ImageError errorOf(int number) {
-    const Code code = number == ENOENT || number == ENOTDIR ? Code::missing
-                      : number == EACCES || number == EPERM ? Code::noPermission
-                      : number == ENXIO || number == ENODEV ? Code::notRegularFile
-                                                            : Code::readFailed;
-    const bool saysAll = code == Code::missing || code == Code::noPermission || code == Code::notRegularFile;
-    return {code, saysAll ? "" : std::generic_category().message(number)};
+ImageError errorOf(const std::error_code& error) {
+    if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory)
+        return {Code::missing, {}};
+    if (error == std::errc::permission_denied || error == std::errc::operation_not_permitted)
+        return {Code::noPermission, {}};
+    if (error == std::errc::invalid_argument || error == std::errc::no_such_device_or_address ||
+        error == std::errc::no_such_device)
+        return {Code::notRegularFile, {}};
+    return {Code::readFailed, error.message()};
 }
 
 } // namespace
 
-InputFile::Descriptor::~Descriptor() {
-    close(number);
-}
-
 std::expected<InputFile, ImageError> InputFile::open(const std::filesystem::path& file) {
-    const int number = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (number < 0)
-        return std::unexpected(errorOf(errno));
-    auto descriptor = std::make_unique<Descriptor>(number);
-    struct stat status = {};
-    if (fstat(number, &status) != 0)
-        return std::unexpected(errorOf(errno));
-    if (!S_ISREG(status.st_mode))
-        return std::unexpected(ImageError{Code::notRegularFile, {}});
-    return InputFile(std::move(descriptor), {status.st_dev, status.st_ino, status.st_size, status.st_mtim});
+    auto opened = RegularFile::open(file);
+    if (!opened)
+        return std::unexpected(errorOf(opened.error()));
+    return InputFile(std::move(*opened));
 }
 
 std::expected<InputFile, ImageError> InputFile::open(const std::filesystem::path& file, const FileIdentity& identity) {
@@ -52,19 +39,10 @@ std::expected<InputFile, ImageError> InputFile::open(const std::filesystem::path
 }
 
 std::expected<std::size_t, ImageError> InputFile::read(std::int64_t offset, std::span<std::byte> into) const {
-    std::size_t done = 0;
-    while (done < into.size()) {
-        const ssize_t count = pread(descriptor_->number, into.data() + done, into.size() - done,
-                                    offset + static_cast<std::int64_t>(done));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return std::unexpected(errorOf(errno));
-        if (count == 0)
-            break;
-        done += static_cast<std::size_t>(count);
-    }
-    return done;
+    const auto count = file_.readAt(offset, into);
+    if (!count)
+        return std::unexpected(errorOf(count.error()));
+    return *count;
 }
 
 std::expected<std::vector<std::byte>, ImageError> InputFile::readAll() const {

@@ -1,33 +1,17 @@
 #pragma once
 
 #include "Platform/CoreGraphics/ImageError.hpp"
-
-#include <sys/types.h>
+#include "Platform/Foundation/RegularFile.hpp"
 
 #include <cstddef>
 #include <cstdint>
-#include <ctime>
 #include <expected>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
 
 namespace platform {
-
-/// What tells a file from another of its name.
-struct FileIdentity {
-    dev_t device = 0;
-    ino_t inode = 0;
-    std::int64_t size = 0;
-    std::timespec modified = {};
-
-    friend bool operator==(const FileIdentity& a, const FileIdentity& b) {
-        return a.device == b.device && a.inode == b.inode && a.size == b.size &&
-               a.modified.tv_sec == b.modified.tv_sec && a.modified.tv_nsec == b.modified.tv_nsec;
-    }
-};
 
 /// A regular file, read with `pread`: one that shrinks meanwhile is an error and no crash. Opened without blocking.
 class InputFile {
@@ -37,8 +21,8 @@ public:
     [[nodiscard]] static std::expected<InputFile, ImageError> open(const std::filesystem::path& file,
                                                                    const FileIdentity& identity);
 
-    const FileIdentity& identity() const { return identity_; }
-    std::int64_t size() const { return identity_.size; }
+    const FileIdentity& identity() const { return file_.identity(); }
+    std::int64_t size() const { return identity().size; }
 
     /// Up to `into.size()` bytes from `offset`; fewer only at the file's end.
     [[nodiscard]] std::expected<std::size_t, ImageError> read(std::int64_t offset, std::span<std::byte> into) const;
@@ -47,17 +31,9 @@ public:
     [[nodiscard]] std::expected<std::vector<std::byte>, ImageError> readAll() const;
 
 private:
-    struct Descriptor {
-        explicit Descriptor(int opened) : number(opened) {}
-        ~Descriptor();
-        const int number;
-    };
+    explicit InputFile(RegularFile file) : file_(std::move(file)) {}
 
-    InputFile(std::unique_ptr<Descriptor> descriptor, const FileIdentity& identity)
-        : descriptor_(std::move(descriptor)), identity_(identity) {}
-
-    std::unique_ptr<Descriptor> descriptor_;
-    FileIdentity identity_;
+    RegularFile file_;
 };
 
 /// Reads an `InputFile` from its start on, for codecs that ask for bytes bit by bit. After an error `read` answers 0.
