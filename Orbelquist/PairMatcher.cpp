@@ -19,15 +19,17 @@ constexpr std::uint8_t cellTolerance = 4;
 /// Shifts this close are one place: neighbours of the true shift agree nearly as well in soft content.
 constexpr std::int64_t onePlace = 3;
 
-/// Shifts within half a line of text of each other, one of so many of the screen's rows, compete for the same place:
-/// the one with most agreement wins, and the others are no second opinion.
-constexpr std::int64_t placesPerScreen = 100;
+/// Shifts within half a line of text of each other, one of so many of the screen's rows, share the letters' upright
+/// strokes: the one with clearly most agreement is the place.
+constexpr std::int64_t strokesPerScreen = 100;
 
 /// An overlap of fewer rows is not looked for.
 constexpr std::int64_t leastOverlap = 12;
 
-/// Another place that holds as well leaves the offset open unless the best agrees in so many times as much.
-constexpr std::int64_t leadOverOthers = 3;
+/// Another place that holds as well leaves the offset open unless it agrees in less than this, in percent of the best:
+/// elsewhere, and within a stroke's length.
+constexpr std::int64_t secondElsewhere = 33;
+constexpr std::int64_t secondWithinStroke = 90;
 
 /// Places examined on all pixels, by each of two rankings.
 constexpr std::size_t examinedPlaces = 10;
@@ -108,11 +110,13 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
     const auto best = std::ranges::max_element(held, {}, &Examination::agreeing);
     if (best == held.end())
         return {};
-    const std::int64_t place = std::max(onePlace, std::min(a.height, b.height) / placesPerScreen);
+    const std::int64_t stroke = std::min(a.height, b.height) / strokesPerScreen;
     const bool isOpen = std::ranges::any_of(held, [&](const Examination& other) {
-        return std::abs(other.shift - best->shift) > place && other.agreeing * leadOverOthers > best->agreeing;
+        const std::int64_t apart = std::abs(other.shift - best->shift);
+        return apart > onePlace &&
+               other.agreeing * 100 > best->agreeing * (apart <= stroke ? secondWithinStroke : secondElsewhere);
     });
-    if (isOpen || mayHaveCrept(pair, best->shift, place))
+    if (isOpen || mayHaveCrept(pair, best->shift, std::max(onePlace, stroke)))
         return {};
     const KSVPattern pattern = seamAt(pair, *best);
     return best->shift > 0 ? KSVPatternPair{pattern, {}} : KSVPatternPair{{}, pattern};

@@ -120,7 +120,7 @@ TEST(KSVPatternMaker, TakesLongRuns) {
 }
 
 TEST(KSVPatternMaker, JoinsNothingThatTheContentLeavesOpen) {
-    const Page page(3), other(4), lines(5, 60), blank(0, 1);
+    const Page page(3), other(4), lines(5, 60), ruled(8, 6), blank(0, 1);
     CGImage narrower =
         platform::imageOf(200, height, [&](auto x, auto y) { return page.luma(x, y) * 0x1010100u | 255u; });
     struct Case {
@@ -131,6 +131,7 @@ TEST(KSVPatternMaker, JoinsNothingThatTheContentLeavesOpen) {
              {"different pages", shot(page, 0), shot(other, 0)},
              {"a gap between them", shot(page, 0), shot(page, 900)},
              {"a page that repeats", shot(lines, 0), shot(lines, 25)},
+             {"a page that is finely ruled", shot(ruled, 0), shot(ruled, 201)},
              {"the same view of a page that repeats", shot(lines, 0), shot(lines, 0)},
              {"blank pages", shot(blank, 0), shot(blank, 100)},
              {"different widths", shot(page, 0), narrower},
