@@ -16,26 +16,33 @@ constexpr std::int64_t barShare = 6;
 /// information.
 constexpr std::int64_t changedShare = 50;
 
+/// A tall picture that begins with what the other shows: one of this many cells may differ before another place is
+/// thinkable.
+constexpr std::int64_t beginsAlikeShare = 3;
+
 /// Rows of content that pin a view: at least one of this many of its height.
 constexpr std::int64_t pinningShare = 100;
 
 } // namespace
 
 std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
-    const Frame &a = pair.a(), &b = pair.b();
-    if (a.height != b.height)
-        return std::nullopt;
+    const Frame& a = pair.a().height < pair.b().height ? pair.a() : pair.b(); // the view; the other may go on below it
+    const Frame& b = &a == &pair.a() ? pair.b() : pair.a();
+    const std::int64_t bar = a.height / barShare;
+    const bool goesOn = b.height > a.height;
     std::int64_t informed = 0, differing = 0;
-    for (std::size_t y = 0; y < a.signature.size(); ++y) {
+    // A picture that goes on shows no bottom bar where the shorter one ends.
+    for (std::size_t y = 0; y < static_cast<std::size_t>(goesOn ? a.height - bar : a.height); ++y) {
         informed += std::popcount(a.informed[y] | b.informed[y]);
         differing += std::popcount(~equalCells(a.signature[y], b.signature[y], pair.tolerance()));
     }
-    if (differing * changedShare > informed)
+    if (goesOn && differing * beginsAlikeShare > informed)
         return std::nullopt;
+    if (differing * changedShare > informed)
+        return goesOn ? std::optional(KSVPatternPair{}) : std::nullopt;
 
     // The view against itself, without what may be bars: where it changes from one row to the next, and how many of
     // these changes another shift explains as well.
-    const std::int64_t bar = a.height / barShare;
     const auto equalAt = [&](std::int64_t y, std::int64_t z) {
         return equalCells(a.signature[static_cast<std::size_t>(y)], a.signature[static_cast<std::size_t>(z)],
                           pair.tolerance()) == ~CellMask{0};

@@ -149,6 +149,23 @@ TEST(KSVPatternMaker, TwoShotsOfOneViewContinueARunButBeginNone) {
     EXPECT_EQ(pairs[2].positive.offset(), 0);
 }
 
+/// A tall picture, as the program itself makes it: the top bar above the page and the bottom bar below.
+TEST(KSVPatternMaker, FindsScreenshotsInATallPicture) {
+    const Page page(7), bars(4711);
+    constexpr std::int64_t tall = 2000;
+    const CGImage picture = platform::imageOf(width, tall, [&](std::int64_t x, std::int64_t y) {
+        const std::int64_t inBar = y < topBar ? y : y - tall + height;
+        const bool bar = y < topBar || y >= tall - bottomBar;
+        return (bar ? bars.luma(x, inBar) : page.luma(x, y)) * 0x1010100u | 255u;
+    });
+    for (const std::int64_t top : {0, 20, 300, 1000, 1300, 1359, 1360}) {
+        SCOPED_TRACE(top);
+        const auto pairs = match({picture, shot(page, top), picture});
+        EXPECT_EQ(offsetOf(pairs[0]), top > 0 ? "+" + std::to_string(top) : "0");
+        EXPECT_EQ(offsetOf(pairs[1]), top > 0 ? "-" + std::to_string(top) : "0");
+    }
+}
+
 /// Pages, bars, overlays, noise and shifts of both signs by chance: whatever is answered is right to the row, and the
 /// band lies where both screens show the page.
 TEST(KSVPatternMaker, IsRightOrSilentOnPagesByChance) {
