@@ -1,5 +1,7 @@
 #include "Platform/CoreGraphics/CGImage.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace platform {
@@ -68,6 +70,22 @@ std::expected<CGImage, ImageError> CGImage::decoded() const {
     if (auto read = (*rows)->read(pixels.row(0), pixels.stride(), height()); !read)
         return std::unexpected(read.error());
     return CGImage(std::move(pixels), opaque(), colorSpace());
+}
+
+std::expected<CGImage, ImageError> CGImage::cropped(const CGRect& rect) const {
+    const auto whole = decoded();
+    if (!whole)
+        return whole;
+    const auto within = [](CGFloat place, std::int64_t length) -> std::int64_t {
+        return std::llround(std::clamp(place, 0.0, static_cast<CGFloat>(length)));
+    };
+    const std::int64_t left = within(rect.minX(), width()), top = within(rect.minY(), height());
+    const std::int64_t right = std::max(left, within(rect.maxX(), width()));
+    const std::int64_t bottom = std::max(top, within(rect.maxY(), height()));
+    Bitmap part(right - left, bottom - top);
+    for (std::int64_t y = top; y < bottom; ++y)
+        std::memcpy(part.row(y - top), whole->pixels()->row(y) + 4 * left, part.stride());
+    return CGImage(std::move(part), opaque(), colorSpace());
 }
 
 } // namespace platform

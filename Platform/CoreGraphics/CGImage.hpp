@@ -2,6 +2,7 @@
 
 #include "Platform/CoreGraphics/Bitmap.hpp"
 #include "Platform/CoreGraphics/CGColorSpace.hpp"
+#include "Platform/CoreGraphics/CGGeometry.hpp"
 #include "Platform/CoreGraphics/ImageError.hpp"
 
 #include <cstdint>
@@ -60,6 +61,9 @@ public:
 
     /// This image, resident: itself where it is already, else decoded whole.
     std::expected<CGImage, ImageError> decoded() const;
+
+    /// The part within `rect`, in pixels from the upper left corner and cut off at the image's edges, resident.
+    std::expected<CGImage, ImageError> cropped(const CGRect& rect) const;
 
     friend bool operator==(const CGImage& a, const CGImage& b) { return a.source_ == b.source_; }
 

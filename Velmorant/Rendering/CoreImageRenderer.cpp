@@ -11,13 +11,20 @@ using platform::CIImage;
 using platform::UIImage;
 
 UIImage CoreImageRenderer::render(const Alignment& alignment) const {
-    if (!alignment.positions().empty()) {
-        const StitchableItem& first = alignment.positions().front().first;
-        if (first.type != StitchableItem::ItemType::unstitched)
-            if (auto stitched = load(first))
-                return *stitched;
-    }
-    return render(alignment, true);
+    const auto stitched = stitchedEarlier(alignment);
+    return stitched ? *stitched : render(alignment, true);
+}
+
+UIImage CoreImageRenderer::picture(const Alignment& alignment) const {
+    const auto stitched = stitchedEarlier(alignment);
+    return stitched ? *stitched : render(alignment, false);
+}
+
+std::optional<UIImage> CoreImageRenderer::stitchedEarlier(const Alignment& alignment) const {
+    if (alignment.positions().empty())
+        return std::nullopt;
+    const StitchableItem& first = alignment.positions().front().first;
+    return first.type == StitchableItem::ItemType::unstitched ? std::nullopt : load(first);
 }
 
 UIImage CoreImageRenderer::render(const Alignment& alignment, bool flatten) const {

@@ -15,6 +15,8 @@ class CoreImageRenderer final : public Renderer {
 public:
     explicit CoreImageRenderer(std::shared_ptr<Loader> loader) : loader_(std::move(loader)) {}
 
+    using Renderer::render;
+
     /// The image as loaded where the first item is already stitched; otherwise a bitmap at scale 1. Where drawing
     /// fails, the recipe unflattened: whoever draws that meets the error.
     platform::UIImage render(const Alignment& alignment) const override;
@@ -22,7 +24,11 @@ public:
     /// Without `flatten` the picture stays a recipe: nothing is drawn, and no more than headers are read.
     platform::UIImage render(const Alignment& alignment, bool flatten) const;
 
+protected:
+    platform::UIImage picture(const Alignment& alignment) const override;
+
 private:
+    std::optional<platform::UIImage> stitchedEarlier(const Alignment& alignment) const;
     std::optional<platform::UIImage> load(const StitchableItem& item) const;
     platform::CIImage recipe(const Alignment& alignment) const;
 
