@@ -1,0 +1,119 @@
+#include "Platform/UIKit/UIGraphicsImageContext.hpp"
+
+#include "Platform/CoreImage/CIContext.hpp"
+#include "Tests/Support/TestDevice.hpp"
+#include "Tests/Support/TestImages.hpp"
+
+#include <gtest/gtest.h>
+
+namespace platform {
+
+namespace {
+
+CGImage flat(std::int64_t width, std::int64_t height, std::uint32_t color, CGColorSpace space = {}) {
+    return imageOf(width, height, [=](auto, auto) { return color; }, (color & 255) == 255, std::move(space));
+}
+
+std::uint32_t pixel(const UIImage& image, std::int64_t x, std::int64_t y) {
+    const std::uint8_t* at = image.cgImage()->pixels()->row(y) + 4 * x;
+    return static_cast<std::uint32_t>(at[0]) << 24 | static_cast<std::uint32_t>(at[1]) << 16 |
+           static_cast<std::uint32_t>(at[2]) << 8 | at[3];
+}
+
+/// An image whose rows end with an error after `good` of them.
+struct FailingRows final : RowSource {
+    explicit FailingRows(std::int64_t rows) : good(rows) {}
+    const std::int64_t good;
+    std::int64_t width() const override { return 4; }
+    std::int64_t height() const override { return 200; }
+    bool opaque() const override { return true; }
+    CGColorSpace colorSpace() const override { return {}; }
+    std::expected<std::unique_ptr<RowReader>, ImageError> reader() const override {
+        struct Reader final : RowReader {
+            std::int64_t left;
+            explicit Reader(std::int64_t rows) : left(rows) {}
+            std::expected<void, ImageError> read(std::uint8_t* rows, std::size_t stride, std::int64_t count) override {
+                if ((left -= count) < 0)
+                    return std::unexpected(ImageError{ImageError::Code::truncated, {}});
+                std::memset(rows, 255, stride * static_cast<std::size_t>(count));
+                return {};
+            }
+            std::expected<void, ImageError> skip(std::int64_t) override { return {}; }
+        };
+        return std::make_unique<Reader>(good);
+    }
+};
+
+} // namespace
+
+TEST(UIGraphicsImageContext, StartsBlackOrTransparentAtItsScale) {
+    const TestDevice device;
+    struct Case {
+        CGSize size;
+        bool opaque;
+        CGFloat scale;
+        std::int64_t width, height;
+        std::uint32_t color;
+    };
+    for (const auto& [size, opaque, scale, width, height, color] :
+         {Case{{3, 2}, true, 1, 3, 2, 0xff}, Case{{3, 2}, false, 2, 6, 4, 0}, Case{{3, 2}, true, 0, 3, 2, 0xff}}) {
+        const UIImage image = UIGraphicsImageContext::make(size, opaque, scale).value().image();
+        EXPECT_EQ(image.cgImage()->width(), width);
+        EXPECT_EQ(image.cgImage()->height(), height);
+        EXPECT_EQ(pixel(image, width - 1, height - 1), color);
+        EXPECT_EQ(image.size(), size);
+    }
+    EXPECT_EQ(UIGraphicsImageContext::make({1e9, 1e9}, true, 1).error().code, ImageError::Code::tooLarge);
+}
+
+TEST(UIGraphicsImageContext, DrawsOverWhatIsThereAndCutsOffAtTheEdges) {
+    auto context = UIGraphicsImageContext::make({4, 4}, true, 1).value();
+    ASSERT_TRUE(context.draw(UIImage(flat(4, 4, 0x643200ff)), CGPoint{0, 0}));
+    ASSERT_TRUE(context.draw(UIImage(flat(4, 4, 0xc8ff00ff)), CGPoint{2, -2}, 0.8));
+    ASSERT_TRUE(context.draw(UIImage(flat(2, 2, 0x40404080)), CGPoint{-1, 3}));
+    ASSERT_TRUE(context.draw(UIImage(flat(2, 2, 0xffffffff)), CGPoint{9, 9}));
+    const UIImage image = std::move(context).image();
+    EXPECT_EQ(pixel(image, 0, 0), 0x643200ffu);
+    EXPECT_EQ(pixel(image, 2, 1), 0xb4d600ffu); // 0.8 over 0.2: 180, 214
+    EXPECT_EQ(pixel(image, 2, 2), 0x643200ffu);
+    EXPECT_EQ(pixel(image, 0, 3), 0x725940ffu); // 64 + 127/255 of 100 and 50
+}
+
+TEST(UIGraphicsImageContext, DrawsUprightStretchedAndAtTheImagesScale) {
+    const CGImage quarters = imageOf(4, 2, [](std::int64_t x, std::int64_t y) {
+        return x < 2 ? (y < 1 ? 0x100000ffu : 0x200000ffu) : (y < 1 ? 0x300000ffu : 0x400000ffu);
+    });
+    auto context = UIGraphicsImageContext::make({2, 2}, true, 2).value();
+    ASSERT_TRUE(context.draw(UIImage(quarters, 4, ImageOrientation::right), CGPoint{0, 0})); // half a point by one
+    const UIImage turned = std::move(context).image();
+    EXPECT_EQ(pixel(turned, 0, 0), 0x180000ffu); // the stored left edge is the shown top; two pixels wide, halved
+    EXPECT_EQ(pixel(turned, 0, 1), 0x380000ffu);
+    EXPECT_EQ(pixel(turned, 1, 0), 0xffu);
+
+    auto stretched = UIGraphicsImageContext::make({2, 4}, true, 1).value();
+    ASSERT_TRUE(stretched.draw(UIImage(CIImage(quarters)), CGRect{{0, 0}, {2, 4}}));
+    const UIImage recipe = std::move(stretched).image();
+    EXPECT_EQ(pixel(recipe, 0, 0), 0x100000ffu);
+    EXPECT_EQ(pixel(recipe, 1, 3), 0x400000ffu);
+}
+
+TEST(UIGraphicsImageContext, KeepsTheOneColourSpaceAndTellsWhereReadingFailed) {
+    const CGColorSpace space = CGColorSpace::icc(std::vector<std::byte>(200));
+    for (const bool mixed : {false, true}) {
+        auto context = UIGraphicsImageContext::make({2, 2}, true, 1).value();
+        ASSERT_TRUE(context.draw(UIImage(flat(2, 2, 0x102030ff, space)), CGPoint{0, 0}));
+        ASSERT_TRUE(!mixed || context.draw(UIImage(flat(1, 1, 0x405060ff)), CGPoint{0, 0}));
+        const UIImage image = std::move(context).image();
+        EXPECT_EQ(image.cgImage()->colorSpace(), mixed ? CGColorSpace::sRGB() : space);
+        EXPECT_EQ(pixel(image, 0, 0), mixed ? 0x405060ffu : 0x102030ffu);
+    }
+
+    auto cut = UIGraphicsImageContext::make({4, 200}, true, 1).value();
+    const auto drawn = cut.draw(UIImage(CGImage(std::make_shared<FailingRows>(100))), CGPoint{0, 0});
+    EXPECT_EQ(drawn.error().code, ImageError::Code::truncated);
+    const UIImage above = std::move(cut).image();
+    EXPECT_EQ(pixel(above, 0, 0), 0xffffffffu);
+    EXPECT_EQ(pixel(above, 0, 150), 0xffu);
+}
+
+} // namespace platform
