@@ -1,84 +1,240 @@
 #include "Host/CommandLine.hpp"
 
+#include "Host/Commands/Cache.hpp"
 #include "Host/Commands/Stitch.hpp"
 #include "Host/Console.hpp"
 #include "Host/Message.hpp"
+#include "Platform/Dispatch/ThreadPool.hpp"
+#include "Platform/Foundation/Calendar.hpp"
+#include "Platform/Foundation/Device.hpp"
 
 #include <CLI/CLI.hpp>
+#include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
+#include <map>
 #include <string>
 #include <vector>
 
 namespace host {
 
+namespace fs = std::filesystem;
+using platform::ImageFormat;
+
 namespace {
 
-constexpr const char* examples = R"(Examples:
-  velmorant stitch --together Screenshots/ -o chat.png
-      joins all screenshots of a folder into one picture
-  velmorant --together 1.png 2.png 3.png
-      the word stitch may be left out; the picture lies beside 1.png
-  velmorant stitch --together --json -o out.png *.png
-      tells programs where every screenshot lies
+constexpr const char* helpPage = R"(velmorant joins overlapping screenshots into tall pictures, exact to the row.
 
-Exit status: 0 every screenshot found its place; 1 a group was refused, a screenshot left out, or a file
-could not be read or written; 2 the call was wrong; 130 interrupted.)";
+Usage: velmorant [stitch] [OPTION…] FILE|FOLDER…
+       velmorant cache clear
 
-/// CLI11 wants the arguments last first.
-std::vector<std::string> argumentsFor(CLI::App& app, int count, const char* const* arguments) {
+Examples:
+  velmorant Screenshots/                     a picture of every run of screenshots in a folder,
+                                             beside the first screenshot of each run
+  velmorant --together 1.png 2.png -o a.png  one picture of just these, in this order
+  velmorant Screenshots/ -o Pictures/ --dry-run
+                                             tells what would be joined and writes nothing
+
+Which screenshots belong together:
+  --interval SECONDS    those less than this apart, of one size (20)
+  --together            all that are named
+  --strict              no picture where one would be left out
+Pictures:
+  -o, --output PLACE    a file, a folder, or - for standard output
+  --force               replace a file that exists
+  --format FORMAT       png, jpg or webp; otherwise by the file's ending
+  --width PIXELS        scale to this width
+  --renderer overlay    show the overlaps instead of blending them
+Telling:
+  --dry-run, --json, --quiet, --verbose
+All options: velmorant --help-all
+
+Exit status: 0 every screenshot found its place; 1 a run was refused, a screenshot left out of its run, or a
+file could not be read or written; 2 the call was wrong; 130 interrupted.
+)";
+
+struct Call {
+    StitchOptions stitch;
+    std::string timeZone;
+    std::size_t jobs = 0;     ///< 0: as many as there are cores
+    std::int64_t memory = 64; ///< megabytes
+};
+
+velmorant::PixelSize sizeFrom(const std::string& text) {
+    velmorant::PixelSize size{0, 0, 1};
+    const char *end = text.data() + text.size(), *cross = std::find(text.data(), end, 'x');
+    const auto reads = [](const char* from, const char* to, std::int64_t& number) {
+        const auto read = std::from_chars(from, to, number);
+        return read.ec == std::errc() && read.ptr == to && number >= 1 && number <= 1'000'000;
+    };
+    if (cross == end || !reads(text.data(), cross, size.width) || !reads(cross + 1, end, size.height))
+        throw CLI::ValidationError("--size", message("write width and height in pixels, as in 390x844"));
+    return size;
+}
+
+void addStitch(CLI::App& app, Call& call) {
+    StitchOptions& options = call.stitch;
+    CLI::App& command = *app.add_subcommand("stitch", "join screenshots; the word may be left out");
+    command.add_option("files", options.input.names, "screenshots, or folders of them")->type_name("FILE|FOLDER");
+
+    command.add_flag("--recursive", options.input.recursive, "look into folders within folders, too");
+    command
+        .add_option("--files-from", options.input.list,
+                    "a file (- for standard input) that names more of them, one a line or NUL-separated")
+        ->type_name("FILE");
+    auto* interval =
+        command.add_option("--interval", options.interval, "screenshots of one size less than this apart are one run")
+            ->type_name("SECONDS")
+            ->check(CLI::NonNegativeNumber)
+            ->capture_default_str();
+    command.add_flag("--together", options.together, "make one run of all files, in the order in which they are named")
+        ->excludes(interval);
+    command.add_flag("--strict", options.picture.strict, "make no picture where a screenshot would be left out");
+    command
+        .add_option("--time-zone", call.timeZone,
+                    "where the screenshots were taken, as in Europe/Berlin; default: the system's")
+        ->type_name("NAME");
+
+    command
+        .add_option("-o,--output", options.output.named,
+                    "a file, a folder, or - for standard output; default: beside the first screenshot of each run")
+        ->type_name("FILE|FOLDER|-");
+    command.add_flag("--force", options.output.force, "replace a file that exists");
+    command
+        .add_option("--format", options.output.format,
+                    "of the pictures: png, jpg or webp; default: by the file's ending, else png")
+        ->type_name("FORMAT")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, ImageFormat>{{"png", ImageFormat::png},
+                                                                               {"jpg", ImageFormat::jpeg},
+                                                                               {"jpeg", ImageFormat::jpeg},
+                                                                               {"webp", ImageFormat::webp}},
+                                            CLI::ignore_case)
+                        .description(""));
+    command.add_option("--quality", options.output.quality, "of jpg and webp, 1 to 100")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(1, 100).description(""))
+        ->capture_default_str();
+    auto* width = command.add_option("--width", options.picture.width, "scale pictures to this width")
+                      ->type_name("PIXELS")
+                      ->check(CLI::Range(1, 1'000'000).description(""));
+    command
+        .add_option_function<std::string>(
+            "--size", [&options](const std::string& text) { options.picture.size = sizeFrom(text); },
+            "scale pictures to a width and cut them off at a height")
+        ->type_name("WxH")
+        ->excludes(width);
+    using Renderer = PictureOptions::Renderer;
+    command.add_option("--renderer", options.picture.renderer, "blend, or overlay to show where screenshots overlap")
+        ->type_name("NAME")
+        ->transform(CLI::CheckedTransformer(
+                        std::map<std::string, Renderer>{{"blend", Renderer::blend}, {"overlay", Renderer::overlay}})
+                        .description(""));
+
+    command.add_flag("--dry-run", options.picture.dryRun,
+                     "tell what would be joined, how large and with how much memory; write nothing");
+    auto* quiet = command.add_flag("--quiet", options.picture.quiet, "tell problems only");
+    command.add_flag("--verbose", options.verbose, "the library's log messages on standard error")->excludes(quiet);
+    command.add_flag("--json", options.json, "tell the result as JSON on standard output");
+
+    command.add_flag("!--no-cache", options.cache, "match anew, whatever was found before, and remember nothing");
+    command.add_option("--jobs", call.jobs, "threads, and runs worked on at a time; default: as many as cores")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(1, 1024).description(""));
+    command.add_option("--memory", call.memory, "in which decoded screenshots are kept, so that they are decoded once")
+        ->type_name("MEGABYTES")
+        ->check(CLI::Range(0, 1'000'000).description(""))
+        ->capture_default_str();
+}
+
+/// What is wrong with the options as a whole, for people.
+std::optional<std::string> contradictionIn(const Call& call) {
+    const StitchOptions& options = call.stitch;
+    if (!call.timeZone.empty() && !platform::Calendar::knowsTimeZone(call.timeZone))
+        return message("--time-zone: there is no zone {}; write one as in Europe/Berlin", {shown(call.timeZone)});
+    if (options.output.named != "-")
+        return std::nullopt;
+    if (options.json)
+        return message("-o - and --json both need standard output; name a file or a folder");
+    if (isatty(STDOUT_FILENO) == 1 && !options.picture.dryRun)
+        return message("-o -: standard output is a terminal; send the picture to a file or to another program");
+    return std::nullopt;
+}
+
+/// The arguments with the command that may be left out. A first word that names neither a command nor a file is most
+/// likely a command that was mistyped.
+std::expected<std::vector<std::string>, std::string> wordsOf(int count, const char* const* arguments) {
     std::vector<std::string> words(arguments + 1, arguments + count);
-    std::vector<std::string> known{"-h", "--help", "--version"};
-    for (const CLI::App* command : app.get_subcommands(nullptr))
-        known.push_back(command->get_name());
-    const bool named = words.empty() || std::ranges::find(known, words.front()) != known.end();
-    if (!named)
-        words.insert(words.begin(), "stitch");
-    std::ranges::reverse(words);
+    if (words.empty())
+        return std::unexpected(message("no files are named; name screenshots or folders of them"));
+    const std::string& first = words.front();
+    for (const char* known : {"stitch", "cache", "-h", "--help", "--help-all", "--version"})
+        if (first == known)
+            return words;
+    std::error_code unknown;
+    if (first.find_first_of("-./") == std::string::npos && !fs::exists(fs::symlink_status(first, unknown)))
+        return std::unexpected(message("{}: there is neither a command nor a file of that name", {shown(first)}));
+    words.insert(words.begin(), "stitch");
     return words;
+}
+
+ExitStatus wrongCall(const std::string& reason) {
+    complain(reason);
+    complain(message("see velmorant --help"));
+    return ExitStatus::wrongCall;
+}
+
+ExitStatus printed(const std::string& text) {
+    return print(text) ? ExitStatus::success : ExitStatus::incomplete;
+}
+
+void setUpDevice(const Call& call) {
+    // Never ended: after Ctrl-C threads may still be at work that ask for it.
+    [[maybe_unused]] static const auto& device =
+        *new platform::Device({.folders = platform::DeviceFolders::ofUser("velmorant"), .timeZone = call.timeZone});
+}
+
+ExitStatus stitch(Call call) {
+    if (call.jobs > 0)
+        platform::ThreadPool::shared().setLimit(call.jobs);
+    call.stitch.picture.jobs = platform::ThreadPool::shared().limit();
+    call.stitch.picture.imageMemory = call.memory * 1'000'000;
+    return stitch(call.stitch);
 }
 
 } // namespace
 
 ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
-    CLI::App app{"Velmorant joins overlapping screenshots into one tall picture, exact to the row.", "velmorant"};
-    app.set_version_flag("--version", "velmorant " VELMORANT_VERSION);
-    app.footer(examples);
-    app.require_subcommand(1);
+    auto words = wordsOf(argumentCount, arguments);
+    if (!words)
+        return wrongCall(words.error());
 
-    StitchOptions options;
-    bool together = false, noCache = false;
-    CLI::App* command = app.add_subcommand("stitch", "join screenshots into one picture");
-    command->add_option("files", options.inputs, "screenshots, or folders of them")
-        ->required()
-        ->type_name("FILE|FOLDER");
-    command->add_flag("--together", together, "make one group of all files, in the order given");
-    command
-        ->add_option("-o,--output", options.output,
-                     "the picture (.png, .jpg, .webp) or a folder for it; default: beside the first screenshot")
-        ->type_name("FILE|FOLDER");
-    command->add_flag("--force", options.force, "replace an existing picture");
-    command->add_flag("--json", options.json, "tell the result as JSON on standard output");
-    command->add_flag("--no-cache", noCache, "match anew, whatever was learnt before");
-    command->add_flag("--verbose", options.verbose, "the library's log messages on standard error");
-    command->footer(examples);
+    Call call;
+    CLI::App app{"velmorant joins overlapping screenshots into tall pictures, exact to the row.", "velmorant"};
+    app.set_version_flag("--version", "velmorant " VELMORANT_VERSION);
+    app.set_help_all_flag("--help-all", "all commands with all their options");
+    app.require_subcommand(1);
+    addStitch(app, call);
+    CLI::App& cache = *app.add_subcommand("cache", "what was found earlier");
+    cache.require_subcommand(1);
+    cache.add_subcommand("clear", "forget it");
 
     try {
-        app.parse(argumentsFor(app, argumentCount, arguments));
+        std::ranges::reverse(*words); // as CLI11 wants them
+        app.parse(std::move(*words));
     } catch (const CLI::CallForHelp&) {
-        return print(app.help()) ? ExitStatus::success : ExitStatus::incomplete;
+        return printed(app.get_subcommands().empty() ? helpPage : app.help());
+    } catch (const CLI::CallForAllHelp&) {
+        return printed(app.help("", CLI::AppFormatMode::All));
     } catch (const CLI::CallForVersion& version) {
-        return print(std::string(version.what()) + "\n") ? ExitStatus::success : ExitStatus::incomplete;
+        return printed(std::string(version.what()) + "\n");
     } catch (const CLI::ParseError& error) {
-        complain(error.what());
-        complain(message("see velmorant --help"));
-        return ExitStatus::wrongCall;
+        return wrongCall(error.what());
     }
-    if (!together) {
-        complain(message("grouping by time is not there yet; use --together to join all files named"));
-        return ExitStatus::wrongCall;
-    }
-    return stitch(options);
+    if (const auto contradiction = contradictionIn(call))
+        return wrongCall(*contradiction);
+    setUpDevice(call);
+    return cache.parsed() ? clearCache() : stitch(std::move(call));
 }
 
 } // namespace host

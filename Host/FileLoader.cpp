@@ -1,41 +1,84 @@
 #include "Host/FileLoader.hpp"
 
+#include <cstring>
 #include <optional>
 
 namespace host {
 
+using platform::Bitmap;
 using platform::CGImage;
 using platform::ImageError;
+using platform::MutexLock;
 using platform::RowReader;
 
 namespace {
 
-class ReportingReader final : public RowReader {
+std::int64_t bytesOf(const CGImage& image) {
+    return static_cast<std::int64_t>(Bitmap::bytesPerPixel) * image.width() * image.height();
+}
+
+} // namespace
+
+/// Keeps the rows that it reads, where there is memory for all of them.
+class FileLoader::Reader final : public RowReader {
 public:
-    ReportingReader(std::unique_ptr<RowReader> rows, std::shared_ptr<FileLoader> loader, std::string id)
-        : rows_(std::move(rows)), loader_(std::move(loader)), id_(std::move(id)) {}
+    Reader(std::unique_ptr<RowReader> rows, std::shared_ptr<FileLoader> loader, std::string id, const CGImage& image,
+           bool keeps)
+        : rows_(std::move(rows)), loader_(std::move(loader)), id_(std::move(id)), opaque_(image.opaque()),
+          space_(image.colorSpace()) {
+        if (keeps)
+            kept_.emplace(image.width(), image.height());
+    }
+    ~Reader() override { keepNothing(); }
 
     std::expected<void, ImageError> read(std::uint8_t* rows, std::size_t stride, std::int64_t count) override {
-        return reported(rows_->read(rows, stride, count));
+        auto done = reported(rows_->read(rows, stride, count));
+        if (!done || !kept_)
+            return done;
+        for (std::int64_t i = 0; i < count; ++i)
+            std::memcpy(kept_->row(next_ + i), rows + static_cast<std::size_t>(i) * stride, kept_->stride());
+        next_ += count;
+        if (next_ == kept_->height()) {
+            loader_->keep(id_, CGImage(std::move(*kept_), opaque_, space_));
+            kept_.reset();
+        }
+        return done;
     }
-    std::expected<void, ImageError> skip(std::int64_t count) override { return reported(rows_->skip(count)); }
+
+    std::expected<void, ImageError> skip(std::int64_t count) override {
+        keepNothing();
+        return reported(rows_->skip(count));
+    }
 
 private:
-    std::expected<void, ImageError> reported(std::expected<void, ImageError> result) {
-        if (!result)
-            loader_->report(id_, result.error());
-        return result;
+    std::expected<void, ImageError> reported(std::expected<void, ImageError> done) {
+        if (!done) {
+            keepNothing();
+            loader_->files_->drop(id_, done.error());
+        }
+        return done;
+    }
+
+    void keepNothing() {
+        if (!kept_)
+            return;
+        kept_.reset();
+        loader_->release(id_);
     }
 
     const std::unique_ptr<RowReader> rows_;
     const std::shared_ptr<FileLoader> loader_;
     const std::string id_;
+    const bool opaque_;
+    const platform::CGColorSpace space_;
+    std::optional<Bitmap> kept_;
+    std::int64_t next_ = 0;
 };
 
-/// An image whose errors the loader hears of.
-class ReportingRows final : public platform::RowSource {
+/// An image of a file.
+class FileLoader::Rows final : public platform::RowSource {
 public:
-    ReportingRows(CGImage image, std::shared_ptr<FileLoader> loader, std::string id)
+    Rows(CGImage image, std::shared_ptr<FileLoader> loader, std::string id)
         : image_(std::move(image)), loader_(std::move(loader)), id_(std::move(id)) {}
 
     std::int64_t width() const override { return image_.width(); }
@@ -46,10 +89,10 @@ public:
     std::expected<std::unique_ptr<RowReader>, ImageError> reader() const override {
         auto rows = image_.reader();
         if (!rows) {
-            loader_->report(id_, rows.error());
+            loader_->files_->drop(id_, rows.error());
             return rows;
         }
-        return std::make_unique<ReportingReader>(std::move(*rows), loader_, id_);
+        return std::make_unique<Reader>(std::move(*rows), loader_, id_, image_, loader_->reserve(id_, bytesOf(image_)));
     }
 
 private:
@@ -58,28 +101,49 @@ private:
     const std::string id_;
 };
 
-} // namespace
-
 void FileLoader::loadImage(const velmorant::StitchableItem& item, bool, const Completion& completion) {
-    const platform::CGImageSource& source = files_->file(item).image;
-    auto image = uprightImage(source.image(), source.properties().orientation);
-    if (!image) {
-        report(item.id, image.error());
-        completion(std::nullopt);
-        return;
+    std::optional<CGImage> kept;
+    {
+        const MutexLock lock(mutex_);
+        if (const auto found = kept_.find(item.id); found != kept_.end())
+            kept = found->second.image;
     }
-    completion(platform::UIImage(
-        CGImage(std::make_shared<const ReportingRows>(std::move(*image), shared_from_this(), item.id))));
+    if (!kept) {
+        const platform::CGImageSource& source = files_->file(item).image;
+        auto image = uprightImage(source.image(), source.properties().orientation);
+        if (!image) {
+            files_->drop(item.id, image.error());
+            completion(std::nullopt);
+            return;
+        }
+        kept = CGImage(std::make_shared<const Rows>(std::move(*image), shared_from_this(), item.id));
+    }
+    completion(platform::UIImage(std::move(*kept)));
 }
 
-std::unordered_map<std::string, ImageError> FileLoader::failures() const {
-    const platform::MutexLock lock(mutex_);
-    return failures_;
+bool FileLoader::reserve(const std::string& id, std::int64_t bytes) {
+    const MutexLock lock(mutex_);
+    if (bytes > left_ || !kept_.try_emplace(id, Kept{bytes, std::nullopt}).second)
+        return false;
+    left_ -= bytes;
+    return true;
 }
 
-void FileLoader::report(const std::string& id, const ImageError& error) {
-    const platform::MutexLock lock(mutex_);
-    failures_.try_emplace(id, error);
+void FileLoader::keep(const std::string& id, CGImage image) {
+    const MutexLock lock(mutex_);
+    if (const auto found = kept_.find(id); found != kept_.end())
+        found->second.image = std::move(image);
+}
+
+void FileLoader::release(const std::string& id) {
+    const MutexLock lock(mutex_);
+    if (const auto kept = kept_.extract(id))
+        left_ += kept.mapped().bytes;
+}
+
+void FileLoader::forget(const std::vector<velmorant::StitchableItem>& items) {
+    for (const velmorant::StitchableItem& item : items)
+        release(item.id);
 }
 
 } // namespace host

@@ -4,34 +4,49 @@
 #include "Platform/Dispatch/Mutex.hpp"
 #include "Velmorant/Alignment/Loader.hpp"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <unordered_map>
 
 namespace host {
 
-/// The host's `Loader`: images of files, decoded as their rows are asked for, and the memory of those that proved bad.
+/// The host's `Loader`: images of files, decoded as their rows are asked for. What was decoded once is kept, as far as
+/// a budget goes, until it is forgotten, so that a run that fits is decoded once. Tells the source of files that prove
+/// bad. Any thread.
 class FileLoader final : public velmorant::Loader, public std::enable_shared_from_this<FileLoader> {
 public:
-    static std::shared_ptr<FileLoader> make(std::shared_ptr<const FileSource> files) {
-        return std::shared_ptr<FileLoader>(new FileLoader(std::move(files)));
+    /// `budget` in bytes.
+    static std::shared_ptr<FileLoader> make(std::shared_ptr<FileSource> files, std::int64_t budget) {
+        return std::shared_ptr<FileLoader>(new FileLoader(std::move(files), budget));
     }
 
     void loadImage(const velmorant::StitchableItem& item, bool synchronous, const Completion& completion) override;
 
-    /// The first error of every item that could not be opened or decoded so far, by item id.
-    std::unordered_map<std::string, platform::ImageError> failures() const;
-
-    /// Called by the images that this loader delivered.
-    void report(const std::string& id, const platform::ImageError& error);
+    /// Lets go of what is kept of these.
+    void forget(const std::vector<velmorant::StitchableItem>& items);
 
 private:
-    explicit FileLoader(std::shared_ptr<const FileSource> files) : files_(std::move(files)) {}
+    class Reader;
+    class Rows;
 
-    const std::shared_ptr<const FileSource> files_;
+    FileLoader(std::shared_ptr<FileSource> files, std::int64_t budget) : files_(std::move(files)), left_(budget) {}
 
-    mutable platform::Mutex mutex_;
-    std::unordered_map<std::string, platform::ImageError> failures_ VELMORANT_GUARDED_BY(mutex_);
+    /// Takes memory for a whole image out of the budget; false where there is not enough, or the image is kept already.
+    bool reserve(const std::string& id, std::int64_t bytes);
+    void keep(const std::string& id, platform::CGImage image);
+    void release(const std::string& id);
+
+    struct Kept {
+        std::int64_t bytes = 0;
+        std::optional<platform::CGImage> image; ///< nothing: its rows are being read
+    };
+
+    const std::shared_ptr<FileSource> files_;
+
+    platform::Mutex mutex_;
+    std::int64_t left_ VELMORANT_GUARDED_BY(mutex_); ///< bytes of the budget
+    std::unordered_map<std::string, Kept> kept_ VELMORANT_GUARDED_BY(mutex_);
 };
 
 } // namespace host

@@ -1,10 +1,13 @@
 #include "Host/FileSource.hpp"
 
-#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Host/PictureWriter.hpp"
 #include "Platform/Foundation/Calendar.hpp"
 #include "Platform/Foundation/ContentHash.hpp"
+#include "Platform/Foundation/Device.hpp"
+#include "Platform/Foundation/NaturalOrder.hpp"
 #include "Platform/ImageIO/CaptureDate.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <expected>
 #include <optional>
@@ -14,6 +17,7 @@ namespace host {
 namespace fs = std::filesystem;
 using platform::CGImageSource;
 using platform::ImageError;
+using platform::MutexLock;
 using velmorant::StitchableItem;
 
 namespace {
@@ -53,28 +57,119 @@ std::expected<FileItem, ImageError> openFile(const fs::path& path) {
                     std::move(*image)};
 }
 
+/// By date, then by name.
+bool isEarlier(const FileItem& a, const FileItem& b) {
+    if (a.item.date != b.item.date)
+        return a.item.date < b.item.date;
+    return platform::naturalLess(a.path.filename().native(), b.path.filename().native());
+}
+
 } // namespace
 
-FileSource::FileSource(const std::vector<fs::path>& paths) {
-    std::vector<std::optional<std::expected<FileItem, ImageError>>> opened(paths.size());
-    platform::DispatchQueue::concurrentPerform(paths.size(), [&](std::size_t i) { opened[i] = openFile(paths[i]); });
+FileSource::FileSource(std::vector<fs::path> paths, Order order)
+    : paths_(std::move(paths)), order_(order),
+      queue_(platform::DispatchQueue::serial(platform::Device::current().hostIdentifier + ".files")) {}
 
-    for (std::size_t i = 0; i < paths.size(); ++i) {
+void FileSource::open() {
+    std::vector<std::optional<std::expected<FileItem, ImageError>>> opened(paths_.size());
+    platform::DispatchQueue::concurrentPerform(paths_.size(), [&](std::size_t i) {
+        opened[i] = openFile(paths_[i]);
+        ++openedCount_;
+    });
+
+    std::unordered_map<std::string, std::size_t> first; // of an id, in `items_`
+    for (std::size_t i = 0; i < paths_.size(); ++i) {
         auto& file = *opened[i];
         if (!file) {
-            bad_.push_back({paths[i], file.error()});
-            continue;
-        }
-        const auto [place, isNew] = places_.try_emplace(file->item.id, items_.size());
-        if (isNew)
+            unopened_.push_back({paths_[i], file.error()});
+        } else if (file->image.properties().software == softwareMark) {
+            ownPictures_.push_back(paths_[i]);
+        } else if (const auto [place, isNew] = first.try_emplace(file->item.id, items_.size()); isNew) {
             items_.push_back(std::move(*file));
-        else
-            repeated_.push_back({paths[i], items_[place->second].path});
+        } else {
+            repeated_.push_back({paths_[i], items_[place->second].path});
+        }
     }
+    if (order_ == Order::byDate)
+        std::ranges::stable_sort(items_, isEarlier);
+    for (std::size_t i = 0; i < items_.size(); ++i)
+        places_.emplace(items_[i].item.id, i);
 }
 
 const FileItem& FileSource::file(const StitchableItem& item) const {
     return items_[places_.at(item.id)];
+}
+
+std::vector<BadFile> FileSource::bad() const {
+    std::vector<BadFile> bad = unopened_;
+    const MutexLock lock(mutex_);
+    std::ranges::copy(dropped_, std::back_inserter(bad));
+    return bad;
+}
+
+void FileSource::drop(const std::string& id, const ImageError& error) {
+    {
+        const MutexLock lock(mutex_);
+        if (!droppedIds_.insert(id).second)
+            return;
+        dropped_.push_back({items_[places_.at(id)].path, error});
+    }
+    notify();
+}
+
+bool FileSource::isDropped(const StitchableItem& item) const {
+    const MutexLock lock(mutex_);
+    return droppedIds_.contains(item.id);
+}
+
+velmorant::StitchableDataSourcePermissionStatus FileSource::permissionStatus() const {
+    return velmorant::StitchableDataSourcePermissionStatus::allowed; // each file answers for itself
+}
+
+void FileSource::promptForPermission(std::function<void()> completion) {
+    if (completion)
+        completion();
+    notify();
+}
+
+void FileSource::fetchItems(const platform::DispatchQueue& queue,
+                            std::function<void(std::vector<StitchableItem>)> completion) {
+    queue_.async([self = shared_from_this(), queue, completion = std::move(completion)] {
+        std::call_once(self->opened_, [&] { self->open(); });
+        queue.async([items = self->remainingItems(), completion] { completion(items); });
+    });
+}
+
+std::vector<StitchableItem> FileSource::remainingItems() const {
+    std::vector<StitchableItem> items;
+    items.reserve(items_.size());
+    for (const FileItem& file : items_)
+        if (!isDropped(file.item))
+            items.push_back(file.item);
+    return items;
+}
+
+void FileSource::watchForChanges(ChangeHandler changeHandler) {
+    {
+        const MutexLock lock(mutex_);
+        handlers_.push_back(changeHandler);
+    }
+    changeHandler();
+}
+
+void FileSource::notify() const {
+    std::vector<ChangeHandler> handlers;
+    {
+        const MutexLock lock(mutex_);
+        handlers = handlers_;
+    }
+    for (const ChangeHandler& handler : handlers)
+        handler();
+}
+
+void FileSource::deleteItems(const std::vector<StitchableItem>&, std::function<void(bool)> completion) {
+    if (completion)
+        completion(false);
 }
 
 } // namespace host

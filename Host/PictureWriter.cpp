@@ -5,20 +5,38 @@
 #include "Platform/Foundation/Calendar.hpp"
 #include "Platform/ImageIO/CGImageDestination.hpp"
 
+#include <unistd.h>
+
+#include <cerrno>
+
 namespace host {
 
+using platform::ByteSink;
 using platform::ImageError;
+using Written = std::expected<void, ImageError>;
 
 namespace {
 
-ImageError writeError(const std::error_code& error) {
-    return {ImageError::Code::writeFailed, error.message()};
+class StandardOutput final : public ByteSink {
+public:
+    std::expected<void, std::error_code> write(std::span<const std::byte> bytes) override {
+        while (!bytes.empty()) {
+            const ssize_t count = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
+            if (count >= 0)
+                bytes = bytes.subspan(static_cast<std::size_t>(count));
+            else if (errno != EINTR)
+                return std::unexpected(std::error_code(errno, std::generic_category()));
+        }
+        return {};
+    }
+};
+
+Written writeError(const std::error_code& error) {
+    return std::unexpected(ImageError{ImageError::Code::writeFailed, error.message()});
 }
 
-} // namespace
-
-std::expected<void, ImageError> writePicture(const platform::CIImage& recipe, const OutputFile& output,
-                                             const platform::Date& captureDate) {
+Written draw(const platform::CIImage& recipe, const OutputFile& output, const platform::Date& captureDate,
+             ByteSink& sink) {
     const platform::CIContext context;
     const platform::CGRect extent = recipe.extent();
     const auto format = context.format(recipe, extent);
@@ -27,28 +45,33 @@ std::expected<void, ImageError> writePicture(const platform::CIImage& recipe, co
                                        .opaque = format.opaque,
                                        .colorSpace = format.colorSpace,
                                        .captureDate = platform::Calendar::current().components(captureDate),
-                                       .software = "Velmorant"};
-
-    auto file = platform::AtomicFile::create(output.path, output.existing);
-    if (!file)
-        return std::unexpected(writeError(file.error()));
-    auto destination = platform::CGImageDestination::make(output.format, *file, header);
+                                       .software = softwareMark};
+    auto destination = platform::CGImageDestination::make(output.format, sink, header, {.quality = output.quality});
     if (!destination)
         return std::unexpected(destination.error());
+    const auto drawn = context.render(recipe, extent,
+                                      [&](const std::uint8_t* rows, std::size_t stride, std::int64_t count) -> Written {
+                                          if (Interrupt::requested())
+                                              return std::unexpected(ImageError{ImageError::Code::cancelled, {}});
+                                          return (*destination)->write(rows, stride, count);
+                                      });
+    return drawn ? (*destination)->finish() : drawn;
+}
 
-    const auto drawn = context.render(
-        recipe, extent,
-        [&](const std::uint8_t* rows, std::size_t stride, std::int64_t count) -> std::expected<void, ImageError> {
-            if (Interrupt::requested())
-                return std::unexpected(ImageError{ImageError::Code::cancelled, {}});
-            return (*destination)->write(rows, stride, count);
-        });
-    if (!drawn)
+} // namespace
+
+Written writePicture(const platform::CIImage& recipe, const OutputFile& output, const platform::Date& captureDate) {
+    if (output.path.empty()) {
+        StandardOutput sink;
+        return draw(recipe, output, captureDate, sink);
+    }
+    auto file = platform::AtomicFile::create(output.path, output.existing);
+    if (!file)
+        return writeError(file.error());
+    if (auto drawn = draw(recipe, output, captureDate, *file); !drawn)
         return drawn;
-    if (auto finished = (*destination)->finish(); !finished)
-        return finished;
     if (auto committed = file->commit(); !committed)
-        return std::unexpected(writeError(committed.error()));
+        return writeError(committed.error());
     return {};
 }
 

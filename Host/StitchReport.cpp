@@ -50,42 +50,52 @@ void writeAlignment(JSONWriter& json, const velmorant::Alignment& alignment, con
     json.endArray().endObject();
 }
 
-void writeGroup(JSONWriter& json, const JoinedGroup& joined, const FileSource& files) {
-    json.beginObject().member("id", joined.group.id()).key("items").beginArray();
-    for (const StitchableItem& item : joined.group.items()) {
+void writePaths(JSONWriter& json, const std::vector<StitchableItem>& items, const FileSource& files) {
+    json.beginArray();
+    for (const StitchableItem& item : items)
+        json.value(files.path(item).native());
+    json.endArray();
+}
+
+void writeGroup(JSONWriter& json, const StitchedGroup& stitched, bool dryRun, const FileSource& files) {
+    json.beginObject().member("id", stitched.group.id()).key("items").beginArray();
+    for (const StitchableItem& item : stitched.group.items()) {
         json.beginObject().member("id", item.id).member("path", files.path(item).native());
         json.member("date", isoDate(item.date));
         json.member("width", item.size().width).member("height", item.size().height);
         json.member("type", typeName(item.type)).endObject();
     }
     json.endArray().key("alignment");
-    if (joined.alignment)
-        writeAlignment(json, *joined.alignment, files);
+    if (stitched.alignment)
+        writeAlignment(json, *stitched.alignment, files);
     else
         json.null();
-    json.key("leftOut").beginArray();
-    for (const StitchableItem& item : joined.leftOut())
-        json.value(files.path(item).native());
-    json.endArray().key("error");
-    joined.error ? json.value(*joined.error) : json.null();
+    writePaths(json.key("leftOut"), stitched.leftOut(), files);
+    json.key("error");
+    stitched.error ? json.value(*stitched.error) : json.null();
     json.key("output");
-    joined.output ? json.value(joined.output->native()) : json.null();
+    stitched.output ? json.value(stitched.output->native()) : json.null();
+    if (dryRun)
+        json.member("memory", stitched.memory);
     json.endObject();
 }
 
-std::string summaryOf(const JoinedGroup& joined, const FileSource& files) {
-    const std::size_t count = joined.group.items().size();
-    if (!joined.output)
-        return message("{} screenshot was not joined: {}\n", "{} screenshots were not joined: {}\n", count,
-                       {std::to_string(count), *joined.error});
+std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const FileSource& files) {
+    const auto& items = stitched.group.items();
+    if (stitched.error)
+        return message("{} screenshots from {} on were not joined: {}\n",
+                       {std::to_string(items.size()), shown(files.path(items.front())), *stitched.error});
 
-    const auto leftOut = joined.leftOut();
-    const velmorant::PixelSize size = joined.alignment->size();
-    const std::size_t placed = joined.alignment->positions().size();
+    const velmorant::PixelSize size = stitched.pictureSize;
+    const std::string count = std::to_string(stitched.alignment->positions().size());
+    const std::string width = std::to_string(size.width), height = std::to_string(size.height);
     std::string text =
-        message("{} screenshots joined: {} x {} pixels, {}\n", {std::to_string(placed), std::to_string(size.width),
-                                                                std::to_string(size.height), shown(*joined.output)});
-    for (const StitchableItem& item : leftOut)
+        dryRun
+            ? message(
+                  "{} screenshots from {} on would be joined: {} x {} pixels, with about {} MB of memory\n",
+                  {count, shown(files.path(items.front())), width, height, std::to_string(stitched.memory / 1'000'000)})
+            : message("{} screenshots joined: {} x {} pixels, {}\n", {count, width, height, shown(*stitched.output)});
+    for (const StitchableItem& item : stitched.leftOut())
         text +=
             message("left out: {}, which shows no rows of its neighbours in the picture\n", {shown(files.path(item))});
     return text;
@@ -94,31 +104,60 @@ std::string summaryOf(const JoinedGroup& joined, const FileSource& files) {
 } // namespace
 
 ExitStatus StitchReport::status() const {
-    const bool complete = failed.empty() && std::ranges::all_of(groups, [](const JoinedGroup& joined) {
-                              return joined.output && joined.leftOut().empty();
-                          });
+    const bool placed = std::ranges::all_of(
+        groups, [](const StitchedGroup& stitched) { return !stitched.error && stitched.leftOut().empty(); });
+    const bool grouped = together ? !groups.empty() && alone.empty() : !strict || alone.empty();
+    const bool complete = placed && grouped && failed.empty();
     return complete ? ExitStatus::success : ExitStatus::incomplete;
 }
 
 std::string StitchReport::json() const {
     JSONWriter json;
     json.beginObject().key("groups").beginArray();
-    for (const JoinedGroup& group : groups)
-        writeGroup(json, group, *files);
-    json.endArray().key("failed").beginArray();
+    for (const StitchedGroup& group : groups)
+        writeGroup(json, group, dryRun, *files);
+    writePaths(json.endArray().key("alone"), alone, *files);
+    json.key("failed").beginArray();
     for (const BadFile& file : failed)
         json.beginObject()
             .member("path", file.path.native())
             .member("error", imageErrorMessage(file.path, file.error))
             .endObject();
+    json.endArray().key("repeated").beginArray();
+    for (const RepeatedFile& file : files->repeated())
+        json.beginObject().member("path", file.path.native()).member("sameAs", file.sameAs.native()).endObject();
+    json.endArray().key("ownPictures").beginArray();
+    for (const auto& path : files->ownPictures())
+        json.value(path.native());
     json.endArray().endObject();
     return json.text() + "\n";
 }
 
 std::string StitchReport::summary() const {
     std::string text;
-    for (const JoinedGroup& group : groups)
-        text += summaryOf(group, *files);
+    for (const StitchedGroup& group : groups)
+        text += summaryOf(group, dryRun, *files);
+    if (groups.empty() && together)
+        return message("nothing was joined: at least two screenshots that can be read are needed\n");
+
+    std::vector<std::string> rest;
+    const auto add = [&](const char* one, const char* many, std::size_t count) {
+        if (count > 0)
+            rest.push_back(message(one, many, count, {std::to_string(count)}));
+    };
+    const auto made = std::ranges::count_if(groups, [](const StitchedGroup& group) { return !group.error; });
+    if (groups.empty())
+        rest.push_back(message("nothing to join"));
+    else if (groups.size() > 1 && dryRun)
+        add("{} picture would be made", "{} pictures would be made", static_cast<std::size_t>(made));
+    else if (groups.size() > 1)
+        add("{} picture", "{} pictures", static_cast<std::size_t>(made));
+    add("{} screenshot stands alone", "{} screenshots stand alone", alone.size());
+    add("{} picture made by this program was skipped", "{} pictures made by this program were skipped",
+        files->ownPictures().size());
+    add("{} file could not be read", "{} files could not be read", failed.size());
+    for (const std::string& part : rest)
+        text += (&part == &rest.front() ? "" : ", ") + part + (&part == &rest.back() ? "\n" : "");
     return text;
 }
 

@@ -2,7 +2,7 @@
 
 #include "Host/ExitStatus.hpp"
 #include "Host/FileSource.hpp"
-#include "Host/GroupJoiner.hpp"
+#include "Host/StitchRun.hpp"
 
 #include <memory>
 #include <string>
@@ -13,16 +13,21 @@ namespace host {
 /// What a call of `stitch` did, to be told.
 struct StitchReport {
     std::shared_ptr<const FileSource> files;
-    std::vector<JoinedGroup> groups;
+    std::vector<StitchedGroup> groups;
+    std::vector<velmorant::StitchableItem> alone; ///< in no group
     std::vector<BadFile> failed;
+    bool dryRun = false;
+    bool together = false; ///< all files were to be one group
+    bool strict = false;
 
-    /// `success` when every screenshot found its place.
+    /// `success` when every screenshot found its place; one in no group has none only if all were to be in one, or if
+    /// the call is strict.
     ExitStatus status() const;
 
     /// For programs: one JSON object and a line break. Dates are ISO 8601 in UTC; rows count from the top.
     std::string json() const;
 
-    /// For people: a line a group, and one for each screenshot that was left out.
+    /// For people: a line a group, one for each screenshot that was left out, and one for all the rest.
     std::string summary() const;
 };
 

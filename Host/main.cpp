@@ -1,6 +1,5 @@
 #include "Host/CommandLine.hpp"
 #include "Host/Interrupt.hpp"
-#include "Platform/Foundation/Device.hpp"
 
 #include <unistd.h>
 
@@ -10,7 +9,6 @@
 int main(int argumentCount, char** arguments) {
     std::signal(SIGPIPE, SIG_IGN); // a reader that went away shows as a failed write
     host::Interrupt::watch();
-    const platform::Device device({.folders = platform::DeviceFolders::ofUser("velmorant")});
     const host::ExitStatus status = host::runCommandLine(argumentCount, arguments);
     std::fflush(nullptr);
     _exit(static_cast<int>(status)); // threads of the pool may be at work still: nothing of theirs is taken down

@@ -4,11 +4,11 @@
 #include "Orbelquist/PairMatcher.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/Mutex.hpp"
+#include "Platform/Dispatch/ThreadPool.hpp"
 
 #include <algorithm>
 #include <map>
 #include <optional>
-#include <thread>
 
 namespace orbelquist {
 
@@ -110,7 +110,7 @@ private:
     KSVPatternMaker::Images images_;
     std::vector<KSVPatternPair> pairs_;
 
-    const std::size_t mostFrames_ = 2 + std::max(1u, std::thread::hardware_concurrency());
+    const std::size_t mostFrames_ = 2 + platform::ThreadPool::shared().limit();
 
     platform::Mutex mutex_;
     platform::Condition change_;
@@ -129,7 +129,7 @@ void KSVPatternMaker::patternsForImages(Images images, Completion completion) co
             return;
         }
         Request request(std::move(images));
-        DispatchQueue::concurrentPerform(std::max(1u, std::thread::hardware_concurrency()),
+        DispatchQueue::concurrentPerform(platform::ThreadPool::shared().limit(),
                                          [&](std::size_t) { request.work(); });
         completion(request.answer());
     });

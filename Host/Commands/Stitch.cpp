@@ -2,66 +2,126 @@
 
 #include "Host/Console.hpp"
 #include "Host/ConsoleLog.hpp"
-#include "Host/GroupJoiner.hpp"
 #include "Host/ImageErrorMessage.hpp"
 #include "Host/Interrupt.hpp"
 #include "Host/Message.hpp"
+#include "Host/NoCache.hpp"
 #include "Host/StitchReport.hpp"
+#include "Orbelquist/AlignerVersion.hpp"
+#include "Velmorant/Alignment/AlignerDiskCache.hpp"
+#include "Velmorant/Alignment/OpenCVAligner.hpp"
+#include "Velmorant/Pipeline/Steps/AddPrestitchedStep.hpp"
+#include "Velmorant/Pipeline/Steps/Grouper.hpp"
+#include "Velmorant/Pipeline/Steps/IgnoreEmptyOrSingleStep.hpp"
+#include "Velmorant/Pipeline/Steps/SortGroupsStep.hpp"
+#include "Velmorant/Rendering/CoreGraphicsRenderer.hpp"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace host {
 
-namespace fs = std::filesystem;
-
 namespace {
 
-/// The earliest screenshot; where none can be read, whatever was named first.
-fs::path firstShot(const FileSource& files, const StitchOptions& options) {
-    const auto date = [](const FileItem& file) { return file.item.date; };
-    const auto first = std::ranges::min_element(files.items(), {}, date);
-    return first == files.items().end() ? options.inputs.front() : first->path;
+velmorant::Pipeline pipelineFor(const StitchOptions& options, std::shared_ptr<FileSource> files,
+                                const std::shared_ptr<velmorant::LogStore>& logger) {
+    velmorant::Pipeline pipeline(std::move(files), logger);
+    if (!options.together)
+        pipeline.add(velmorant::Grouper(options.interval, logger));
+    pipeline.add(velmorant::AddPrestitchedStep());
+    pipeline.add(velmorant::IgnoreEmptyOrSingleStep());
+    pipeline.add(velmorant::SortGroupsStep());
+    return pipeline;
 }
 
-void tellProblems(const StitchReport& report) {
+std::shared_ptr<velmorant::Renderer> rendererFor(const StitchOptions& options, std::shared_ptr<FileLoader> loader) {
+    if (options.picture.renderer == PictureOptions::Renderer::overlay)
+        return std::make_shared<velmorant::CoreGraphicsRenderer>(std::move(loader));
+    return std::make_shared<velmorant::CoreImageRenderer>(std::move(loader));
+}
+
+StitchReport reportOf(const StitchOptions& options, const InputFiles& named, const StitchRun& run,
+                      std::shared_ptr<const FileSource> files) {
+    StitchReport report{.files = std::move(files),
+                        .groups = run.groups(),
+                        .alone = {},
+                        .failed = named.bad,
+                        .dryRun = options.picture.dryRun,
+                        .together = options.together,
+                        .strict = options.picture.strict};
+    std::ranges::copy(report.files->bad(), std::back_inserter(report.failed));
+    std::unordered_set<std::string> grouped;
+    for (const StitchedGroup& group : report.groups)
+        for (const velmorant::StitchableItem& item : group.group.items())
+            grouped.insert(item.id);
+    for (const FileItem& file : report.files->items())
+        if (!grouped.contains(file.item.id) && !report.files->isDropped(file.item))
+            report.alone.push_back(file.item);
+    return report;
+}
+
+ExitStatus tell(const StitchReport& report, const StitchOptions& options) {
     for (const BadFile& file : report.failed)
         complain(imageErrorMessage(file.path, file.error));
-    for (const RepeatedFile& file : report.files->repeated())
-        complain(message("{}: the same screenshot as {}; it counts once", {shown(file.path), shown(file.sameAs)}));
+    if (!options.picture.quiet)
+        for (const RepeatedFile& file : report.files->repeated())
+            complain(message("{}: the same screenshot as {}; it counts once", {shown(file.path), shown(file.sameAs)}));
+
+    const bool isPicturePrinted = options.output.named == "-" && !options.picture.dryRun;
+    if (isPicturePrinted || (options.picture.quiet && !options.json)) {
+        for (const StitchedGroup& group : report.groups)
+            if (group.error)
+                complain(*group.error);
+    } else if (!print(options.json ? report.json() : report.summary())) {
+        complain(message("standard output could not be written"));
+        return ExitStatus::incomplete;
+    }
+    return report.status();
 }
 
 } // namespace
 
 ExitStatus stitch(const StitchOptions& options) {
-    const InputFiles named = InputFiles::of(options.inputs);
-    const auto files = std::make_shared<const FileSource>(named.paths);
-    const auto output = OutputFile::choose(options.output, options.force, named.paths, firstShot(*files, options));
-    if (!output) {
-        complain(output.error());
+    const auto named = InputFiles::of(options.input);
+    const auto outputs = named ? Outputs::of(options.output, named->paths) : std::unexpected(named.error());
+    if (!outputs) {
+        complain(outputs.error());
         return ExitStatus::wrongCall;
     }
 
-    StitchReport report{.files = files, .groups = {}, .failed = named.bad};
-    std::ranges::copy(files->bad(), std::back_inserter(report.failed));
-    if (!files->items().empty()) {
-        const auto least = options.verbose ? velmorant::LogStoreType::debug : velmorant::LogStoreType::fault;
-        GroupJoiner joiner(files, std::make_shared<ConsoleLog>(least));
-        std::vector<velmorant::StitchableItem> items;
-        std::ranges::transform(files->items(), std::back_inserter(items), &FileItem::item);
-        report.groups.push_back(joiner.join(std::move(items), *output));
-        std::ranges::copy(joiner.bad(), std::back_inserter(report.failed));
-    }
+    const auto order = options.together ? FileSource::Order::asNamed : FileSource::Order::byDate;
+    const auto files = FileSource::make(named->paths, order);
+    const auto loader = FileLoader::make(files, options.picture.imageMemory);
+    const auto logger =
+        std::make_shared<ConsoleLog>(options.verbose ? velmorant::LogStoreType::debug : velmorant::LogStoreType::fault);
+    const auto diskCache = options.cache ? velmorant::AlignerDiskCache::make(orbelquist::alignerVersion) : nullptr;
+    std::shared_ptr<velmorant::AlignerCache> cache = diskCache;
+    if (diskCache)
+        diskCache->waitUntilLoaded();
+    else
+        cache = std::make_shared<NoCache>();
+
+    const auto run = StitchRun::make(
+        velmorant::StitchingStore::make(pipelineFor(options, files, logger),
+                                        std::make_shared<velmorant::OpenCVAligner>(loader, cache, logger),
+                                        rendererFor(options, loader)),
+        files, loader, *outputs, options.picture);
+    run->run();
+
     if (Interrupt::requested()) {
-        complain(message("interrupted; no picture was written"));
+        const auto groups = run->groups();
+        const auto written = std::ranges::count_if(groups, [](const StitchedGroup& g) { return g.output.has_value(); });
+        complain(message("interrupted; {} picture was written", "interrupted; {} pictures were written",
+                         static_cast<std::size_t>(written), {std::to_string(written)}));
         return ExitStatus::interrupted;
     }
-
-    tellProblems(report);
-    if (!print(options.json ? report.json() : report.summary())) {
-        complain(message("standard output could not be written"));
-        return ExitStatus::incomplete;
+    if (run->refusal()) {
+        complain(*run->refusal());
+        return ExitStatus::wrongCall;
     }
-    return report.status();
+    if (diskCache)
+        diskCache->waitUntilSaved();
+    return tell(reportOf(options, *named, *run, files), options);
 }
 
 } // namespace host

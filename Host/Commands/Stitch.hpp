@@ -1,21 +1,24 @@
 #pragma once
 
 #include "Host/ExitStatus.hpp"
-
-#include <filesystem>
-#include <vector>
+#include "Host/InputFiles.hpp"
+#include "Host/Outputs.hpp"
+#include "Host/StitchRun.hpp"
 
 namespace host {
 
 struct StitchOptions {
-    std::vector<std::filesystem::path> inputs;
-    std::filesystem::path output; ///< empty: a name beside the first screenshot
-    bool force = false;
+    InputOptions input;
+    OutputOptions output;
+    PictureOptions picture;
+    double interval = 20;  ///< seconds by which the screenshots of two groups are apart, at least
+    bool together = false; ///< one group of all files, in the order in which they are named
+    bool cache = true;     ///< alignments found earlier are used, and those found now are kept
     bool json = false;
     bool verbose = false;
 };
 
-/// `velmorant stitch --together`: makes one picture of all the screenshots named.
+/// `velmorant stitch`: makes a picture of every run of screenshots among the files named.
 ExitStatus stitch(const StitchOptions& options);
 
 } // namespace host

@@ -29,7 +29,7 @@ public:
 
     std::size_t limit() const;
 
-    /// For tests: how many threads work at a time, at least 1. Threads above the limit end once they are free.
+    /// How many threads work at a time, at least 1; as many as cores at first. Those above the limit end once they are free.
     void setLimit(std::size_t limit);
 
 private:

@@ -1,0 +1,98 @@
+#include "Host/Outputs.hpp"
+
+#include "Host/Message.hpp"
+#include "Platform/Foundation/FileManager.hpp"
+
+#include <algorithm>
+
+namespace host {
+
+namespace fs = std::filesystem;
+using platform::ImageFormat;
+using Refusal = std::unexpected<std::string>;
+
+namespace {
+
+std::optional<ImageFormat> formatOf(const fs::path& file) {
+    std::string ending = file.extension().native();
+    std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (ending == ".png")
+        return ImageFormat::png;
+    if (ending == ".jpg" || ending == ".jpeg")
+        return ImageFormat::jpeg;
+    if (ending == ".webp")
+        return ImageFormat::webp;
+    return std::nullopt;
+}
+
+const char* endingOf(ImageFormat format) {
+    switch (format) {
+    case ImageFormat::png:
+        break;
+    case ImageFormat::jpeg:
+        return ".jpg";
+    case ImageFormat::webp:
+        return ".webp";
+    }
+    return ".png";
+}
+
+} // namespace
+
+std::expected<Outputs, std::string> Outputs::of(const OutputOptions& options, const std::vector<fs::path>& inputs) {
+    Outputs outputs;
+    outputs.pattern_ = {.format = options.format.value_or(ImageFormat::png), .quality = options.quality};
+    const fs::path& named = options.named;
+    std::error_code unknown;
+    if (named.empty())
+        return outputs;
+    if (named == "-") {
+        outputs.single_ = outputs.pattern_;
+        return outputs;
+    }
+    if (!named.has_filename() && !platform::FileManager::createDirectory(named.parent_path()))
+        return Refusal(message("{}: the folder could not be made; name another one", {shown(named)}));
+    if (fs::is_directory(named, unknown)) {
+        outputs.folder_ = named;
+        return outputs;
+    }
+
+    const auto byEnding = formatOf(named);
+    if (!byEnding && !options.format)
+        return Refusal(message("{}: the ending names no picture format; use .png, .jpg or .webp", {shown(named)}));
+    if (byEnding && options.format && *byEnding != *options.format)
+        return Refusal(message("{}: the ending names another format than --format", {shown(named)}));
+    if (const fs::path folder = named.parent_path(); !folder.empty() && !fs::is_directory(folder, unknown))
+        return Refusal(message("{}: there is no folder {}; make it first", {shown(named), shown(folder)}));
+    if (fs::exists(fs::symlink_status(named, unknown))) {
+        for (const fs::path& input : inputs)
+            if (fs::equivalent(input, named, unknown))
+                return Refusal(
+                    message("{}: this is one of the screenshots; choose another name for the picture", {shown(named)}));
+        if (!options.force)
+            return Refusal(message("{}: the file exists; use --force to replace it", {shown(named)}));
+    }
+    outputs.single_ = outputs.pattern_;
+    outputs.single_->path = named;
+    outputs.single_->format = options.format ? *options.format : *byEnding;
+    if (options.force)
+        outputs.single_->existing = platform::AtomicFile::Existing::replace;
+    return outputs;
+}
+
+OutputFile Outputs::next(const fs::path& firstShot) {
+    if (single_)
+        return *single_;
+    OutputFile output = pattern_;
+    const fs::path folder = folder_.empty() ? firstShot.parent_path() : folder_;
+    const std::string stem = firstShot.stem().native() + "-stitched";
+    for (int number = 1;; ++number) {
+        const std::string suffix = number > 1 ? "-" + std::to_string(number) : "";
+        output.path = folder / (stem + suffix + endingOf(output.format));
+        std::error_code unknown;
+        if (!fs::exists(fs::symlink_status(output.path, unknown)) && given_.insert(output.path).second)
+            return output;
+    }
+}
+
+} // namespace host
