@@ -129,8 +129,7 @@ void KSVPatternMaker::patternsForImages(Images images, Completion completion) co
             return;
         }
         Request request(std::move(images));
-        DispatchQueue::concurrentPerform(platform::ThreadPool::shared().limit(),
-                                         [&](std::size_t) { request.work(); });
+        DispatchQueue::concurrentPerform(platform::ThreadPool::shared().limit(), [&](std::size_t) { request.work(); });
         completion(request.answer());
     });
 }
