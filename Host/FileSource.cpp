@@ -136,7 +136,7 @@ void FileSource::fetchItems(const platform::DispatchQueue& queue,
                             std::function<void(std::vector<StitchableItem>)> completion) {
     queue_.async([self = shared_from_this(), queue, completion = std::move(completion)] {
         std::call_once(self->opened_, [&] { self->open(); });
-        queue.async([items = self->remainingItems(), completion] { completion(items); });
+        queue.async([items = self->remainingItems(), completion]() mutable { completion(std::move(items)); });
     });
 }
 

@@ -1,7 +1,8 @@
 #!/bin/sh
-# Installs the packages of packages.txt that this machine lacks; says so on standard error only.
+# install-packages.sh [PACKAGE…]: installs those of packages.txt, and the ones named, that this machine lacks; says so on
+# standard error only.
 set -eu
-packages=$(grep -v '^#' "$(dirname "$0")/packages.txt")
+packages="$(grep -v '^#' "$(dirname "$0")/packages.txt") $*"
 
 missing=
 for package in $packages; do

@@ -29,7 +29,7 @@ public:
     void promptForLimitedSelection(const platform::UIViewController&, std::function<void()>) override {}
     void fetchItems(const platform::DispatchQueue& queue,
                     std::function<void(std::vector<StitchableItem>)> completion) override {
-        queue.async([items = items_, completion = std::move(completion)] { completion(items); });
+        queue.async([items = items_, completion = std::move(completion)]() mutable { completion(std::move(items)); });
     }
     void save(const platform::UIImage&, const Group&, bool, std::function<void(StitchableItem)>) override {}
     void deleteItems(const std::vector<StitchableItem>&, std::function<void(bool)>) override {}

@@ -12,7 +12,11 @@ platform::Date dateOf(const std::vector<StitchableItem>& items) {
 
 Group::Group(std::vector<StitchableItem> items, std::optional<platform::Date> date) {
     const platform::Date chosen = date ? *date : dateOf(items);
-    state_ = std::make_shared<const State>(std::move(items), chosen);
+    state_ = std::make_shared<State>(std::move(items), chosen);
+}
+
+std::vector<StitchableItem> Group::items() && {
+    return state_.use_count() == 1 ? std::move(state_->items) : state_->items;
 }
 
 std::string Group::id() const {

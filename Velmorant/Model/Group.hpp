@@ -17,7 +17,9 @@ public:
     /// Without a date it is the first item's, and the distant past where there is no item either.
     explicit Group(std::vector<StitchableItem> items, std::optional<platform::Date> date = std::nullopt);
 
-    const std::vector<StitchableItem>& items() const { return state_->items; }
+    const std::vector<StitchableItem>& items() const& { return state_->items; }
+    /// Copies nothing where no other handle shares them.
+    std::vector<StitchableItem> items() &&;
     platform::Date date() const { return state_->date; }
 
     /// The items' ids, in order, joined by "_". Unlike equality it says nothing of dates.
@@ -46,7 +48,7 @@ private:
         platform::Date date;
         mutable std::atomic<std::size_t> hash = 0; ///< 0: not computed yet
     };
-    std::shared_ptr<const State> state_;
+    std::shared_ptr<State> state_;
 };
 
 /// "[", the groups' debug descriptions separated by ", ", "]".

@@ -20,6 +20,7 @@ public:
 
 private:
     std::unordered_map<Group, std::size_t> lastState_;
+    std::size_t lastCount_ = 0; ///< places in the last list
 };
 
 } // namespace velmorant

@@ -10,11 +10,11 @@ std::vector<Group> Grouper::process(std::vector<Group> groups) const {
         logger_->debug([&] { return "Grouping " + debugDescription(groups); });
     std::vector<Group> runs;
     std::vector<StitchableItem> run;
-    for (const Group& group : groups)
-        for (const StitchableItem& item : group.items()) {
+    for (Group& group : groups)
+        for (StitchableItem& item : std::move(group).items()) {
             if (!run.empty() && !belongTogether(run.back(), item))
                 runs.emplace_back(std::exchange(run, {}));
-            run.push_back(item);
+            run.push_back(std::move(item));
         }
     runs.emplace_back(std::move(run));
     return runs;
