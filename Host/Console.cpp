@@ -19,7 +19,7 @@ platform::Mutex& consoleMutex() {
     return mutex;
 }
 
-bool isStatusShown = false; // under the mutex
+std::string shownStatus; // under the mutex
 
 bool isTerminal() {
     static const bool is = [] {
@@ -48,7 +48,7 @@ void writeError(const std::string& text) { // one write: lines of several thread
 
 /// Under the mutex.
 void clearStatus() {
-    if (std::exchange(isStatusShown, false))
+    if (!std::exchange(shownStatus, {}).empty())
         writeError("\r\x1b[K");
 }
 
@@ -72,11 +72,12 @@ void showStatus(std::string_view line) {
     if (!isTerminal())
         return;
     const platform::MutexLock lock(consoleMutex());
-    clearStatus();
-    if (line.empty())
+    const std::string fitting(line.substr(0, columns() - 1));
+    if (fitting == shownStatus)
         return;
-    writeError(std::string(line.substr(0, columns() - 1)));
-    isStatusShown = true;
+    clearStatus();
+    writeError(fitting);
+    shownStatus = fitting;
 }
 
 } // namespace host

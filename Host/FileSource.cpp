@@ -5,11 +5,13 @@
 #include "Platform/Foundation/ContentHash.hpp"
 #include "Platform/Foundation/Device.hpp"
 #include "Platform/Foundation/NaturalOrder.hpp"
+#include "Platform/Foundation/RegularFile.hpp"
 #include "Platform/ImageIO/CaptureDate.hpp"
 
 #include <algorithm>
 #include <chrono>
 #include <expected>
+#include <map>
 #include <optional>
 
 namespace host {
@@ -38,7 +40,13 @@ platform::Date captureDate(const fs::path& path, const platform::ImageProperties
     return modificationDate(path);
 }
 
-std::expected<FileItem, ImageError> openFile(const fs::path& path) {
+/// A file with what tells it from others whatever they are named.
+struct OpenedFile {
+    FileItem item;
+    platform::FileIdentity identity;
+};
+
+std::expected<OpenedFile, ImageError> openFile(const fs::path& path) {
     auto image = CGImageSource::open(path);
     if (!image)
         return std::unexpected(image.error());
@@ -46,15 +54,18 @@ std::expected<FileItem, ImageError> openFile(const fs::path& path) {
     const platform::Date date = captureDate(path, properties);
 
     platform::ContentHash hash;
-    if (auto read = hash.addFile(path); !read)
-        return std::unexpected(ImageError{ImageError::Code::readFailed, read.error().message()});
+    const auto read = hash.addFile(path);
+    const auto file = platform::RegularFile::open(path);
+    if (!read || !file)
+        return std::unexpected(
+            ImageError{ImageError::Code::readFailed, (read ? file.error() : read.error()).message()});
     hash.add(&date.timeIntervalSinceReferenceDate, sizeof(double));
 
     velmorant::PixelSize size{properties.width, properties.height, 1};
     if (isQuarterTurn(properties.orientation))
         std::swap(size.width, size.height);
-    return FileItem{path, StitchableItem(hash.hex(), date, size, StitchableItem::ItemType::unstitched),
-                    std::move(*image)};
+    const StitchableItem item(hash.hex(), date, size, StitchableItem::ItemType::unstitched);
+    return OpenedFile{{path, item, std::move(*image)}, file->identity()};
 }
 
 /// By date, then by name.
@@ -71,24 +82,32 @@ FileSource::FileSource(std::vector<fs::path> paths, Order order)
       queue_(platform::DispatchQueue::serial(platform::Device::current().hostIdentifier + ".files")) {}
 
 void FileSource::open() {
-    std::vector<std::optional<std::expected<FileItem, ImageError>>> opened(paths_.size());
+    std::vector<std::optional<std::expected<OpenedFile, ImageError>>> opened(paths_.size());
     platform::DispatchQueue::concurrentPerform(paths_.size(), [&](std::size_t i) {
         opened[i] = openFile(paths_[i]);
         ++openedCount_;
     });
 
-    std::unordered_map<std::string, std::size_t> first; // of an id, in `items_`
+    std::unordered_map<std::string, std::size_t> byId; // places in `items_`
+    std::map<std::pair<std::uint64_t, std::uint64_t>, std::size_t> byInode;
     for (std::size_t i = 0; i < paths_.size(); ++i) {
         auto& file = *opened[i];
         if (!file) {
             unopened_.push_back({paths_[i], file.error()});
-        } else if (file->image.properties().software == softwareMark) {
-            ownPictures_.push_back(paths_[i]);
-        } else if (const auto [place, isNew] = first.try_emplace(file->item.id, items_.size()); isNew) {
-            items_.push_back(std::move(*file));
-        } else {
-            repeated_.push_back({paths_[i], items_[place->second].path});
+            continue;
         }
+        if (file->item.image.properties().software == softwareMark) {
+            ownPictures_.push_back(paths_[i]);
+            continue;
+        }
+        const auto named = byInode.try_emplace({file->identity.device, file->identity.inode}, items_.size());
+        const auto seen = byId.try_emplace(file->item.item.id, items_.size());
+        const std::size_t place = std::min(named.first->second, seen.first->second);
+        named.first->second = seen.first->second = place;
+        if (place == items_.size())
+            items_.push_back(std::move(file->item));
+        else
+            repeated_.push_back({paths_[i], items_[place].path});
     }
     if (order_ == Order::byDate)
         std::ranges::stable_sort(items_, isEarlier);

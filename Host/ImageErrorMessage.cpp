@@ -30,7 +30,7 @@ const char* sentence(platform::ImageError::Code code) {
     case readFailed:
         return "{}: the file could not be read";
     case writeFailed:
-        return "{}: the picture could not be written";
+        return "{}: the picture could not be written; make room, or name another place";
     case outOfMemory:
         return "{}: there is not enough memory for this image";
     case cancelled:

@@ -80,11 +80,16 @@ void writeGroup(JSONWriter& json, const StitchedGroup& stitched, bool dryRun, co
     json.endObject();
 }
 
-std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const FileSource& files) {
+std::string refusalOf(const StitchedGroup& stitched, const FileSource& files) {
     const auto& items = stitched.group.items();
+    return message("{} screenshots from {} on were not joined: {}",
+                   {std::to_string(items.size()), shown(files.path(items.front())), *stitched.error});
+}
+
+std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const FileSource& files) {
     if (stitched.error)
-        return message("{} screenshots from {} on were not joined: {}\n",
-                       {std::to_string(items.size()), shown(files.path(items.front())), *stitched.error});
+        return refusalOf(stitched, files) + "\n";
+    const auto& items = stitched.group.items();
 
     const velmorant::PixelSize size = stitched.pictureSize;
     const std::string count = std::to_string(stitched.alignment->positions().size());
@@ -109,6 +114,14 @@ ExitStatus StitchReport::status() const {
     const bool grouped = together ? !groups.empty() && alone.empty() : !strict || alone.empty();
     const bool complete = placed && grouped && failed.empty();
     return complete ? ExitStatus::success : ExitStatus::incomplete;
+}
+
+std::vector<std::string> StitchReport::refusals() const {
+    std::vector<std::string> lines;
+    for (const StitchedGroup& group : groups)
+        if (group.error)
+            lines.push_back(refusalOf(group, *files));
+    return lines;
 }
 
 std::string StitchReport::json() const {

@@ -27,6 +27,9 @@ struct StitchReport {
     /// For programs: one JSON object and a line break. Dates are ISO 8601 in UTC; rows count from the top.
     std::string json() const;
 
+    /// For people: a line for each group that was not joined.
+    std::vector<std::string> refusals() const;
+
     /// For people: a line a group, one for each screenshot that was left out, and one for all the rest.
     std::string summary() const;
 };

@@ -69,9 +69,8 @@ ExitStatus tell(const StitchReport& report, const StitchOptions& options) {
 
     const bool isPicturePrinted = options.output.named == "-" && !options.picture.dryRun;
     if (isPicturePrinted || (options.picture.quiet && !options.json)) {
-        for (const StitchedGroup& group : report.groups)
-            if (group.error)
-                complain(*group.error);
+        for (const std::string& line : report.refusals())
+            complain(line);
     } else if (!print(options.json ? report.json() : report.summary())) {
         complain(message("standard output could not be written"));
         return ExitStatus::incomplete;

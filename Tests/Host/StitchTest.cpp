@@ -156,6 +156,7 @@ TEST_F(StitchTest, CallsStatusesAndWhatTheyLeaveBehind) {
     writeFile(folder / ".list", one.substr(1, one.size() - 2) + "\n\n" + two.substr(1, two.size() - 2));
     writeFile(folder / ".zeros", one.substr(1, one.size() - 2) + '\0' + two.substr(1, two.size() - 2) + '\0');
     fs::create_directory(folder / ".empty");
+    fs::create_symlink(one.substr(1, one.size() - 2), folder / ".link_20250101_000000.png"); // another date by its name
     struct Case {
         std::string arguments;
         int status;
@@ -192,6 +193,11 @@ TEST_F(StitchTest, CallsStatusesAndWhatTheyLeaveBehind) {
              {"-o out.png --strict --interval 3" + both, 1, "2 screenshots stand alone", "", {}},
              {"--together -o out.png " + one, 1, "nothing was joined", "", {}},
              {"--together -o out.png " + one + both, 0, "2 screenshots joined", "the same screenshot", {"out.png"}},
+             {"--together -o out.png .link_20250101_000000.png" + both,
+              0,
+              "2 screenshots joined",
+              "the same screenshot",
+              {"out.png"}},
              {"--together -o out.jpg " + two + " " + one, 0, "2 screenshots joined", "", {"out.jpg"}},
              {"--together -o ." + both, 0, "joined", "", {name + ".png"}},
              {"-o . --format webp" + both, 0, "joined", "", {name + ".webp"}},
