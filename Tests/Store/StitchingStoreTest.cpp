@@ -100,6 +100,8 @@ struct Delegate final : StitchingStoreDelegate {
 
 class StitchingStoreTest : public testing::Test {
 protected:
+    ~StitchingStoreTest() override { source->endWatching(); }
+
     /// Everything submitted so far has run.
     void settle() {
         std::ignore = store->result(group("never"));
@@ -272,7 +274,7 @@ TEST_F(StitchingStoreTest, RefreshesFromAnyThreadLeaveTheLastGroups) {
 
 TEST(StitchingStore, EndsWithItsSourceAndAnswersAnalysesAllTheSame) {
     const auto aligner = std::make_shared<TestAligner>();
-    auto source = std::make_shared<MemoryDataSource>();
+    const auto source = std::make_shared<MemoryDataSource>();
     auto store =
         StitchingStore::make(Pipeline(source, std::make_shared<Silence>()), aligner, std::make_shared<TestRenderer>());
     const std::weak_ptr<StitchingStore> life = store;
@@ -281,8 +283,9 @@ TEST(StitchingStore, EndsWithItsSourceAndAnswersAnalysesAllTheSame) {
     store->requestAnalysis(Group(itemsOf("ab")), [&] { ++answered; });
     runUntil([&] { return !aligner->asked().empty(); });
     store.reset();
-    EXPECT_FALSE(life.expired()); // its handlers hold it
-    source.reset();
+    EXPECT_FALSE(life.expired()); // the source's handlers hold it
+    source->endWatching();
+    EXPECT_TRUE(life.expired());
     aligner->release();
     runUntil([&] { return answered == 1; });
 }

@@ -17,6 +17,8 @@ public:
         items_ = std::move(items);
         notify();
     }
+    /// Lets go of whoever watches: a store and its source hold each other.
+    void endWatching() { handlers_.clear(); }
     void notify() {
         for (const ChangeHandler& handler : handlers_)
             handler();
