@@ -6,6 +6,7 @@
 #include "Orbelquist/Verification.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <vector>
 
@@ -26,10 +27,16 @@ constexpr std::int64_t strokesPerScreen = 100;
 /// An overlap of fewer rows is not looked for.
 constexpr std::int64_t leastOverlap = 12;
 
-/// Another place that holds as well leaves the offset open unless it agrees in less than this, in percent of the best:
-/// elsewhere, and within a stroke's length.
-constexpr std::int64_t secondElsewhere = 33;
-constexpr std::int64_t secondWithinStroke = 90;
+/// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
+/// percent, of what agrees at the best.
+constexpr std::int64_t secondElsewhere = 40;
+/// Within a stroke's length the place where the blocks differ least is the one, if they differ at most half as much as
+/// at any other.
+constexpr double secondWithinStroke = 2, leastStep = 0.01;
+
+/// Rows of content that are found elsewhere, too, in so many percent of their cells, pin nothing. Asked of little
+/// content only: more than this many blocks are no line that a list repeats.
+constexpr std::int64_t repeatedPercent = 90, muchContent = 100;
 
 /// Places examined on all pixels, by each of two rankings.
 constexpr std::size_t examinedPlaces = 10;
@@ -94,6 +101,32 @@ bool mayHaveCrept(const FramePair& pair, std::int64_t shift, std::int64_t few) {
     return false;
 }
 
+/// Whether the rows that agree are found elsewhere in either frame, too: a line that every entry of a list has pins
+/// nothing.
+bool isRepeated(const FramePair& pair, const Examination& e) {
+    const Frame& b = pair.b();
+    const std::int64_t rows = e.last - e.first;
+    if (rows * 4 > b.height || e.agreeing >= muchContent)
+        return false;
+    const auto seenAt = [&](const Frame& frame, std::int64_t start, std::int64_t step) {
+        std::int64_t agreeing = 0, total = 0;
+        for (std::int64_t i = 0; i < rows; i += step) {
+            const auto at = static_cast<std::size_t>(e.first + i), there = static_cast<std::size_t>(start + i);
+            const CellMask equal = equalCells(b.signature[at], frame.signature[there], pair.tolerance());
+            agreeing += std::popcount(equal & b.informed[at]);
+            total += std::popcount(b.informed[at]);
+        }
+        return agreeing * 100 >= total * repeatedPercent;
+    };
+    for (const Frame* frame : {&pair.a(), &b}) {
+        const std::int64_t own = frame == &b ? e.first : e.first + e.shift;
+        for (std::int64_t start = 0; start + rows <= frame->height; ++start)
+            if (std::abs(start - own) > rows / 2 + onePlace && seenAt(*frame, start, 4) && seenAt(*frame, start, 1))
+                return true;
+    }
+    return false;
+}
+
 } // namespace
 
 KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
@@ -105,21 +138,28 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
 
     std::vector<Examination> held;
     for (const Stretch& candidate : candidates(stretchesOfAllShifts(pair)))
-        if (const auto examined = examine(pair, candidate); examined && holds(*examined, pair))
+        if (const auto examined = examine(pair, candidate.shift); examined && holds(*examined, pair))
             held.push_back(*examined);
     const auto best = std::ranges::max_element(held, {}, &Examination::agreeing);
     if (best == held.end())
         return {};
     const std::int64_t stroke = std::min(a.height, b.height) / strokesPerScreen;
+    const auto isWithinStroke = [&](const Examination& e) { return std::abs(e.shift - best->shift) <= stroke; };
+    auto exact = best;
+    for (auto other = held.begin(); other != held.end(); ++other)
+        if (isWithinStroke(*other) && other->difference < exact->difference)
+            exact = other;
     const bool isOpen = std::ranges::any_of(held, [&](const Examination& other) {
-        const std::int64_t apart = std::abs(other.shift - best->shift);
-        return apart > onePlace &&
-               other.agreeing * 100 > best->agreeing * (apart <= stroke ? secondWithinStroke : secondElsewhere);
+        if (std::abs(other.shift - exact->shift) <= onePlace)
+            return false;
+        if (isWithinStroke(other))
+            return other.difference < secondWithinStroke * exact->difference + leastStep;
+        return other.net() * 100 > best->agreeing * secondElsewhere;
     });
-    if (isOpen || mayHaveCrept(pair, best->shift, std::max(onePlace, stroke)))
+    if (isOpen || isRepeated(pair, *exact) || mayHaveCrept(pair, exact->shift, std::max(onePlace, stroke)))
         return {};
-    const KSVPattern pattern = seamAt(pair, *best);
-    return best->shift > 0 ? KSVPatternPair{pattern, {}} : KSVPatternPair{{}, pattern};
+    const KSVPattern pattern = seamAt(pair, *exact);
+    return exact->shift > 0 ? KSVPatternPair{pattern, {}} : KSVPatternPair{{}, pattern};
 }
 
 } // namespace orbelquist
