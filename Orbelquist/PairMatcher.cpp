@@ -30,9 +30,10 @@ constexpr std::int64_t leastOverlap = 12;
 /// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
 /// percent, of what agrees at the best.
 constexpr std::int64_t secondElsewhere = 40;
-/// Within a stroke's length the place where the blocks differ least is the one, if they differ at most half as much as
-/// at any other.
-constexpr double secondWithinStroke = 2, leastStep = 0.01;
+/// Within a stroke's length the place whose blocks differ less than half as much is the one; where they differ alike,
+/// the place with more of them, if any other has less than this part, in percent.
+constexpr double lessDifference = 2, leastStep = 0.01;
+constexpr std::int64_t secondWithinStroke = 90;
 
 /// Rows of content that are found elsewhere, too, in so many percent of their cells, pin nothing. Asked of little
 /// content only: more than this many blocks are no line that a list repeats.
@@ -145,15 +146,18 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
         return {};
     const std::int64_t stroke = std::min(a.height, b.height) / strokesPerScreen;
     const auto isWithinStroke = [&](const Examination& e) { return std::abs(e.shift - best->shift) <= stroke; };
+    const auto differsLess = [](const Examination& e, const Examination& than) {
+        return e.difference * lessDifference + leastStep < than.difference;
+    };
     auto exact = best;
     for (auto other = held.begin(); other != held.end(); ++other)
-        if (isWithinStroke(*other) && other->difference < exact->difference)
+        if (isWithinStroke(*other) && differsLess(*other, *exact))
             exact = other;
     const bool isOpen = std::ranges::any_of(held, [&](const Examination& other) {
         if (std::abs(other.shift - exact->shift) <= onePlace)
             return false;
         if (isWithinStroke(other))
-            return other.difference < secondWithinStroke * exact->difference + leastStep;
+            return !differsLess(*exact, other) && other.agreeing * 100 > exact->agreeing * secondWithinStroke;
         return other.net() * 100 > best->agreeing * secondElsewhere;
     });
     if (isOpen || isRepeated(pair, *exact) || mayHaveCrept(pair, exact->shift, std::max(onePlace, stroke)))

@@ -211,7 +211,7 @@ private:
     /// The bands from the stretch to the overlap's edge, where a bar may lie: the top bar of the frame whose upper
     /// screen edge lies in the overlap, or the other's bottom bar.
     void countEdge(bool above) {
-        const Frame& frame = above == (shift_ > 0) ? b_ : a_;
+        const Frame& frame = (above ? firstRow_ == 0 : lastRow_ == b_.height) ? b_ : a_;
         const std::int64_t toScreen = &frame == &b_ ? 0 : shift_;
         const std::size_t from = above ? 0 : last_, to = above ? first_ : bands_.size();
         const std::int64_t zone = frame.height / tallestBar;

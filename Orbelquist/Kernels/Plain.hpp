@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Orbelquist/Kernels/CompareCells.hpp"
-#include "Orbelquist/Kernels/ComparePixels.hpp"
 #include "Orbelquist/Kernels/Edges.hpp"
 
 #include <bit>
@@ -32,20 +31,6 @@ inline void markEdges(const std::uint8_t* above, const std::uint8_t* row, const 
         const bool inner = x > 0 && x + 1 < edges.size();
         edges[x] =
             std::abs(above[x] - below[x]) > edgeLevels || (inner && std::abs(row[x - 1] - row[x + 1]) > edgeLevels);
-    }
-}
-
-inline void comparePixels(const PixelRow& a, const PixelRow& b, std::uint8_t tolerance,
-                          std::array<CellCounts, cellCount>& counts) {
-    const std::size_t width = a.luma.size();
-    for (std::size_t cell = 0; cell < cellCount; ++cell) {
-        counts[cell] = {};
-        for (std::size_t x = cell * width / cellCount; x < (cell + 1) * width / cellCount; ++x) {
-            const bool differs = std::abs(a.luma[x] - b.luma[x]) > tolerance;
-            counts[cell].contradicting = static_cast<std::uint16_t>(counts[cell].contradicting + differs);
-            counts[cell].agreeing =
-                static_cast<std::uint16_t>(counts[cell].agreeing + (!differs && a.edges[x] && b.edges[x]));
-        }
     }
 }
 

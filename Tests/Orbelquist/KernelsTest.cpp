@@ -77,7 +77,7 @@ TEST(Kernels, CellsCompareAsThePlainOnesDo) {
     });
 }
 
-TEST(Kernels, EdgesAndPixelsCompareAsThePlainOnesDo) {
+TEST(Kernels, MarkEdgesAsThePlainOneDoes) {
     onEverySet([] {
         std::mt19937 random(2);
         for (std::size_t width = 0; width < 300; ++width) {
@@ -86,16 +86,6 @@ TEST(Kernels, EdgesAndPixelsCompareAsThePlainOnesDo) {
             markEdges(above.data(), row.data(), below.data(), fast.span());
             plain::markEdges(above.data(), row.data(), below.data(), plain.span());
             ASSERT_EQ(fast, plain) << width;
-
-            Bytes edges(width, random, 1);
-            const PixelRow a{above.span(), edges.data()}, b{row.span(), fast.data()};
-            std::array<CellCounts, cellCount> counted, expected;
-            comparePixels(a, b, 5, counted);
-            plain::comparePixels(a, b, 5, expected);
-            for (std::size_t cell = 0; cell < cellCount; ++cell) {
-                ASSERT_EQ(counted[cell].agreeing, expected[cell].agreeing) << width << ' ' << cell;
-                ASSERT_EQ(counted[cell].contradicting, expected[cell].contradicting) << width << ' ' << cell;
-            }
         }
     });
 }
