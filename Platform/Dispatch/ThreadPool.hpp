@@ -29,7 +29,8 @@ public:
 
     std::size_t limit() const;
 
-    /// How many threads work at a time, at least 1; as many as cores at first. Those above the limit end once they are free.
+    /// How many threads work at a time, at least 1; as many as cores at first. Those above the limit end once they are
+    /// free.
     void setLimit(std::size_t limit);
 
 private:
