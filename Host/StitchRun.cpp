@@ -43,16 +43,19 @@ std::vector<StitchableItem> StitchedGroup::leftOut() const {
 
 std::shared_ptr<StitchRun> StitchRun::make(std::shared_ptr<velmorant::StitchingStore> store,
                                            std::shared_ptr<FileSource> files, std::shared_ptr<FileLoader> loader,
-                                           Outputs outputs, const PictureOptions& options) {
-    const std::shared_ptr<StitchRun> run(
-        new StitchRun(std::move(store), std::move(files), std::move(loader), std::move(outputs), options));
+                                           std::shared_ptr<velmorant::AlignerCache> cache, Outputs outputs,
+                                           const PictureOptions& options) {
+    const std::shared_ptr<StitchRun> run(new StitchRun(std::move(store), std::move(files), std::move(loader),
+                                                       std::move(cache), std::move(outputs), options));
     run->store_->setDelegate(run);
     return run;
 }
 
 StitchRun::StitchRun(std::shared_ptr<velmorant::StitchingStore> store, std::shared_ptr<FileSource> files,
-                     std::shared_ptr<FileLoader> loader, Outputs outputs, const PictureOptions& options)
-    : store_(std::move(store)), files_(std::move(files)), loader_(std::move(loader)), blend_(loader_),
+                     std::shared_ptr<FileLoader> loader, std::shared_ptr<velmorant::AlignerCache> cache,
+                     Outputs outputs, const PictureOptions& options)
+    : store_(std::move(store)), files_(std::move(files)), loader_(std::move(loader)), cache_(std::move(cache)),
+      blend_(loader_),
       writingQueue_(DispatchQueue::concurrent(platform::Device::current().hostIdentifier + ".writing")),
       outputs_(std::move(outputs)), options_(options) {}
 
@@ -203,6 +206,8 @@ void StitchRun::written(StitchedGroup group, const OutputFile& output,
 
 void StitchRun::end(StitchedGroup group) {
     loader_->forget(group.group.items());
+    if (isGivenUp(group.group)) // else the next call would not read the bad file, and not tell of it
+        cache_->setAlignment(group.group.id(), std::nullopt);
     ended_.insert_or_assign(group.group, std::move(group));
     --active_;
     beginMore();

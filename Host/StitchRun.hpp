@@ -3,6 +3,7 @@
 #include "Host/FileLoader.hpp"
 #include "Host/FileSource.hpp"
 #include "Host/Outputs.hpp"
+#include "Velmorant/Alignment/AlignerCache.hpp"
 #include "Velmorant/Rendering/CoreImageRenderer.hpp"
 #include "Velmorant/Store/StitchingStore.hpp"
 
@@ -49,7 +50,8 @@ class StitchRun final : public velmorant::StitchingStoreDelegate, public std::en
 public:
     static std::shared_ptr<StitchRun> make(std::shared_ptr<velmorant::StitchingStore> store,
                                            std::shared_ptr<FileSource> files, std::shared_ptr<FileLoader> loader,
-                                           Outputs outputs, const PictureOptions& options);
+                                           std::shared_ptr<velmorant::AlignerCache> cache, Outputs outputs,
+                                           const PictureOptions& options);
 
     /// Until all groups are done, or a while after Ctrl-C: what was begun then leaves nothing broken.
     void run();
@@ -64,7 +66,8 @@ public:
 
 private:
     StitchRun(std::shared_ptr<velmorant::StitchingStore> store, std::shared_ptr<FileSource> files,
-              std::shared_ptr<FileLoader> loader, Outputs outputs, const PictureOptions& options);
+              std::shared_ptr<FileLoader> loader, std::shared_ptr<velmorant::AlignerCache> cache, Outputs outputs,
+              const PictureOptions& options);
 
     bool isDone() const;
     void tellProgress() const;
@@ -85,6 +88,7 @@ private:
     const std::shared_ptr<velmorant::StitchingStore> store_;
     const std::shared_ptr<FileSource> files_;
     const std::shared_ptr<FileLoader> loader_;
+    const std::shared_ptr<velmorant::AlignerCache> cache_;
     const velmorant::CoreImageRenderer blend_; ///< of whole pictures, which the store never holds
     const platform::DispatchQueue writingQueue_;
     Outputs outputs_;

@@ -104,7 +104,7 @@ ExitStatus stitch(const StitchOptions& options) {
         velmorant::StitchingStore::make(pipelineFor(options, files, logger),
                                         std::make_shared<velmorant::OpenCVAligner>(loader, cache, logger),
                                         rendererFor(options, loader)),
-        files, loader, *outputs, options.picture);
+        files, loader, cache, *outputs, options.picture);
     run->run();
 
     if (Interrupt::requested()) {
