@@ -35,9 +35,9 @@ constexpr std::int64_t secondElsewhere = 40;
 constexpr double lessDifference = 2, leastStep = 0.01;
 constexpr std::int64_t secondWithinStroke = 90;
 
-/// Rows of content that are found elsewhere, too, in so many percent of their cells, pin nothing. Asked of little
-/// content only: more than this many blocks are no line that a list repeats.
-constexpr std::int64_t repeatedPercent = 90, muchContent = 100;
+/// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all but
+/// one of so many.
+constexpr std::int64_t repeatedPercent = 85, repeatedRoom = 32;
 
 /// Places examined on all pixels, by each of two rankings.
 constexpr std::size_t examinedPlaces = 10;
@@ -102,14 +102,13 @@ bool mayHaveCrept(const FramePair& pair, std::int64_t shift, std::int64_t few) {
     return false;
 }
 
-/// Whether the rows that agree are found elsewhere in either frame, too: a line that every entry of a list has pins
-/// nothing.
+/// Whether the rows that agree are found elsewhere in either frame, too: lines that occur twice pin nothing.
 bool isRepeated(const FramePair& pair, const Examination& e) {
     const Frame& b = pair.b();
     const std::int64_t rows = e.last - e.first;
-    if (rows * 4 > b.height || e.agreeing >= muchContent)
+    if (rows * 4 > b.height)
         return false;
-    const auto seenAt = [&](const Frame& frame, std::int64_t start, std::int64_t step) {
+    const auto mayLieAt = [&](const Frame& frame, std::int64_t start, std::int64_t step) {
         std::int64_t agreeing = 0, total = 0;
         for (std::int64_t i = 0; i < rows; i += step) {
             const auto at = static_cast<std::size_t>(e.first + i), there = static_cast<std::size_t>(start + i);
@@ -119,10 +118,20 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
         }
         return agreeing * 100 >= total * repeatedPercent;
     };
+    const auto liesAt = [&](const Frame& frame, std::int64_t start) {
+        BlockComparison there({frame, b, start - e.first, e.first, e.last});
+        std::int64_t alike = 0, against = 0;
+        for (const Band& band : there.bands()) {
+            alike += band.count(Block::alike);
+            against += band.against();
+        }
+        return alike * 10 >= e.agreeing * 9 && against * repeatedRoom <= alike;
+    };
     for (const Frame* frame : {&pair.a(), &b}) {
         const std::int64_t own = frame == &b ? e.first : e.first + e.shift;
         for (std::int64_t start = 0; start + rows <= frame->height; ++start)
-            if (std::abs(start - own) > rows / 2 + onePlace && seenAt(*frame, start, 4) && seenAt(*frame, start, 1))
+            if (std::abs(start - own) > rows / 2 + onePlace && mayLieAt(*frame, start, 16) &&
+                mayLieAt(*frame, start, 1) && liesAt(*frame, start))
                 return true;
     }
     return false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Orbelquist/BlockComparison.hpp"
 #include "Orbelquist/Frame.hpp"
 #include "Orbelquist/Furniture.hpp"
 #include "Orbelquist/Kernels/CompareCells.hpp"
@@ -32,6 +33,11 @@ public:
     /// The rows of the second frame that lie on the first: from `first` up to `last`.
     std::int64_t firstRow(std::int64_t shift) const { return shift < 0 ? -shift : 0; }
     std::int64_t lastRow(std::int64_t shift) const { return std::min(b_.height, a_.height - shift); }
+
+    /// The frames laid over each other, without the furniture of either.
+    BlockComparison::Layout layout(std::int64_t shift) const {
+        return {a_, b_, shift, firstRow(shift), lastRow(shift), ignoredInA_, ignoredInB_};
+    }
 
     /// How these rows compare, in order, without the furniture of either. `rows` is reused memory.
     void compare(std::int64_t shift, std::vector<RowAgreement>& rows) const;

@@ -1,8 +1,10 @@
 #include "Orbelquist/Verification.hpp"
 
+#include "Orbelquist/BarEvidence.hpp"
+#include "Orbelquist/BlockComparison.hpp"
+
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdlib>
 #include <vector>
 
@@ -10,76 +12,31 @@ namespace orbelquist {
 
 namespace {
 
-constexpr int blockCells = 2;
-constexpr int blocksAcross = cellCount / blockCells;
-/// A band is half a line of text high.
-constexpr std::int64_t bandsPerScreen = 100;
-constexpr std::int64_t leastBandRows = 6;
-
-/// A block carries information when its luma varies, or differs, by more square levels than this: what is fainter
-/// people hardly see. The frames' noise comes on top: so many times the variance of their quietest blocks, which are
-/// blank.
-constexpr double leastVariance = 36;
-constexpr std::ptrdiff_t quietest = 5; // percent of the blocks
-constexpr double noiseRoom = 2.5, mostNoise = 60;
-
-/// Like blocks differ by less than this part of their variance, and by not much more than half of them do. Other
-/// content differs by about all of it, text coded at quality 60 by a hundredth, text moved by half a row by a tenth.
-constexpr double mostDifference = 0.25, leastDifference = 0.02, overMiddle = 4;
-/// Between so much and this many times as much nothing is said.
-constexpr double unclear = 2;
-
-/// A band in which more blocks contradict than this belongs to a picture: text is seldom that dense.
-constexpr int denseBlocks = blocksAcross / 2;
-/// A region that changes all through (a pinned video) is at least so many bands high: lines of text have gaps.
-constexpr std::size_t leastChanging = 12;
+/// A region that changes all through (a pinned video, a late picture) is at least so many bands high.
+constexpr std::size_t leastRegion = 8;
 /// A bar may take this part of the screen, and one overlay this.
 constexpr std::int64_t tallestBar = 6, tallestOverlay = 12;
-
-/// What stands still may change its colours, even to their opposites: its shapes correlate by this, squared.
-constexpr double stillCorrelation = 0.8;
-/// A block without shapes has fewer edge pixels than one of so many.
-constexpr double shapeless = 100;
+/// A bar's shadow may fall so many of the screen's rows beyond it.
+constexpr std::int64_t shadowShare = 100;
+/// A band of a bar holds at least so many blocks that stand still: one alone is chance.
+constexpr int leastStill = 2;
 
 /// The tolerance of equal pixels over what three quarters of the edge pixels stay within.
 constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // levels
 
-struct Sums {
-    double a = 0, b = 0, aa = 0, bb = 0, ab = 0, count = 0;
-
-    /// Adds the pixels of one row.
-    void add(const std::uint8_t* p, const std::uint8_t* q, std::int64_t pixels) {
-        std::uint32_t rowA = 0, rowB = 0, rowAA = 0, rowBB = 0, rowAB = 0;
-        for (std::int64_t x = 0; x < pixels; ++x) {
-            const std::uint32_t u = p[x], v = q[x];
-            rowA += u, rowB += v, rowAA += u * u, rowBB += v * v, rowAB += u * v;
-        }
-        a += rowA, b += rowB, aa += rowAA, bb += rowBB, ab += rowAB, count += static_cast<double>(pixels);
-    }
-
-    // Per pixel, in square levels.
-    double varianceA() const { return (aa - a * a / count) / count; }
-    double varianceB() const { return (bb - b * b / count) / count; }
-    double covariance() const { return (ab - a * b / count) / count; }
-    double squaredDifference() const { return (aa + bb - 2 * ab) / count; }
-};
-
-class Comparison {
+class Verification {
 public:
-    Comparison(const FramePair& pair, std::int64_t shift)
-        : pair_(pair), a_(pair.a()), b_(pair.b()), shift_(shift), firstRow_(pair.firstRow(shift)),
-          lastRow_(pair.lastRow(shift)), height_(std::min(a_.height, b_.height)),
-          bandRows_(std::max(leastBandRows, height_ / bandsPerScreen)) {}
+    Verification(const FramePair& pair, std::int64_t shift)
+        : pair_(pair), comparison_(pair.layout(shift)), bands_(comparison_.bands()),
+          e_{.shift = shift, .difference = comparison_.difference()} {}
 
     std::optional<Examination> result() {
-        e_.shift = shift_;
-        for (std::int64_t row = firstRow_; row < lastRow_; row += bandRows_)
-            bands_.push_back(compareBand(row, std::min(row + bandRows_, lastRow_)));
-        judgeBlocks();
+        explainBars();
+        findRegions();
         findStretch();
         if (e_.agreeing == 0)
             return std::nullopt;
-        e_.first = rowOf(first_), e_.last = std::min(lastRow_, rowOf(last_));
+        e_.first = comparison_.rowOf(first_), e_.last = comparison_.endOf(last_ - 1);
         e_.tolerance = static_cast<std::uint8_t>(losslessTolerance + toleranceOverNoise * std::min(noise(), noisiest));
         countInside();
         countEdge(true);
@@ -88,204 +45,178 @@ public:
     }
 
 private:
-    /// Of a block, per pixel, in square levels.
-    struct Measure {
-        bool isCounted = false;
-        float difference = 0;
-        float varianceA = 0, varianceB = 0;
-    };
+    const BlockComparison::Layout& layout() const { return comparison_.layout(); }
 
-    struct Band {
-        std::array<Measure, blocksAcross> measures;
-        std::array<bool, blocksAcross> contradicts = {};
-        int agreeing = 0, contradicting = 0;
-
-        bool dense() const { return contradicting > denseBlocks; }
-        int weight() const { return dense() ? 0 : agreeing - 2 * contradicting; }
-    };
-
-    std::int64_t rowOf(std::size_t band) const { return firstRow_ + static_cast<std::int64_t>(band) * bandRows_; }
-
-    CellMask ignoredAt(std::int64_t row) const { return pair_.furnitureAt(row) | pair_.furnitureAt(row + shift_); }
-
-    Band compareBand(std::int64_t from, std::int64_t to) const {
-        std::array<Sums, blocksAcross> sums = {};
-        for (std::int64_t row = from; row < to; ++row) {
-            const CellMask skip = ignoredAt(row);
-            const std::uint8_t *p = a_.row(row + shift_), *q = b_.row(row);
-            for (int cell = 0; cell < cellCount; ++cell) {
-                if (skip >> cell & 1)
-                    continue;
-                const std::int64_t begin = cell * a_.width / cellCount, end = (cell + 1) * a_.width / cellCount;
-                sums[static_cast<std::size_t>(cell / blockCells)].add(p + begin, q + begin, end - begin);
-            }
-        }
-        Band band;
-        const double whole = static_cast<double>((to - from) * a_.width) / blocksAcross;
-        for (std::size_t k = 0; k < blocksAcross; ++k)
-            if (sums[k].count * 3 >= whole && sums[k].count > 0) // not mostly furniture
-                band.measures[k] = {.isCounted = true,
-                                    .difference = static_cast<float>(sums[k].squaredDifference()),
-                                    .varianceA = static_cast<float>(sums[k].varianceA()),
-                                    .varianceB = static_cast<float>(sums[k].varianceB())};
-        return band;
+    /// A block of the first or the second frame, where it lies on the screen.
+    ScreenBlock onScreen(std::size_t band, std::size_t block, bool second) const {
+        const std::int64_t down = second ? 0 : e_.shift;
+        return {.frame = second ? layout().b : layout().a,
+                .other = second ? layout().a : layout().b,
+                .top = comparison_.rowOf(band) + down,
+                .bottom = comparison_.endOf(band) + down,
+                .left = comparison_.columnOf(block),
+                .right = comparison_.columnOf(block + 1),
+                .toPage = second ? e_.shift : -e_.shift};
     }
 
-    /// The quietest blocks show the frames' noise, and half of those that are alike by how much like blocks differ:
-    /// these two set what counts and what is alike.
-    void judgeBlocks() {
-        const auto variance = [](const Measure& m) { return std::max(m.varianceA, m.varianceB); };
-        std::vector<float> variances, differences;
-        for (const Band& band : bands_)
-            for (const Measure& m : band.measures)
-                if (m.isCounted)
-                    variances.push_back(variance(m));
-        const double noise = std::min(mostNoise, noiseRoom * percentile(variances, quietest));
-        const auto isInformed = [&](const Measure& m) {
-            return m.isCounted && std::max(variance(m), m.difference) >= leastVariance + noise;
-        };
-        const auto differenceOf = [&](const Measure& m) { // leastVariance: coding noise in faint blocks proves nothing
-            return std::max(0.0, m.difference - noise) / (m.varianceA + m.varianceB + leastVariance / 2);
-        };
-        for (const Band& band : bands_)
-            for (const Measure& m : band.measures)
-                if (isInformed(m) && differenceOf(m) < mostDifference)
-                    differences.push_back(static_cast<float>(differenceOf(m)));
-        e_.difference = percentile(differences, 50);
-        const double alike = std::min(mostDifference, leastDifference + overMiddle * e_.difference);
-        for (Band& band : bands_)
-            for (std::size_t k = 0; k < blocksAcross; ++k) {
-                if (!isInformed(band.measures[k]))
+    /// Whether a band lies where a bar of the frame may be: at its top, or at its bottom.
+    bool isInZone(std::size_t band, bool second, bool top) const {
+        const Frame& frame = second ? layout().b : layout().a;
+        const std::int64_t row = comparison_.rowOf(band) + (second ? 0 : e_.shift);
+        const std::int64_t zone = frame.height / tallestBar;
+        return top ? row < zone : row + comparison_.bandRows() > frame.height - zone;
+    }
+
+    /// What contradicts but belongs to a bar in sight says nothing.
+    void explainBars() {
+        for (std::size_t i = 0; i < bands_.size(); ++i)
+            for (const bool second : {false, true}) {
+                if (!isInZone(i, second, true) && !isInZone(i, second, false))
                     continue;
-                const double difference = differenceOf(band.measures[k]);
-                band.agreeing += difference < alike;
-                band.contradicts[k] = difference >= unclear * alike;
-                band.contradicting += band.contradicts[k];
+                for (std::size_t k = 0; k < blocksAcross; ++k)
+                    if (bands_[i].contradicts(k) && mayBeBar(onScreen(i, k, second), false))
+                        bands_[i].set(k, Block::bar);
             }
     }
 
-    static double percentile(std::vector<float>& values, std::ptrdiff_t percent) {
-        if (values.empty())
-            return 0;
-        const auto place = values.begin() + std::ssize(values) * percent / 100;
-        std::nth_element(values.begin(), place, values.end());
-        return *place;
-    }
-
-    void findStretch() {
-        std::int64_t best = 0, sum = 0;
-        std::size_t start = 0;
+    /// Takes out of account what changes all through: many bands in a row that are covered over most of their width.
+    void findRegions() {
+        const auto isCovered = [&](std::size_t i) {
+            return bands_[i].isDense() && bands_[i].count(Block::covered) * 2 > bands_[i].against();
+        };
         for (std::size_t i = 0; i < bands_.size(); ++i) {
-            sum += bands_[i].weight();
-            if (sum <= 0) {
-                sum = 0;
-                start = i + 1;
-            } else if (sum > best) {
-                best = sum;
-                first_ = start;
-                last_ = i + 1;
-            }
-        }
-        while (first_ < last_ && bands_[first_].agreeing == 0)
-            ++first_;
-        for (std::size_t i = first_; i < last_; ++i) {
-            e_.agreeing += bands_[i].agreeing;
-            e_.agreeingBands += bands_[i].agreeing > 0;
+            std::size_t begin = i, end = i;
+            while (end < bands_.size() && isCovered(end))
+                ++end;
+            if (end - begin < leastRegion)
+                continue;
+            e_.regionBands += static_cast<std::int64_t>(end - begin);
+            begin -= begin > 0 && bands_[begin - 1].isDense(); // half region, half page
+            end += end < bands_.size() && bands_[end].isDense();
+            std::fill(bands_.begin() + static_cast<std::ptrdiff_t>(begin),
+                      bands_.begin() + static_cast<std::ptrdiff_t>(end), Band{});
+            i = end - 1;
         }
     }
 
-    /// Leaves out of account what one overlay hides: the window of its height with most contradicting blocks.
-    void countInside() {
-        const auto contradicting = [&](std::size_t i) { return bands_[i].dense() ? 0 : bands_[i].contradicting; };
-        for (std::size_t i = first_; i < last_; ++i) {
-            e_.movingBands += bands_[i].dense();
-            e_.contradicting += contradicting(i);
-            std::int64_t window = 0;
-            for (std::size_t k = i; k < std::min(last_, i + bandsPerScreen / tallestOverlay); ++k)
-                window += contradicting(k);
-            e_.hidden = std::max(e_.hidden, window);
+    /// The bands whose agreement less twice their contradiction is greatest, but for one overlay's height among them.
+    void findStretch() {
+        struct Run {
+            std::int64_t sum = 0;
+            std::size_t start = 0;
+        };
+        constexpr auto overlayBands = static_cast<std::size_t>(bandsPerScreen / tallestOverlay);
+        std::vector<Run> plain{{}}, skipped{{}}; // that end before band i, without and with an overlay
+        std::int64_t best = 0;
+        for (std::size_t i = 0; i < bands_.size(); ++i) {
+            const Band& band = bands_[i];
+            // A band of something else altogether is no evidence; nor is it crossed for nothing.
+            const std::int64_t worth =
+                band.isDense() ? -band.count(Block::covered) / 4 : band.count(Block::alike) - 2 * band.against();
+            Run without = plain[i], with = skipped[i];
+            without.sum += worth, with.sum += worth;
+            for (std::size_t high = 1; high <= std::min(overlayBands, i + 1); ++high)
+                if (plain[i + 1 - high].sum > with.sum)
+                    with = plain[i + 1 - high];
+            for (Run* run : {&without, &with}) {
+                if (run->sum <= 0)
+                    *run = {.sum = 0, .start = i + 1};
+                if (run->sum > best) {
+                    best = run->sum;
+                    first_ = run->start, last_ = i + 1;
+                }
+            }
+            plain.push_back(without), skipped.push_back(with);
         }
-        e_.contradicting -= e_.hidden;
+        const auto agrees = [&](std::size_t i) { return bands_[i].count(Block::alike) > 0; };
+        while (first_ < last_ && !agrees(first_))
+            ++first_;
+        while (first_ < last_ && !agrees(last_ - 1))
+            --last_;
+        for (std::size_t i = first_; i < last_; ++i) {
+            e_.agreeing += bands_[i].count(Block::alike);
+            e_.agreeingBands += agrees(i);
+        }
+    }
+
+    static void count(Examination::Against& against, const Band& band) {
+        against.shapes += band.count(Block::shapes);
+        against.covered += band.count(Block::covered);
+    }
+
+    /// Tells what one overlay hides from the rest: the window of its height in which most contradicts.
+    void countInside() {
+        std::size_t from = first_, to = first_;
+        std::int64_t most = 0;
+        for (std::size_t i = first_; i < last_; ++i) {
+            const std::size_t end = std::min(last_, i + bandsPerScreen / tallestOverlay);
+            std::int64_t window = 0;
+            for (std::size_t k = i; k < end; ++k)
+                window += bands_[k].against();
+            if (window > most) {
+                most = window;
+                from = i, to = end;
+            }
+        }
+        for (std::size_t i = first_; i < last_; ++i)
+            count(i >= from && i < to ? e_.overlay : e_.inside, bands_[i]);
     }
 
     /// The bands from the stretch to the overlap's edge, where a bar may lie: the top bar of the frame whose upper
     /// screen edge lies in the overlap, or the other's bottom bar.
-    void countEdge(bool above) {
-        const Frame& frame = (above ? firstRow_ == 0 : lastRow_ == b_.height) ? b_ : a_;
-        const std::int64_t toScreen = &frame == &b_ ? 0 : shift_;
-        const std::size_t from = above ? 0 : last_, to = above ? first_ : bands_.size();
-        const std::int64_t zone = frame.height / tallestBar;
-        const auto [changesFrom, changesTo] = changingRegion(from, to);
+    void countEdge(bool top) {
+        const bool second = top ? layout().first == 0 : layout().last == layout().b.height;
+        const std::size_t from = top ? 0 : last_, to = top ? first_ : bands_.size();
+        std::size_t barFrom = to, barTo = from; // it reaches as far in as anything in it stands still
+        for (std::size_t i = from; i < to; ++i)
+            if (isInZone(i, second, top) && stillBlocks(i, second) >= leastStill) {
+                barFrom = top ? from : std::min(barFrom, i);
+                barTo = top ? i + 1 : to;
+            }
         for (std::size_t i = from; i < to; ++i) {
-            const Band& band = bands_[i];
-            if (i >= changesFrom && i < changesTo) {
-                ++e_.changingBands;
+            if (!isInZone(i, second, top)) {
+                count(e_.beyond, bands_[i]);
                 continue;
             }
-            const std::int64_t row = rowOf(i) + toScreen; // on the screen
-            const bool inZone = above ? row < zone : row + bandRows_ > frame.height - zone;
-            const bool frayed = i == (above ? to - 1 : from); // beside the stretch: half bar, half page
-            const int stray = frayed ? 0 : unexplained(band, row, frame);
-            if (!inZone) {
-                e_.beyond += band.contradicting;
-            } else if (stray > 1 && stray * 4 > band.contradicting) { // a bar has no such gaps: this is page
-                e_.strays += band.contradicting;
-            } else {
-                e_.strays += stray;
-                e_.glass += band.contradicting - stray;
+            const bool frayed = i == (top ? to - 1 : from); // beside the stretch: half bar, half page
+            const bool isBar = frayed || isInShadow(i, second, top);
+            e_.bar += bands_[i].count(Block::bar);
+            for (std::size_t k = 0; k < blocksAcross; ++k) {
+                const bool covered = bands_[i].at(k) == Block::covered;
+                if (!bands_[i].contradicts(k))
+                    continue;
+                if (isBar || mayBeBar(onScreen(i, k, second), covered || (i >= barFrom && i < barTo)))
+                    ++e_.bar;
+                else
+                    ++(covered ? e_.edge.covered : e_.edge.shapes);
             }
         }
     }
 
-    /// The longest run of bands that are dense all through, where it is as high as such a region is.
-    std::pair<std::size_t, std::size_t> changingRegion(std::size_t from, std::size_t to) const {
-        std::pair<std::size_t, std::size_t> longest{from, from};
-        for (std::size_t i = from, start = from; i < to; ++i) {
-            if (!bands_[i].dense())
-                start = i + 1;
-            else if (i + 1 - start > longest.second - longest.first)
-                longest = {start, i + 1};
-        }
-        return longest.second - longest.first >= leastChanging ? longest : std::pair(from, from);
+    int stillBlocks(std::size_t band, bool second) const {
+        int still = 0;
+        for (std::size_t k = 0; k < blocksAcross; ++k)
+            still += bands_[band].at(k) > Block::alike && standsStill(onScreen(band, k, second));
+        return still;
     }
 
-    /// Contradicting blocks that belong to no bar: a bar, be it of coloured or blurred glass, shows the same shapes at
-    /// the same place of the other screen, or none.
-    int unexplained(const Band& band, std::int64_t row, const Frame& frame) const {
-        const Frame& other = &frame == &b_ ? a_ : b_;
-        const std::int64_t end = std::min({row + bandRows_, frame.height, other.height});
-        int count = 0;
-        for (std::size_t k = 0; k < blocksAcross; ++k) {
-            if (!band.contradicts[k])
-                continue;
-            const auto begin = static_cast<std::int64_t>(k) * frame.width / blocksAcross;
-            const auto pixels = static_cast<std::int64_t>(k + 1) * frame.width / blocksAcross - begin;
-            Sums sums;
-            double edges = 0;
-            for (std::int64_t y = row; y < end; ++y) {
-                sums.add(frame.row(y) + begin, other.row(y) + begin, pixels);
-                edges +=
-                    static_cast<double>(std::count(frame.edgeRow(y) + begin, frame.edgeRow(y) + begin + pixels, 1));
-            }
-            if (sums.count == 0)
-                continue;
-            const double common = sums.covariance() * sums.covariance();
-            const bool isBar = sums.varianceA() < leastVariance || edges * shapeless < sums.count ||
-                               common > stillCorrelation * sums.varianceA() * sums.varianceB();
-            count += !isBar;
-        }
-        return count;
+    bool isInShadow(std::size_t band, bool second, bool top) const {
+        const Frame& frame = second ? layout().b : layout().a;
+        const std::int64_t row = comparison_.rowOf(band) + (second ? 0 : e_.shift), reach = frame.height / shadowShare;
+        const std::int64_t bar = top ? pair_.furniture().topRows : pair_.furniture().bottomRows;
+        return bar > 0 && (top ? row < bar + reach : row + comparison_.bandRows() > frame.height - bar - reach);
     }
 
     /// What three quarters of the edge pixels of the stretch stay within.
     int noise() const {
+        const Frame &a = layout().a, &b = layout().b;
         std::array<std::int64_t, 256> differences = {};
         std::int64_t total = 0;
-        const auto width = static_cast<std::size_t>(a_.width);
+        const auto width = static_cast<std::size_t>(b.width);
         for (std::int64_t row = e_.first; row < e_.last; row += 4) {
-            const CellMask counted = ~ignoredAt(row);
-            const std::uint8_t *p = a_.row(row + shift_), *q = b_.row(row);
-            const std::uint8_t *edgesP = a_.edgeRow(row + shift_), *edgesQ = b_.edgeRow(row);
+            const CellMask counted = ~comparison_.ignoredAt(row);
+            const std::uint8_t *p = a.row(row + e_.shift), *q = b.row(row);
+            const std::uint8_t *edgesP = a.edgeRow(row + e_.shift), *edgesQ = b.edgeRow(row);
             for (std::size_t cell = 0; cell < cellCount; ++cell) {
                 if (!(counted >> cell & 1))
                     continue;
@@ -303,39 +234,34 @@ private:
     }
 
     const FramePair& pair_;
-    const Frame& a_;
-    const Frame& b_;
-    const std::int64_t shift_;
-    const std::int64_t firstRow_, lastRow_; ///< the overlap
-    const std::int64_t height_, bandRows_;
-    std::vector<Band> bands_;
+    BlockComparison comparison_;
+    std::vector<Band>& bands_;
     std::size_t first_ = 0, last_ = 0; ///< of the stretch
-    Examination e_{.shift = 0};
+    Examination e_;
 };
 
 } // namespace
 
 std::optional<Examination> examine(const FramePair& pair, std::int64_t shift) {
-    return Comparison(pair, shift).result();
+    return Verification(pair, shift).result();
 }
 
 bool holds(const Examination& e, const FramePair& pair) {
-    // Enough is seen: a few letters, over a quarter of a line of text.
+    // Enough is seen: a few letters, over a quarter of a line of text. A line or two may occur twice by chance: what
+    // agrees beyond that carries weight.
     if (e.agreeing < 8 || (e.last - e.first) * bandsPerScreen * 2 < std::min(pair.a().height, pair.b().height))
         return false;
-    // In the stretch next to nothing contradicts, and an overlay only where there is much besides it.
-    const std::int64_t against = e.contradicting + e.hidden;
-    const bool isClear = against * 50 <= e.agreeing;
-    if (e.contradicting * 25 > e.agreeing || (!isClear && (e.hidden * 8 > e.agreeing || e.agreeingBands < 16)))
+    const std::int64_t weight = std::max<std::int64_t>(0, e.agreeing - 50);
+    // Other text at the same place is no page that moved: next to none in the stretch, little outside.
+    const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
+    const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
+    if (shapes * 12 > weight || (e.edge.shapes + e.beyond.shapes) * 16 > e.agreeing)
         return false;
-    // Pictures that move need more that stands for the shift, and a page around them.
-    if (e.movingBands + e.changingBands > 0 && e.agreeing < 60)
+    // Bars, overlays and pictures that move may take much of the screen when enough stands for the shift.
+    const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
+    if (covered * 8 > e.agreeing + 24 * weight || e.bar * 4 > e.agreeing + 16 * weight)
         return false;
-    if (e.movingBands > 2 * e.agreeingBands || e.changingBands > bandsPerScreen * 9 / 20)
-        return false;
-    // Outside are bars.
-    const std::int64_t perStray = isClear && e.agreeing >= 60 ? 5 : 10;
-    return e.beyond * 50 <= e.agreeing + 50 && e.strays * perStray <= e.agreeing && e.glass <= 3 * e.agreeing;
+    return e.regionBands == 0 || (e.agreeing >= 60 + 2 * e.regionBands && e.regionBands * 2 <= e.agreeingBands * 5);
 }
 
 } // namespace orbelquist

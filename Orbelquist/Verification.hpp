@@ -7,31 +7,31 @@
 
 namespace orbelquist {
 
-/// A shift examined on all pixels. They are judged in blocks, two cells wide and half a line of text high; a row of
-/// blocks is a band. A block counts where it carries information and does not belong to the furniture, and is alike or
-/// contradicts by its squared difference over its variance, which lossy coding hardly changes. Rows are those of the
-/// second frame.
+/// A shift examined on all pixels, block by block. Rows are those of the second frame.
 struct Examination {
     std::int64_t shift = 0;
     double difference = 0;            ///< of half of the like blocks at most: the frames' own noise
     std::uint8_t tolerance = 0;       ///< levels by which equal pixels may differ here
     std::int64_t first = 0, last = 0; ///< the stretch in which the page is seen to lie at this shift
 
-    // In the stretch.
-    std::int64_t agreeing = 0;      ///< blocks
+    std::int64_t agreeing = 0;      ///< blocks of the stretch
     std::int64_t agreeingBands = 0; ///< bands with such blocks
-    std::int64_t contradicting = 0; ///< blocks, but for those of one overlay and of moving regions
-    std::int64_t hidden = 0;        ///< blocks that contradict within the one overlay
-    std::int64_t movingBands = 0;   ///< bands of moving regions
 
-    // Outside, in the overlap: contradicting blocks, but for those of a region that changes all through.
-    std::int64_t glass = 0;  ///< where a bar may be, and what stands there stands still or is without shapes
-    std::int64_t strays = 0; ///< where a bar may be, and nothing says that there is one
-    std::int64_t beyond = 0; ///< further in than a bar is high
-    std::int64_t changingBands = 0;
+    /// Blocks that contradict: with other shapes on the same ground, or with something else altogether.
+    struct Against {
+        std::int64_t shapes = 0;
+        std::int64_t covered = 0;
+        std::int64_t all() const { return shapes + covered; }
+    };
+    Against inside;              ///< in the stretch, without the overlay
+    Against overlay;             ///< in the one window in which most contradicts
+    Against edge;                ///< outside, where a bar may be
+    Against beyond;              ///< outside, further in than a bar is high
+    std::int64_t bar = 0;        ///< blocks outside that a bar explains
+    std::int64_t regionBands = 0; ///< bands of regions that change all through
 
     /// Blocks that agree less all that do not.
-    std::int64_t net() const { return agreeing - contradicting - hidden - glass - strays - beyond; }
+    std::int64_t net() const { return agreeing - inside.all() - overlay.all() - edge.all() - beyond.all() - bar; }
 };
 
 /// Nothing where nothing speaks for the shift.

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Orbelquist/Frame.hpp"
+
+#include <cstdint>
+
+namespace orbelquist {
+
+/// A block of the screen, of one frame and of another at the same place, and the page that the other shows of it
+/// `toPage` rows away. Rows and columns of pixels; the ends excluded.
+struct ScreenBlock {
+    const Frame& frame;
+    const Frame& other;
+    std::int64_t top, bottom, left, right;
+    std::int64_t toPage;
+};
+
+/// Whether the block belongs to what stands still on the screen. Its colours may differ, even be the opposite.
+bool standsStill(const ScreenBlock& block);
+
+/// Whether the block may belong to a bar, be it of coloured or blurred glass: it stands still, or its pixels follow
+/// from what stands there in the other frame and from what the page has there; with `shapeless`, also where it shows
+/// next to no edges, as blurred glass does.
+bool mayBeBar(const ScreenBlock& block, bool shapeless);
+
+} // namespace orbelquist

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "Orbelquist/Frame.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace orbelquist {
+
+/// Pixels are judged in blocks two cells wide and half a line of text high; a row of blocks is a band.
+inline constexpr int blocksAcross = cellCount / 2;
+inline constexpr std::int64_t bandsPerScreen = 100;
+
+/// What a block says of two frames laid over each other.
+enum class Block : std::uint8_t {
+    blank,   ///< nothing: without information, or furniture
+    alike,   ///< the same in both
+    unclear, ///< between alike and not
+    bar,     ///< not alike, but part of a bar that stands still
+    shapes,  ///< other shapes on the same ground, such as other text
+    covered, ///< another ground: a bar, an overlay, a picture that moves
+};
+
+class Band {
+public:
+    Block at(std::size_t block) const { return blocks_[block]; }
+    void set(std::size_t block, Block kind) {
+        --counts_[static_cast<std::size_t>(blocks_[block])];
+        ++counts_[static_cast<std::size_t>(kind)];
+        blocks_[block] = kind;
+    }
+
+    int count(Block kind) const { return counts_[static_cast<std::size_t>(kind)]; }
+    int against() const { return count(Block::shapes) + count(Block::covered); }
+    bool contradicts(std::size_t block) const { return blocks_[block] >= Block::shapes; }
+    /// More than half its width is something else: text is seldom that dense.
+    bool isDense() const { return against() > blocksAcross / 2; }
+
+private:
+    std::array<Block, blocksAcross> blocks_ = {};
+    std::array<int, 6> counts_ = {blocksAcross};
+};
+
+/// Two frames laid over each other, and how their blocks compare. Blocks are alike, or are not, by their squared
+/// difference over their variance, which lossy coding hardly changes.
+class BlockComparison {
+public:
+    /// Rows `first` to `last` of `b` on the rows `shift` further down of `a`, without the cells ignored in either: one
+    /// mask a row, or no masks.
+    struct Layout {
+        const Frame& a;
+        const Frame& b;
+        std::int64_t shift = 0;
+        std::int64_t first = 0, last = 0;
+        std::span<const CellMask> ignoredInA = {}, ignoredInB = {};
+    };
+
+    explicit BlockComparison(const Layout& layout);
+
+    const Layout& layout() const { return layout_; }
+    std::vector<Band>& bands() { return bands_; }
+
+    std::int64_t bandRows() const { return bandRows_; }
+    std::int64_t rowOf(std::size_t band) const { return layout_.first + static_cast<std::int64_t>(band) * bandRows_; }
+    std::int64_t endOf(std::size_t band) const { return std::min(rowOf(band) + bandRows_, layout_.last); }
+    /// The pixels of a row that belong to a block: from `columnOf(block)` up to that of the next.
+    std::int64_t columnOf(std::size_t block) const {
+        return static_cast<std::int64_t>(block) * layout_.b.width / blocksAcross;
+    }
+    CellMask ignoredAt(std::int64_t row) const; ///< a row of `b`
+
+    /// Of half of the like blocks at most, over their variance: the frames' own noise.
+    double difference() const { return difference_; }
+
+private:
+    /// Of a block, per pixel: levels, and square levels.
+    struct Measure {
+        float mean = 0, difference = 0, varianceA = 0, varianceB = 0;
+        bool isCounted = false;
+
+        float variance() const { return std::max(varianceA, varianceB); }
+    };
+    using Measures = std::array<Measure, blocksAcross>;
+
+    Measures measure(std::size_t band) const;
+    void judge(const std::vector<Measures>& measures);
+    double noiseOf(const std::vector<Measures>& measures) const;
+    bool isOtherGround(std::size_t band, std::size_t block, double noise) const;
+
+    const Layout layout_;
+    const std::int64_t bandRows_;
+    std::vector<Band> bands_;
+    double difference_ = 0;
+};
+
+} // namespace orbelquist
