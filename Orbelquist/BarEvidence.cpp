@@ -16,8 +16,8 @@ constexpr double shapelessShare = 100;
 /// A block's pixels x, those at the same place of the other screen s, and those of the page there p.
 class Moments {
 public:
-    explicit Moments(const ScreenBlock& block) {
-        const auto& [frame, other, top, bottom, left, right, toPage] = block;
+    explicit Moments(const ScreenBlock& block) : noise_(block.noise) {
+        const auto& [frame, other, top, bottom, left, right, toPage, noise] = block;
         const std::int64_t from = std::max({top, -toPage, std::int64_t{0}});
         const std::int64_t to = std::min({bottom, other.height, other.height - toPage, frame.height});
         for (std::int64_t row = from; row < to; ++row) {
@@ -35,7 +35,7 @@ public:
     }
 
     bool isEmpty() const { return count_ == 0; }
-    bool isFlat() const { return varianceX() < leastVariance; }
+    bool isFlat() const { return varianceX() < leastVariance + noise_; }
     bool isShapeless() const { return isFlat() || edges_ * shapelessShare < count_; }
     bool followsFromScreen() const { return follows(screen()); }
     /// From the screen, the page, or the one seen through the other.
@@ -46,7 +46,7 @@ public:
         return follows(std::max({screen(), p > 1 ? xp * xp / p : 0, mixed}));
     }
     /// Pixel by pixel from the one or the other: something small in front of the page.
-    bool isComposed() const { return nearest_ / count_ < (1 - explained) * varianceX(); }
+    bool isComposed() const { return nearest_ / count_ - 2 * noise_ < (1 - explained) * varianceX(); }
 
 private:
     double covariance(double product, double u, double v) const { return (product - u * v / count_) / count_; }
@@ -58,8 +58,9 @@ private:
         const double xs = covariance(xs_, x_, s_), s = varianceS();
         return s > 1 ? xs * xs / s : 0;
     }
-    bool follows(double variance) const { return variance > explained * varianceX(); }
+    bool follows(double variance) const { return variance > explained * (varianceX() - noise_); }
 
+    const double noise_;
     double count_ = 0, edges_ = 0, nearest_ = 0;
     double x_ = 0, s_ = 0, p_ = 0, xx_ = 0, ss_ = 0, pp_ = 0, xs_ = 0, xp_ = 0, sp_ = 0;
 };

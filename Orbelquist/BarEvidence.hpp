@@ -13,6 +13,7 @@ struct ScreenBlock {
     const Frame& other;
     std::int64_t top, bottom, left, right;
     std::int64_t toPage;
+    double noise = 0; ///< the variance of what is flat, in square levels
 };
 
 /// Whether the block belongs to what stands still on the screen. Its colours may differ, even be the opposite.

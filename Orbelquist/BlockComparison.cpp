@@ -1,5 +1,7 @@
 #include "Orbelquist/BlockComparison.hpp"
 
+#include "Orbelquist/Kernels/BlockSums.hpp"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -16,7 +18,7 @@ constexpr double leastVariance = 36;
 
 /// Noise is what the quietest blocks, which are blank, vary by, or differ by where they are neither black nor white
 /// (there it is clipped): so many percent of all blocks, with room for the rest, but never more than this.
-constexpr std::ptrdiff_t quietest = 5;
+constexpr std::ptrdiff_t quietest = 5, leastDiffering = 20;
 constexpr double varianceRoom = 2.5, differenceRoom = 1.25, mostNoise = 60;
 constexpr float nearlyBlack = 12, nearlyWhite = 243;
 
@@ -31,19 +33,6 @@ constexpr double unclear = 2, leastContradiction = 0.12;
 /// differ by more than that, with room for so many times the frames' noise.
 constexpr double leastGround = 4, groundRoom = 2;
 
-struct Sums {
-    double a = 0, b = 0, aa = 0, bb = 0, ab = 0, count = 0;
-
-    void add(const std::uint8_t* p, const std::uint8_t* q, std::int64_t pixels) {
-        std::uint32_t rowA = 0, rowB = 0, rowAA = 0, rowBB = 0, rowAB = 0;
-        for (std::int64_t x = 0; x < pixels; ++x) {
-            const std::uint32_t u = p[x], v = q[x];
-            rowA += u, rowB += v, rowAA += u * u, rowBB += v * v, rowAB += u * v;
-        }
-        a += rowA, b += rowB, aa += rowAA, bb += rowBB, ab += rowAB, count += static_cast<double>(pixels);
-    }
-};
-
 float percentile(std::vector<float>& values, std::ptrdiff_t percent) {
     if (values.empty())
         return 0;
@@ -55,14 +44,12 @@ float percentile(std::vector<float>& values, std::ptrdiff_t percent) {
 } // namespace
 
 BlockComparison::BlockComparison(const Layout& layout)
-    : layout_(layout),
-      bandRows_(std::max(leastBandRows, std::min(layout.a.height, layout.b.height) / bandsPerScreen)) {
+    : layout_(layout), bandRows_(std::max(leastBandRows, std::min(layout.a.height, layout.b.height) / bandsPerScreen)) {
     const std::int64_t rows = std::max<std::int64_t>(0, layout.last - layout.first);
     bands_.resize(static_cast<std::size_t>((rows + bandRows_ - 1) / bandRows_));
-    std::vector<Measures> measures;
     for (std::size_t i = 0; i < bands_.size(); ++i)
-        measures.push_back(measure(i));
-    judge(measures);
+        measures_.push_back(measure(i));
+    judge();
 }
 
 CellMask BlockComparison::ignoredAt(std::int64_t row) const {
@@ -74,35 +61,51 @@ CellMask BlockComparison::ignoredAt(std::int64_t row) const {
 
 BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
     const auto& [a, b, shift, first, last, ignoredInA, ignoredInB] = layout_;
-    std::array<Sums, blocksAcross> sums = {};
-    for (std::int64_t row = rowOf(band); row < endOf(band); ++row) {
-        const CellMask skip = ignoredAt(row);
-        const std::uint8_t *p = a.row(row + shift), *q = b.row(row);
-        for (int cell = 0; cell < cellCount; ++cell) {
-            if (skip >> cell & 1)
-                continue;
-            const std::int64_t begin = cell * b.width / cellCount, end = (cell + 1) * b.width / cellCount;
-            sums[static_cast<std::size_t>(cell * blocksAcross / cellCount)].add(p + begin, q + begin, end - begin);
-        }
-    }
+    const auto width = static_cast<std::size_t>(b.width);
+    const std::int64_t from = rowOf(band), to = endOf(band);
+    const auto cellStart = [&](std::size_t cell) { return cell * width / cellCount; };
+    const auto add = [&](std::int64_t row, std::size_t rows, std::size_t begin, std::size_t end, PixelSums& sums) {
+        begin += begin == 0; // it has no left neighbour
+        if (begin < end)
+            addPixels(a.row(row + shift) + begin, b.row(row) + begin, width, end - begin, rows, sums);
+    };
+    std::vector<CellMask> skip;
+    CellMask anywhere = 0;
+    for (std::int64_t row = from; row < to; ++row)
+        anywhere |= skip.emplace_back(ignoredAt(row));
     Measures measures;
-    const double whole = static_cast<double>((endOf(band) - rowOf(band)) * b.width) / blocksAcross;
+    const std::size_t whole = static_cast<std::size_t>(to - from) * width / blocksAcross;
     for (std::size_t k = 0; k < blocksAcross; ++k) {
-        const Sums& s = sums[k];
+        constexpr std::size_t cells = cellCount / blocksAcross;
+        constexpr CellMask blockMask = (CellMask{1} << cells) - 1;
+        PixelSums s;
+        if ((anywhere >> k * cells & blockMask) == 0)
+            add(from, static_cast<std::size_t>(to - from), cellStart(k * cells), cellStart((k + 1) * cells), s);
+        else
+            for (std::int64_t row = from; row < to; ++row)
+                for (std::size_t cell = k * cells; cell < (k + 1) * cells; ++cell)
+                    if (!(skip[static_cast<std::size_t>(row - from)] >> cell & 1))
+                        add(row, 1, cellStart(cell), cellStart(cell + 1), s);
         if (s.count == 0 || s.count * 3 < whole) // mostly furniture
             continue;
-        measures[k] = {.mean = static_cast<float>(s.a / s.count),
-                       .difference = static_cast<float>((s.aa + s.bb - 2 * s.ab) / s.count),
-                       .varianceA = static_cast<float>((s.aa - s.a * s.a / s.count) / s.count),
-                       .varianceB = static_cast<float>((s.bb - s.b * s.b / s.count) / s.count),
+        const auto count = static_cast<double>(s.count);
+        const auto variance = [&](std::uint64_t sum, std::uint64_t squares) {
+            const double mean = static_cast<double>(sum) / count;
+            return static_cast<float>(static_cast<double>(squares) / count - mean * mean);
+        };
+        measures[k] = {.mean = static_cast<float>(static_cast<double>(s.a) / count),
+                       .difference = static_cast<float>(static_cast<double>(s.difference) / count),
+                       .varianceA = variance(s.a, s.aa),
+                       .varianceB = variance(s.b, s.bb),
+                       .across = static_cast<float>(static_cast<double>(s.across) / count),
                        .isCounted = true};
     }
     return measures;
 }
 
-double BlockComparison::noiseOf(const std::vector<Measures>& measures) const {
+double BlockComparison::measuredNoise() const {
     std::vector<float> variances, differences;
-    for (const Measures& band : measures)
+    for (const Measures& band : measures_)
         for (const Measure& m : band) {
             if (!m.isCounted)
                 continue;
@@ -111,11 +114,11 @@ double BlockComparison::noiseOf(const std::vector<Measures>& measures) const {
                 differences.push_back(m.difference);
         }
     return std::min(mostNoise, std::max<double>(varianceRoom * percentile(variances, quietest),
-                                                differenceRoom * percentile(differences, quietest)));
+                                                differenceRoom * percentile(differences, leastDiffering)));
 }
 
-void BlockComparison::judge(const std::vector<Measures>& measures) {
-    const double noise = noiseOf(measures);
+void BlockComparison::judge() {
+    const double noise = noise_ = measuredNoise();
     const auto isInformed = [&](const Measure& m) {
         return m.isCounted && std::max(m.variance(), m.difference) >= leastVariance + noise;
     };
@@ -123,7 +126,7 @@ void BlockComparison::judge(const std::vector<Measures>& measures) {
         return std::max(0.0, m.difference - noise) / (m.varianceA + m.varianceB + leastVariance / 2);
     };
     std::vector<float> differences;
-    for (const Measures& band : measures)
+    for (const Measures& band : measures_)
         for (const Measure& m : band)
             if (isInformed(m) && differenceOf(m) < mostDifference)
                 differences.push_back(static_cast<float>(differenceOf(m)));
@@ -132,26 +135,34 @@ void BlockComparison::judge(const std::vector<Measures>& measures) {
     const double contradicts = std::max(unclear * alike, leastContradiction);
     for (std::size_t i = 0; i < bands_.size(); ++i)
         for (std::size_t k = 0; k < blocksAcross; ++k) {
-            const Measure& m = measures[i][k];
+            const Measure& m = measures_[i][k];
             if (!isInformed(m))
                 continue;
             const double difference = differenceOf(m);
-            const double step = groundRoom * std::sqrt(noise + difference_ * (m.varianceA + m.varianceB));
-            bands_[i].set(k, difference < alike           ? Block::alike
-                             : difference < contradicts   ? Block::unclear
-                             : isOtherGround(i, k, step)  ? Block::covered
-                                                          : Block::shapes);
+            bands_[i].set(k, difference >= contradicts                  ? Block::shapes
+                             : difference >= alike                      ? Block::unclear
+                             : m.across > leastVariance / 4 + 2 * noise ? Block::alike
+                                                                        : Block::lines);
         }
 }
 
-bool BlockComparison::isOtherGround(std::size_t band, std::size_t block, double noise) const {
+void BlockComparison::findCovered() {
+    for (std::size_t i = 0; i < bands_.size(); ++i)
+        for (std::size_t k = 0; k < blocksAcross; ++k)
+            if (bands_[i].at(k) == Block::shapes && isOtherGround(i, k))
+                bands_[i].set(k, Block::covered);
+}
+
+bool BlockComparison::isOtherGround(std::size_t band, std::size_t block) const {
+    const Measure& m = measures_[band][block];
+    const double step = leastGround + groundRoom * std::sqrt(noise_ + difference_ * (m.varianceA + m.varianceB));
     std::array<int, 256> inA = {}, inB = {};
     int total = 0, differing = 0;
     for (std::int64_t row = rowOf(band); row < endOf(band); ++row) {
         const std::uint8_t *p = layout_.a.row(row + layout_.shift), *q = layout_.b.row(row);
         for (std::int64_t x = columnOf(block); x < columnOf(block + 1); ++x) {
             ++inA[p[x]], ++inB[q[x]], ++total;
-            differing += std::abs(p[x] - q[x]) > leastGround + noise;
+            differing += std::abs(p[x] - q[x]) > step;
         }
     }
     const auto middle = [&](const std::array<int, 256>& histogram) {

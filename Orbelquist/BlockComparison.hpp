@@ -17,6 +17,7 @@ inline constexpr std::int64_t bandsPerScreen = 100;
 /// What a block says of two frames laid over each other.
 enum class Block : std::uint8_t {
     blank,   ///< nothing: without information, or furniture
+    lines,   ///< the same in both, but nothing other than lines across, which many places have
     alike,   ///< the same in both
     unclear, ///< between alike and not
     bar,     ///< not alike, but part of a bar that stands still
@@ -34,6 +35,7 @@ public:
     }
 
     int count(Block kind) const { return counts_[static_cast<std::size_t>(kind)]; }
+    bool isBlank() const { return count(Block::blank) == blocksAcross; }
     int against() const { return count(Block::shapes) + count(Block::covered); }
     bool contradicts(std::size_t block) const { return blocks_[block] >= Block::shapes; }
     /// More than half its width is something else: text is seldom that dense.
@@ -41,7 +43,7 @@ public:
 
 private:
     std::array<Block, blocksAcross> blocks_ = {};
-    std::array<int, 6> counts_ = {blocksAcross};
+    std::array<int, 7> counts_ = {blocksAcross};
 };
 
 /// Two frames laid over each other, and how their blocks compare. Blocks are alike, or are not, by their squared
@@ -60,6 +62,9 @@ public:
 
     explicit BlockComparison(const Layout& layout);
 
+    /// Tells blocks with another ground from those with other shapes; until then all that contradict are `shapes`.
+    void findCovered();
+
     const Layout& layout() const { return layout_; }
     std::vector<Band>& bands() { return bands_; }
 
@@ -74,11 +79,13 @@ public:
 
     /// Of half of the like blocks at most, over their variance: the frames' own noise.
     double difference() const { return difference_; }
+    /// By which the difference of equal blocks may exceed nothing, in square levels.
+    double noise() const { return noise_; }
 
 private:
     /// Of a block, per pixel: levels, and square levels.
     struct Measure {
-        float mean = 0, difference = 0, varianceA = 0, varianceB = 0;
+        float mean = 0, difference = 0, varianceA = 0, varianceB = 0, across = 0;
         bool isCounted = false;
 
         float variance() const { return std::max(varianceA, varianceB); }
@@ -86,14 +93,15 @@ private:
     using Measures = std::array<Measure, blocksAcross>;
 
     Measures measure(std::size_t band) const;
-    void judge(const std::vector<Measures>& measures);
-    double noiseOf(const std::vector<Measures>& measures) const;
-    bool isOtherGround(std::size_t band, std::size_t block, double noise) const;
+    void judge();
+    double measuredNoise() const;
+    bool isOtherGround(std::size_t band, std::size_t block) const;
 
     const Layout layout_;
     const std::int64_t bandRows_;
+    std::vector<Measures> measures_; ///< one a band
     std::vector<Band> bands_;
-    double difference_ = 0;
+    double difference_ = 0, noise_ = 0;
 };
 
 } // namespace orbelquist

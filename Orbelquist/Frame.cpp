@@ -51,6 +51,32 @@ void FrameBuilder::add(const std::uint8_t* rows, std::size_t stride, std::int64_
     }
 }
 
+void FrameBuilder::addLuma(const std::uint8_t* row) {
+    std::uint8_t* luma = frame_.luma.data() + next_ * frame_.width;
+    std::copy_n(row, frame_.width, luma);
+    frame_.signature[static_cast<std::size_t>(next_)] = cellMeans({luma, static_cast<std::size_t>(frame_.width)});
+    ++next_;
+}
+
+Frame softened(const Frame& frame) {
+    FrameBuilder builder(frame.width, frame.height);
+    const auto width = static_cast<std::size_t>(frame.width);
+    std::vector<std::uint16_t> down(width);
+    std::vector<std::uint8_t> row(width);
+    for (std::int64_t y = 0; y < frame.height; ++y) {
+        const std::uint8_t* above = frame.row(std::max<std::int64_t>(0, y - 1));
+        const std::uint8_t *here = frame.row(y), *below = frame.row(std::min(frame.height - 1, y + 1));
+        for (std::size_t x = 0; x < width; ++x)
+            down[x] = static_cast<std::uint16_t>(above[x] + 2 * here[x] + below[x]);
+        for (std::size_t x = 0; x < width; ++x) {
+            const int left = down[x > 0 ? x - 1 : 0], right = down[x + 1 < width ? x + 1 : x];
+            row[x] = static_cast<std::uint8_t>((left + 2 * down[x] + right + 8) / 16);
+        }
+        builder.addLuma(row.data());
+    }
+    return builder.finish();
+}
+
 Frame FrameBuilder::finish() {
     frame_.informed = informedCells(frame_.signature);
     for (std::int64_t y = 0; y < frame_.height; ++y) {

@@ -29,6 +29,10 @@ struct Frame {
     const std::uint8_t* edgeRow(std::int64_t y) const { return edges.data() + y * width; }
 };
 
+/// The frame with every pixel averaged with its neighbours, 1 2 1 across and down: what coding noise and a shift by
+/// half a row do to sharp edges weighs less in it.
+Frame softened(const Frame& frame);
+
 /// Builds a frame from its rows as they are decoded.
 class FrameBuilder {
 public:
@@ -36,6 +40,8 @@ public:
 
     /// Takes the next rows, RGBA8, `stride` bytes apart.
     void add(const std::uint8_t* rows, std::size_t stride, std::int64_t count);
+
+    void addLuma(const std::uint8_t* row);
 
     /// After the last row.
     Frame finish();

@@ -54,6 +54,25 @@ std::int64_t barRows(const Furniture& furniture, std::int64_t height, Row row) {
     return bar;
 }
 
+/// Leaves only what is as high as a piece of furniture: text that scrolls has likenesses of a few rows everywhere.
+void dropSlight(std::vector<CellMask>& cells) {
+    const auto height = static_cast<std::int64_t>(cells.size());
+    for (int cell = 0; cell < cellCount; ++cell) {
+        const CellMask bit = CellMask{1} << cell;
+        std::int64_t run = 0;
+        for (std::int64_t y = 0; y <= height; ++y) {
+            if (y < height && cells[static_cast<std::size_t>(y)] & bit) {
+                ++run;
+                continue;
+            }
+            if (run * leastPiece < height)
+                for (std::int64_t i = y - run; i < y; ++i)
+                    cells[static_cast<std::size_t>(i)] &= ~bit;
+            run = 0;
+        }
+    }
+}
+
 /// Marks the flat cells between still edges above each other.
 void fill(std::vector<CellMask>& cells, const std::vector<CellMask>& equal, std::int64_t reach) {
     const auto height = static_cast<std::int64_t>(cells.size());
@@ -87,6 +106,7 @@ Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     }
     furniture.topRows = stillRows(height, equal, informed, [](std::int64_t i) { return i; });
     furniture.bottomRows = stillRows(height, equal, informed, [&](std::int64_t i) { return height - 1 - i; });
+    dropSlight(furniture.cells);
     fill(furniture.cells, equal, height / barsPerScreen);
     furniture.topBar = barRows(furniture, height, [](std::int64_t i) { return i; });
     furniture.bottomBar = barRows(furniture, height, [&](std::int64_t i) { return height - 1 - i; });

@@ -1,6 +1,7 @@
 #include "Orbelquist/PairMatcher.hpp"
 
 #include "Orbelquist/EqualFrames.hpp"
+#include "Orbelquist/Kernels/BlockSums.hpp"
 #include "Orbelquist/Seam.hpp"
 #include "Orbelquist/ShiftProfile.hpp"
 #include "Orbelquist/Verification.hpp"
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
+#include <limits>
 #include <vector>
 
 namespace orbelquist {
@@ -30,35 +32,27 @@ constexpr std::int64_t leastOverlap = 12;
 /// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
 /// percent, of what agrees at the best.
 constexpr std::int64_t secondElsewhere = 40;
-/// Within a stroke's length the place whose blocks differ less than half as much is the one; where they differ alike,
-/// the place with more of them, if any other has less than this part, in percent.
-constexpr double lessDifference = 2, leastStep = 0.01;
+/// Within a stroke's length the place whose pixels differ least is the one, if they differ by so many times as much at
+/// the others, or if these have less than this part, in percent, of its agreement.
+constexpr double clearlyMore = 1.5;
 constexpr std::int64_t secondWithinStroke = 90;
 
-/// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all but
-/// one of so many.
+/// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all
+/// but one of so many.
 constexpr std::int64_t repeatedPercent = 85, repeatedRoom = 32;
 
-/// Places examined on all pixels, by each of two rankings.
-constexpr std::size_t examinedPlaces = 10;
+/// Rows of each shift that are looked at, a few a line of text; and the places of which all rows are, and those
+/// examined on all pixels, by each of three rankings.
+constexpr std::int64_t sampledRows = 256;
+constexpr std::size_t shortlistedPlaces = 32, examinedPlaces = 10;
+/// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
+/// it nor leaves it open.
+constexpr std::int64_t negligible = 15;
 
-std::vector<Stretch> stretchesOfAllShifts(const FramePair& pair) {
-    std::vector<Stretch> stretches;
-    std::vector<RowAgreement> rows;
-    for (std::int64_t shift = leastOverlap - pair.b().height; shift <= pair.a().height - leastOverlap; ++shift) {
-        if (shift == 0)
-            continue; // what stands still is furniture; equal frames are recognised apart
-        pair.compare(shift, rows);
-        const Stretch stretch = bestStretch(shift, pair.firstRow(shift), rows);
-        if (stretch.score() > 0)
-            stretches.push_back(stretch);
-    }
-    return stretches;
-}
-
-/// The best places by score, and by score over contradictions: in dense tables the truth stands far down the first
-/// list.
-std::vector<Stretch> candidates(std::vector<Stretch> stretches) {
+/// The best places by score; by score over contradictions: in dense tables the truth stands far down the first list;
+/// and by score over those of the whole overlap: where two frames share a line or two, little can contradict. By score,
+/// best first.
+std::vector<Stretch> bestPlaces(std::vector<Stretch> stretches, std::size_t count) {
     std::vector<Stretch> chosen;
     const auto take = [&](auto worth) {
         std::ranges::sort(stretches, std::greater(), worth);
@@ -68,15 +62,52 @@ std::vector<Stretch> candidates(std::vector<Stretch> stretches) {
             if (std::ranges::any_of(chosen, near))
                 continue;
             chosen.push_back(stretch);
-            if (++taken == examinedPlaces)
+            if (++taken == count)
                 break;
         }
     };
+    const auto over = [](std::int64_t score, std::int64_t against) {
+        return static_cast<double>(score) / static_cast<double>(against + cellCount);
+    };
     take([](const Stretch& s) { return static_cast<double>(s.score()); });
-    take([](const Stretch& s) {
-        return static_cast<double>(s.score()) / static_cast<double>(s.contradicting + cellCount);
-    });
+    take([&](const Stretch& s) { return over(s.score(), s.contradicting); });
+    take([&](const Stretch& s) { return over(s.score(), s.overall); });
+    std::ranges::sort(chosen, std::greater(), &Stretch::score);
     return chosen;
+}
+
+/// Looks at all shifts, at some rows each, and then at all rows of the best.
+std::vector<Stretch> candidates(const FramePair& pair) {
+    std::vector<RowAgreement> rows;
+    std::vector<Stretch> stretches;
+    const auto stretchAt = [&](std::int64_t shift, std::int64_t step) {
+        pair.compare(shift, rows, step);
+        return bestStretch(shift, pair.firstRow(shift), rows, step);
+    };
+    const std::int64_t lowest = leastOverlap - pair.b().height, highest = pair.a().height - leastOverlap;
+    for (std::int64_t shift = lowest; shift <= highest; ++shift) {
+        if (shift == 0)
+            continue; // what stands still is furniture; equal frames are recognised apart
+        const std::int64_t overlap = pair.lastRow(shift) - pair.firstRow(shift);
+        if (const Stretch stretch = stretchAt(shift, std::max<std::int64_t>(1, overlap / sampledRows));
+            stretch.score() > 0)
+            stretches.push_back(stretch);
+    }
+    std::vector<Stretch> shortlist = bestPlaces(std::move(stretches), shortlistedPlaces);
+    for (Stretch& stretch : shortlist) {
+        stretch = stretchAt(stretch.shift, 1);
+        for (const std::int64_t step : {-1, 1}) // uphill: of neighbours, some rows alone may have named the wrong one
+            for (;;) {
+                const std::int64_t shift = stretch.shift + step;
+                if (shift == 0 || shift < lowest || shift > highest)
+                    break;
+                const Stretch next = stretchAt(shift, 1);
+                if (next.score() <= stretch.score())
+                    break;
+                stretch = next;
+            }
+    }
+    return bestPlaces(std::move(shortlist), examinedPlaces);
 }
 
 /// A page that moved by a few rows only still shows most of its strokes where they were: they look like furniture, and
@@ -139,40 +170,94 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
 
 } // namespace
 
-KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
-    if (a.width != b.width || a.width == 0)
-        return {};
+namespace {
+
+/// By how much the pixels of a stretch differ at a shift, in square levels.
+double pixelDifference(const FramePair& pair, const Examination& stretch, std::int64_t shift) {
+    const auto width = static_cast<std::size_t>(pair.b().width);
+    const std::int64_t first = std::max(stretch.first, pair.firstRow(shift));
+    const std::int64_t last = std::min(stretch.last, pair.lastRow(shift));
+    PixelSums sums;
+    for (std::int64_t row = first; row < last; ++row)
+        addPixels(pair.a().row(row + shift) + 1, pair.b().row(row) + 1, width, width - 1, 1, sums);
+    return static_cast<double>(sums.difference) / static_cast<double>(std::max<std::uint64_t>(1, sums.count));
+}
+
+/// Of the neighbouring rows the one at which the stretch's pixels differ least: a candidate is the best of its place by
+/// signatures alone.
+std::int64_t exactShift(const FramePair& pair, const Examination& e) {
+    std::int64_t best = e.shift;
+    double least = pixelDifference(pair, e, best);
+    for (const std::int64_t shift : {e.shift - 1, e.shift + 1, e.shift - 2, e.shift + 2})
+        if (const double difference = pixelDifference(pair, e, shift); shift != 0 && difference < least) {
+            least = difference;
+            best = shift;
+        }
+    return best;
+}
+
+/// Only where like blocks differ by so much of their variance does it help to soften the frames: by half a row or more.
+constexpr double leastBlur = 0.04;
+/// Softened digits look alike: there more must agree, in blocks.
+constexpr std::int64_t leastSoftAgreement = 100;
+
+/// Nothing where no place holds; a pair that is not valid where the offset is open.
+std::optional<KSVPatternPair> match(const Frame& a, const Frame& b, std::int64_t leastAgreeing) {
     const FramePair pair(a, b, cellTolerance);
     if (const auto equal = equalFrames(pair))
         return *equal;
 
     std::vector<Examination> held;
-    for (const Stretch& candidate : candidates(stretchesOfAllShifts(pair)))
-        if (const auto examined = examine(pair, candidate.shift); examined && holds(*examined, pair))
+    std::int64_t mostHeld = 0;
+    for (const Stretch& candidate : candidates(pair)) {
+        if (candidate.agreeing * 100 < mostHeld * negligible)
+            continue;
+        if (const auto examined = examine(pair, candidate.shift);
+            examined && examined->agreeing >= leastAgreeing && holds(*examined, pair)) {
             held.push_back(*examined);
+            mostHeld = std::max(mostHeld, candidate.agreeing);
+        }
+    }
     const auto best = std::ranges::max_element(held, {}, &Examination::agreeing);
     if (best == held.end())
-        return {};
+        return std::nullopt;
     const std::int64_t stroke = std::min(a.height, b.height) / strokesPerScreen;
     const auto isWithinStroke = [&](const Examination& e) { return std::abs(e.shift - best->shift) <= stroke; };
-    const auto differsLess = [](const Examination& e, const Examination& than) {
-        return e.difference * lessDifference + leastStep < than.difference;
-    };
-    auto exact = best;
-    for (auto other = held.begin(); other != held.end(); ++other)
-        if (isWithinStroke(*other) && differsLess(*other, *exact))
-            exact = other;
+    const auto differs = [&](const Examination& e) { return pixelDifference(pair, *best, e.shift); };
+    const auto exact = std::ranges::min_element(held, {}, [&](const Examination& e) {
+        return isWithinStroke(e) ? differs(e) : std::numeric_limits<double>::max();
+    });
+    const double least = differs(*exact);
     const bool isOpen = std::ranges::any_of(held, [&](const Examination& other) {
         if (std::abs(other.shift - exact->shift) <= onePlace)
             return false;
         if (isWithinStroke(other))
-            return !differsLess(*exact, other) && other.agreeing * 100 > exact->agreeing * secondWithinStroke;
+            return differs(other) < least * clearlyMore + 1 &&
+                   other.agreeing * 100 > exact->agreeing * secondWithinStroke;
         return other.net() * 100 > best->agreeing * secondElsewhere;
     });
     if (isOpen || isRepeated(pair, *exact) || mayHaveCrept(pair, exact->shift, std::max(onePlace, stroke)))
-        return {};
+        return KSVPatternPair{};
+    if (const std::int64_t shift = exactShift(pair, *exact); shift != exact->shift && shift != 0)
+        if (const auto moved = examine(pair, shift))
+            *exact = *moved;
     const KSVPattern pattern = seamAt(pair, *exact);
     return exact->shift > 0 ? KSVPatternPair{pattern, {}} : KSVPatternPair{{}, pattern};
+}
+
+} // namespace
+
+KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
+    if (a.width != b.width || a.width == 0)
+        return {};
+    if (const auto sharp = match(a, b, 0))
+        return *sharp;
+    const auto soft = match(softened(a), softened(b), leastSoftAgreement).value_or(KSVPatternPair{});
+    const KSVPattern& pattern = soft.positive.valid() ? soft.positive : soft.negative;
+    if (!pattern.valid())
+        return {};
+    const auto sharp = examine(FramePair(a, b, cellTolerance), pattern.offset());
+    return sharp && sharp->difference > leastBlur ? soft : KSVPatternPair{};
 }
 
 } // namespace orbelquist

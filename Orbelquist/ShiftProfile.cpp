@@ -21,27 +21,32 @@ FramePair FramePair::withBarsAlone() const {
     return FramePair(a_, b_, tolerance_, std::move(bars));
 }
 
-void FramePair::compare(std::int64_t shift, std::vector<RowAgreement>& rows) const {
+void FramePair::compare(std::int64_t shift, std::vector<RowAgreement>& rows, std::int64_t step) const {
     const std::int64_t first = firstRow(shift), last = lastRow(shift);
-    rows.resize(static_cast<std::size_t>(std::max<std::int64_t>(0, last - first)));
+    rows.resize(static_cast<std::size_t>(std::max<std::int64_t>(0, last - first + step - 1) / step));
     if (rows.empty())
         return;
     const auto inA = static_cast<std::size_t>(first + shift), inB = static_cast<std::size_t>(first);
     compareRows({&a_.signature[inA], &a_.informed[inA], &ignoredInA_[inA]},
-                {&b_.signature[inB], &b_.informed[inB], &ignoredInB_[inB]}, tolerance_, rows);
+                {&b_.signature[inB], &b_.informed[inB], &ignoredInB_[inB]}, tolerance_, static_cast<std::size_t>(step),
+                rows);
 }
 
-Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows) {
+Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows,
+                    std::int64_t step) {
+    std::int64_t overall = 0;
     Stretch best{.shift = shift}, current{.shift = shift, .first = firstRow};
     for (std::size_t i = 0; i < rows.size(); ++i) {
         current.agreeing += rows[i].agreeing;
         current.contradicting += rows[i].contradicting;
-        current.last = firstRow + static_cast<std::int64_t>(i) + 1;
+        overall += rows[i].contradicting;
+        current.last = firstRow + static_cast<std::int64_t>(i + 1) * step;
         if (current.score() <= 0)
             current = {.shift = shift, .first = current.last};
         else if (current.score() > best.score())
             best = current;
     }
+    best.overall = overall;
     return best;
 }
 

@@ -39,8 +39,9 @@ public:
         return {a_, b_, shift, firstRow(shift), lastRow(shift), ignoredInA_, ignoredInB_};
     }
 
-    /// How these rows compare, in order, without the furniture of either. `rows` is reused memory.
-    void compare(std::int64_t shift, std::vector<RowAgreement>& rows) const;
+    /// How these rows compare, every `step`-th of them in order, without the furniture of either. `rows` is reused
+    /// memory.
+    void compare(std::int64_t shift, std::vector<RowAgreement>& rows, std::int64_t step = 1) const;
 
 private:
     FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance, Furniture furniture);
@@ -59,10 +60,12 @@ struct Stretch {
     std::int64_t first = 0, last = 0; ///< rows of the second frame
     std::int64_t agreeing = 0;        ///< cells
     std::int64_t contradicting = 0;   ///< cells
+    std::int64_t overall = 0;         ///< contradicting cells of the whole overlap
 
     std::int64_t score() const { return agreeing - 2 * contradicting; }
 };
 
-Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows);
+Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows,
+                    std::int64_t step = 1);
 
 } // namespace orbelquist

@@ -24,6 +24,10 @@ constexpr int leastStill = 2;
 /// The tolerance of equal pixels over what three quarters of the edge pixels stay within.
 constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // levels
 
+/// Fewer blocks than these are chance; up to so many may be a line that occurs twice, so that nothing else may
+/// contradict.
+constexpr std::int64_t leastAgreeing = 10, noDoubtBelow = 50;
+
 class Verification {
 public:
     Verification(const FramePair& pair, std::int64_t shift)
@@ -31,7 +35,11 @@ public:
           e_{.shift = shift, .difference = comparison_.difference()} {}
 
     std::optional<Examination> result() {
+        if (isHopeless())
+            return std::nullopt;
+        comparison_.findCovered();
         explainBars();
+        findLoneBars();
         findRegions();
         findStretch();
         if (e_.agreeing == 0)
@@ -56,8 +64,12 @@ private:
                 .bottom = comparison_.endOf(band) + down,
                 .left = comparison_.columnOf(block),
                 .right = comparison_.columnOf(block + 1),
-                .toPage = second ? e_.shift : -e_.shift};
+                .toPage = second ? e_.shift : -e_.shift,
+                .noise = comparison_.noise() / 2};
     }
+
+    /// Whose screen ends where the overlap does.
+    bool edgeIsOfSecond(bool top) const { return top ? layout().first == 0 : layout().last == layout().b.height; }
 
     /// Whether a band lies where a bar of the frame may be: at its top, or at its bottom.
     bool isInZone(std::size_t band, bool second, bool top) const {
@@ -67,8 +79,25 @@ private:
         return top ? row < zone : row + comparison_.bandRows() > frame.height - zone;
     }
 
-    /// What contradicts but belongs to a bar in sight says nothing.
+    /// Whether too little agrees, all in all, for what contradicts where no bar can be: most shifts are told so, before
+    /// the work begins.
+    bool isHopeless() const {
+        std::int64_t agreeing = 0, against = 0;
+        for (std::size_t i = 0; i < bands_.size(); ++i) {
+            agreeing += bands_[i].count(Block::alike);
+            const bool mayBeBar = isInZone(i, true, true) || isInZone(i, false, false) || isInZone(i, true, false) ||
+                                  isInZone(i, false, true);
+            against += mayBeBar ? 0 : bands_[i].against();
+        }
+        return agreeing < leastAgreeing || (agreeing < noDoubtBelow && against * 4 > agreeing + 32);
+    }
+
+    /// What contradicts but belongs to a bar in sight, or to a scroll thumb at the side, says nothing.
     void explainBars() {
+        for (Band& band : bands_)
+            for (const std::size_t side : {std::size_t{0}, std::size_t{blocksAcross - 1}})
+                if (band.at(side) == Block::shapes)
+                    band.set(side, Block::unclear);
         for (std::size_t i = 0; i < bands_.size(); ++i)
             for (const bool second : {false, true}) {
                 if (!isInZone(i, second, true) && !isInZone(i, second, false))
@@ -79,11 +108,34 @@ private:
             }
     }
 
+    /// Whether a band is something else over most of its width.
+    bool isCovered(std::size_t i) const {
+        return bands_[i].isDense() && bands_[i].count(Block::covered) * 2 > bands_[i].against();
+    }
+
+    /// Takes out of account a bar that only one frame shows: it covers all up to the edge of its screen.
+    void findLoneBars() {
+        for (const bool top : {true, false}) {
+            const bool second = edgeIsOfSecond(top);
+            const auto at = [&](std::size_t n) { return top ? n : bands_.size() - 1 - n; }; // from the edge inwards
+            const auto isBar = [&](std::size_t i) {
+                return (bands_[i].count(Block::covered) + bands_[i].count(Block::bar)) * 8 >= blocksAcross * 7;
+            };
+            std::size_t end = 0;
+            while (end < bands_.size() && isInZone(at(end), second, top) &&
+                   (isBar(at(end)) || bands_[at(end)].isBlank()))
+                ++end;
+            if (end < bands_.size() && isCovered(at(end)))
+                continue; // it goes on: no bar
+            for (std::size_t n = 0; n < end; ++n) {
+                e_.barBands += isBar(at(n));
+                bands_[at(n)] = {};
+            }
+        }
+    }
+
     /// Takes out of account what changes all through: many bands in a row that are covered over most of their width.
     void findRegions() {
-        const auto isCovered = [&](std::size_t i) {
-            return bands_[i].isDense() && bands_[i].count(Block::covered) * 2 > bands_[i].against();
-        };
         for (std::size_t i = 0; i < bands_.size(); ++i) {
             std::size_t begin = i, end = i;
             while (end < bands_.size() && isCovered(end))
@@ -112,7 +164,8 @@ private:
             const Band& band = bands_[i];
             // A band of something else altogether is no evidence; nor is it crossed for nothing.
             const std::int64_t worth =
-                band.isDense() ? -band.count(Block::covered) / 4 : band.count(Block::alike) - 2 * band.against();
+                band.isDense() ? -band.count(Block::covered) / 4
+                               : band.count(Block::alike) + band.count(Block::lines) / 4 - 2 * band.against();
             Run without = plain[i], with = skipped[i];
             without.sum += worth, with.sum += worth;
             for (std::size_t high = 1; high <= std::min(overlayBands, i + 1); ++high)
@@ -128,14 +181,17 @@ private:
             }
             plain.push_back(without), skipped.push_back(with);
         }
-        const auto agrees = [&](std::size_t i) { return bands_[i].count(Block::alike) > 0; };
+        const auto agrees = [&](std::size_t i) {
+            return bands_[i].count(Block::alike) + bands_[i].count(Block::lines) > 0;
+        };
         while (first_ < last_ && !agrees(first_))
             ++first_;
         while (first_ < last_ && !agrees(last_ - 1))
             --last_;
         for (std::size_t i = first_; i < last_; ++i) {
             e_.agreeing += bands_[i].count(Block::alike);
-            e_.agreeingBands += agrees(i);
+            e_.agreeingBands += bands_[i].count(Block::alike) > 0;
+            e_.unclear += bands_[i].count(Block::unclear);
         }
     }
 
@@ -165,7 +221,7 @@ private:
     /// The bands from the stretch to the overlap's edge, where a bar may lie: the top bar of the frame whose upper
     /// screen edge lies in the overlap, or the other's bottom bar.
     void countEdge(bool top) {
-        const bool second = top ? layout().first == 0 : layout().last == layout().b.height;
+        const bool second = edgeIsOfSecond(top);
         const std::size_t from = top ? 0 : last_, to = top ? first_ : bands_.size();
         std::size_t barFrom = to, barTo = from; // it reaches as far in as anything in it stands still
         for (std::size_t i = from; i < to; ++i)
@@ -247,21 +303,27 @@ std::optional<Examination> examine(const FramePair& pair, std::int64_t shift) {
 }
 
 bool holds(const Examination& e, const FramePair& pair) {
-    // Enough is seen: a few letters, over a quarter of a line of text. A line or two may occur twice by chance: what
-    // agrees beyond that carries weight.
-    if (e.agreeing < 8 || (e.last - e.first) * bandsPerScreen * 2 < std::min(pair.a().height, pair.b().height))
+    // Enough is seen: a few letters, over a quarter of a line of text.
+    if (e.agreeing < leastAgreeing ||
+        (e.last - e.first) * bandsPerScreen * 2 < std::min(pair.a().height, pair.b().height))
         return false;
-    const std::int64_t weight = std::max<std::int64_t>(0, e.agreeing - 50);
+    // A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
+    const std::int64_t weight = std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
+    if (weight == 0 && (e.inside.all() + e.overlay.all() > 0 || e.unclear * 4 > e.agreeing))
+        return false;
     // Other text at the same place is no page that moved: next to none in the stretch, little outside.
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
-    if (shapes * 12 > weight || (e.edge.shapes + e.beyond.shapes) * 16 > e.agreeing)
+    if (shapes * 12 > std::max<std::int64_t>(0, weight - 16) || (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing)
         return false;
     // Bars, overlays and pictures that move may take much of the screen when enough stands for the shift.
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
-    if (covered * 8 > e.agreeing + 24 * weight || e.bar * 4 > e.agreeing + 16 * weight)
+    if (covered * 5 > e.agreeing + 15 * weight)
         return false;
-    return e.regionBands == 0 || (e.agreeing >= 60 + 2 * e.regionBands && e.regionBands * 2 <= e.agreeingBands * 5);
+    if (e.agreeing < 40 ? e.bar * 4 > e.agreeing || e.barBands > 0 : e.bar > 4 * e.agreeing)
+        return false;
+    return e.regionBands == 0 || (e.agreeingBands >= 16 && e.agreeing * 2 >= 120 + 3 * e.regionBands &&
+                                  e.regionBands * 2 <= e.agreeingBands * 5);
 }
 
 } // namespace orbelquist

@@ -16,6 +16,7 @@ struct Examination {
 
     std::int64_t agreeing = 0;      ///< blocks of the stretch
     std::int64_t agreeingBands = 0; ///< bands with such blocks
+    std::int64_t unclear = 0;       ///< blocks of the stretch that are neither alike nor not
 
     /// Blocks that contradict: with other shapes on the same ground, or with something else altogether.
     struct Against {
@@ -23,15 +24,16 @@ struct Examination {
         std::int64_t covered = 0;
         std::int64_t all() const { return shapes + covered; }
     };
-    Against inside;              ///< in the stretch, without the overlay
-    Against overlay;             ///< in the one window in which most contradicts
-    Against edge;                ///< outside, where a bar may be
-    Against beyond;              ///< outside, further in than a bar is high
-    std::int64_t bar = 0;        ///< blocks outside that a bar explains
+    Against inside;               ///< in the stretch, without the overlay
+    Against overlay;              ///< in the one window in which most contradicts
+    Against edge;                 ///< outside, where a bar may be
+    Against beyond;               ///< outside, further in than a bar is high
+    std::int64_t bar = 0;         ///< blocks outside that a bar explains
+    std::int64_t barBands = 0;    ///< bands of bars that only one of the frames shows
     std::int64_t regionBands = 0; ///< bands of regions that change all through
 
-    /// Blocks that agree less all that do not.
-    std::int64_t net() const { return agreeing - inside.all() - overlay.all() - edge.all() - beyond.all() - bar; }
+    /// What is left of the agreement when every block that contradicts takes three of its kind with it, and bars one.
+    std::int64_t net() const { return agreeing - 3 * (inside.all() + overlay.all() + edge.all() + beyond.all()) - bar; }
 };
 
 /// Nothing where nothing speaks for the shift.

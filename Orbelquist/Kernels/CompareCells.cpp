@@ -34,11 +34,12 @@ CellMask equalCellsOf(const RowSignature& a, const RowSignature& b, std::uint8_t
     return equalCells(a.data(), b.data(), tolerance);
 }
 
-void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
-    for (std::size_t i = 0; i < result.size(); ++i) {
+void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::size_t step,
+                 std::span<RowAgreement> result) {
+    for (std::size_t k = 0, i = 0; k < result.size(); ++k, i += step) {
         const CellMask counted = ~(a.ignored[i] | b.ignored[i]);
         const CellMask equal = equalCells(a.signature[i].data(), b.signature[i].data(), tolerance);
-        result[i] = {static_cast<std::int16_t>(std::popcount(equal & a.informed[i] & b.informed[i] & counted)),
+        result[k] = {static_cast<std::int16_t>(std::popcount(equal & a.informed[i] & b.informed[i] & counted)),
                      static_cast<std::int16_t>(std::popcount(~equal & counted))};
     }
 }
@@ -55,8 +56,9 @@ CellMask equalCells(const RowSignature& a, const RowSignature& b, std::uint8_t t
     return ORBELQUIST_DISPATCH(equalCellsOf)(a, b, tolerance);
 }
 
-void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
-    ORBELQUIST_DISPATCH(compareRows)(a, b, tolerance, result);
+void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::size_t step,
+                 std::span<RowAgreement> result) {
+    ORBELQUIST_DISPATCH(compareRows)(a, b, tolerance, step, result);
 }
 
 } // namespace orbelquist

@@ -21,9 +21,12 @@ struct RowsView {
 struct RowAgreement {
     std::int16_t agreeing;      ///< cells equal within the tolerance and informed in both rows
     std::int16_t contradicting; ///< cells that differ by more
+
+    bool operator==(const RowAgreement&) const = default;
 };
 
-/// Compares row i of `a` with row i of `b` for each element of `result`, without the cells that either row ignores.
-void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result);
+/// Compares row k * step of `a` with that of `b` for element k of `result`, without the cells that either row ignores.
+void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::size_t step,
+                 std::span<RowAgreement> result);
 
 } // namespace orbelquist

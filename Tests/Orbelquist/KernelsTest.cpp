@@ -64,14 +64,14 @@ TEST(Kernels, CellsCompareAsThePlainOnesDo) {
             const RowsView viewA{a.data(), masks[0].data(), masks[1].data()},
                 viewB{b.data(), masks[2].data(), masks[3].data()};
             for (const std::uint8_t tolerance : std::initializer_list<std::uint8_t>{0, 4, 255}) {
-                std::vector<RowAgreement> fast(rows), plain(rows);
-                compareRows(viewA, viewB, tolerance, fast);
-                plain::compareRows(viewA, viewB, tolerance, plain);
-                for (std::size_t i = 0; i < rows; ++i) {
-                    EXPECT_EQ(fast[i].agreeing, plain[i].agreeing);
-                    EXPECT_EQ(fast[i].contradicting, plain[i].contradicting);
-                    EXPECT_EQ(equalCells(a[i], b[i], tolerance), plain::equalCells(a[i], b[i], tolerance));
+                for (const std::size_t step : {1u, 3u}) {
+                    std::vector<RowAgreement> fast((rows + step - 1) / step), plain(fast.size());
+                    compareRows(viewA, viewB, tolerance, step, fast);
+                    plain::compareRows(viewA, viewB, tolerance, step, plain);
+                    EXPECT_EQ(fast, plain);
                 }
+                for (std::size_t i = 0; i < rows; ++i)
+                    EXPECT_EQ(equalCells(a[i], b[i], tolerance), plain::equalCells(a[i], b[i], tolerance));
             }
         }
     });
@@ -86,6 +86,20 @@ TEST(Kernels, MarkEdgesAsThePlainOneDoes) {
             markEdges(above.data(), row.data(), below.data(), fast.span());
             plain::markEdges(above.data(), row.data(), below.data(), plain.span());
             ASSERT_EQ(fast, plain) << width;
+        }
+    });
+}
+
+TEST(Kernels, PixelsAddUpAsThePlainOnesDo) {
+    onEverySet([] {
+        std::mt19937 random(3);
+        for (std::size_t columns = 0; columns < 120; ++columns) {
+            const std::size_t rows = random() % 7, stride = columns + 1 + random() % 5;
+            Bytes a(rows * stride + 1, random, 255), b(rows * stride + 1, random, 255);
+            PixelSums fast{.a = 7}, plain = fast;
+            addPixels(a.data() + 1, b.data() + 1, stride, columns, rows, fast);
+            plain::addPixels(a.data() + 1, b.data() + 1, stride, columns, rows, plain);
+            ASSERT_EQ(fast, plain) << columns << " x " << rows;
         }
     });
 }
