@@ -39,7 +39,8 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
     if (goesOn && differing * beginsAlikeShare > informed)
         return std::nullopt;
     if (differing * changedShare > informed)
-        return goesOn ? std::optional(KSVPatternPair{}) : std::nullopt;
+        return goesOn ? std::optional(KSVPatternPair{.verdict = {.kind = KSVVerdict::Kind::unpinnedView}})
+                      : std::nullopt;
 
     // The view against itself, without what may be bars: where it changes from one row to the next, and how many of
     // these changes another shift explains as well.
@@ -52,7 +53,7 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
         changes[static_cast<std::size_t>(y)] = !equalAt(y - 1, y);
     const auto total = std::ranges::count(changes, true);
     if (total * pinningShare < a.height)
-        return KSVPatternPair{};
+        return KSVPatternPair{.verdict = {.kind = KSVVerdict::Kind::unpinnedView}};
     for (std::int64_t shift = 1; shift < a.height - 2 * bar; ++shift) {
         std::int64_t explained = 0, seen = 0;
         for (std::int64_t y = bar + 1; y + shift < a.height - bar; ++y) {
@@ -62,10 +63,10 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
             explained += equalAt(y, y + shift) && equalAt(y - 1, y - 1 + shift);
         }
         if (seen * 4 >= total && explained * 2 > seen)
-            return KSVPatternPair{};
+            return KSVPatternPair{.verdict = {.kind = KSVVerdict::Kind::unpinnedView}};
     }
     const KSVPattern pinned(0, bar, std::max<std::int64_t>(1, a.height - 2 * bar));
-    return KSVPatternPair{pinned, pinned};
+    return KSVPatternPair{pinned, pinned, {.kind = KSVVerdict::Kind::sameView, .rows = a.height - 2 * bar}};
 }
 
 } // namespace orbelquist

@@ -17,7 +17,8 @@ std::string KSVPattern::description() const {
 }
 
 std::string KSVPatternPair::description() const {
-    return "(positive: " + positive.description() + ", negative: " + negative.description() + ")";
+    return "(positive: " + positive.description() + ", negative: " + negative.description() + "; " +
+           verdict.description() + ")";
 }
 
 } // namespace orbelquist

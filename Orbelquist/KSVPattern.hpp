@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Orbelquist/KSVVerdict.hpp"
+
 #include <cstdint>
 #include <string>
 
@@ -43,9 +45,13 @@ struct KSVPatternPair {
     KSVPattern positive; ///< the second image lies below the first: offset at least 1, or 0 within a run
     KSVPattern negative; ///< the second image lies above the first: offset 0 or less
 
+    KSVVerdict verdict; ///< why; two pairs are equal whatever it says
+
     std::string description() const;
 
-    friend bool operator==(const KSVPatternPair&, const KSVPatternPair&) = default;
+    friend bool operator==(const KSVPatternPair& a, const KSVPatternPair& b) {
+        return a.positive == b.positive && a.negative == b.negative;
+    }
 };
 
 } // namespace orbelquist

@@ -201,63 +201,96 @@ constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks.
 constexpr std::int64_t leastSoftAgreement = 100;
 
-/// Nothing where no place holds; a pair that is not valid where the offset is open.
-std::optional<KSVPatternPair> match(const Frame& a, const Frame& b, std::int64_t leastAgreeing) {
+KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePair& pair) {
+    return {.kind = kind,
+            .offset = e.shift,
+            .rows = e.last - e.first,
+            .agreeing = e.agreeing,
+            .contradicting = e.against(),
+            .topBar = pair.furniture().topRows,
+            .bottomBar = pair.furniture().bottomRows};
+}
+
+KSVPatternPair match(const Frame& a, const Frame& b, std::int64_t leastAgreeing) {
+    using Kind = KSVVerdict::Kind;
     const FramePair pair(a, b, cellTolerance);
     if (const auto equal = equalFrames(pair))
         return *equal;
 
     std::vector<Examination> held;
+    std::optional<Examination> likeliest; // of those that do not hold
     std::int64_t mostHeld = 0;
     for (const Stretch& candidate : candidates(pair)) {
         if (candidate.agreeing * 100 < mostHeld * negligible)
             continue;
-        if (const auto examined = examine(pair, candidate.shift);
-            examined && examined->agreeing >= leastAgreeing && holds(*examined, pair)) {
+        const auto examined = examine(pair, candidate.shift);
+        if (!examined)
+            continue;
+        if (examined->agreeing >= leastAgreeing && holds(*examined, pair)) {
             held.push_back(*examined);
             mostHeld = std::max(mostHeld, candidate.agreeing);
+        } else if (!likeliest || examined->net() > likeliest->net()) {
+            likeliest = examined;
         }
     }
     const auto best = std::ranges::max_element(held, {}, &Examination::agreeing);
     if (best == held.end())
-        return std::nullopt;
+        return {.verdict = likeliest ? verdictOn(*likeliest, Kind::contradicted, pair)
+                                     : KSVVerdict{.kind = Kind::nothingCommon}};
+
     const std::int64_t stroke = std::min(a.height, b.height) / strokesPerScreen;
     const auto isWithinStroke = [&](const Examination& e) { return std::abs(e.shift - best->shift) <= stroke; };
     const auto differs = [&](const Examination& e) { return pixelDifference(pair, *best, e.shift); };
-    const auto exact = std::ranges::min_element(held, {}, [&](const Examination& e) {
+    auto exact = std::ranges::min_element(held, {}, [&](const Examination& e) {
         return isWithinStroke(e) ? differs(e) : std::numeric_limits<double>::max();
     });
     const double least = differs(*exact);
-    const bool isOpen = std::ranges::any_of(held, [&](const Examination& other) {
+    const auto isRival = [&](const Examination& other) {
         if (std::abs(other.shift - exact->shift) <= onePlace)
             return false;
         if (isWithinStroke(other))
             return differs(other) < least * clearlyMore + 1 &&
                    other.agreeing * 100 > exact->agreeing * secondWithinStroke;
         return other.net() * 100 > best->agreeing * secondElsewhere;
-    });
-    if (isOpen || isRepeated(pair, *exact) || mayHaveCrept(pair, exact->shift, std::max(onePlace, stroke)))
-        return KSVPatternPair{};
-    if (const std::int64_t shift = exactShift(pair, *exact); shift != exact->shift && shift != 0)
+    };
+    if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end()) {
+        KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
+        verdict.otherOffset = rival->shift;
+        return {.verdict = verdict};
+    }
+    if (isRepeated(pair, *exact))
+        return {.verdict = verdictOn(*exact, Kind::repeated, pair)};
+    if (mayHaveCrept(pair, exact->shift, std::max(onePlace, stroke)))
+        return {.verdict = verdictOn(*exact, Kind::crept, pair)};
+
+    KSVVerdict verdict = verdictOn(*exact, Kind::matched, pair);
+    for (const Examination& other : held)
+        if (!isWithinStroke(other) && other.net() > verdict.runnerUp) {
+            verdict.runnerUp = other.net();
+            verdict.otherOffset = other.shift;
+        }
+    if (const std::int64_t shift = exactShift(pair, *exact); shift != exact->shift)
         if (const auto moved = examine(pair, shift))
             *exact = *moved;
+    verdict.offset = exact->shift;
     const KSVPattern pattern = seamAt(pair, *exact);
-    return exact->shift > 0 ? KSVPatternPair{pattern, {}} : KSVPatternPair{{}, pattern};
+    return exact->shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
 }
 
 } // namespace
 
 KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
+    using Kind = KSVVerdict::Kind;
     if (a.width != b.width || a.width == 0)
-        return {};
-    if (const auto sharp = match(a, b, 0))
-        return *sharp;
-    const auto soft = match(softened(a), softened(b), leastSoftAgreement).value_or(KSVPatternPair{});
-    const KSVPattern& pattern = soft.positive.valid() ? soft.positive : soft.negative;
-    if (!pattern.valid())
-        return {};
-    const auto sharp = examine(FramePair(a, b, cellTolerance), pattern.offset());
-    return sharp && sharp->difference > leastBlur ? soft : KSVPatternPair{};
+        return {.verdict = {.kind = Kind::otherWidth}};
+    KSVPatternPair sharp = match(a, b, 0);
+    if (sharp.verdict.kind != Kind::contradicted && sharp.verdict.kind != Kind::nothingCommon)
+        return sharp;
+    KSVPatternPair soft = match(softened(a), softened(b), leastSoftAgreement);
+    if (soft.verdict.kind != Kind::matched)
+        return sharp;
+    const auto examined = examine(FramePair(a, b, cellTolerance), soft.verdict.offset);
+    return examined && examined->difference > leastBlur ? soft : sharp;
 }
 
 } // namespace orbelquist

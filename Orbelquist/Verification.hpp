@@ -32,8 +32,10 @@ struct Examination {
     std::int64_t barBands = 0;    ///< bands of bars that only one of the frames shows
     std::int64_t regionBands = 0; ///< bands of regions that change all through
 
-    /// What is left of the agreement when every block that contradicts takes three of its kind with it, and bars one.
-    std::int64_t net() const { return agreeing - 3 * (inside.all() + overlay.all() + edge.all() + beyond.all()) - bar; }
+    /// Blocks that contradict and belong to no bar.
+    std::int64_t against() const { return inside.all() + overlay.all() + edge.all() + beyond.all(); }
+    /// What is left of the agreement when every block that contradicts takes three with it, and every bar's one.
+    std::int64_t net() const { return agreeing - 3 * against() - bar; }
 };
 
 /// Nothing where nothing speaks for the shift.
