@@ -1,6 +1,7 @@
 #include "Host/CommandLine.hpp"
 
 #include "Host/Commands/Cache.hpp"
+#include "Host/Commands/Explain.hpp"
 #include "Host/Commands/Stitch.hpp"
 #include "Host/Console.hpp"
 #include "Host/Message.hpp"
@@ -27,6 +28,7 @@ namespace {
 constexpr const char* helpPage = R"(velmorant joins overlapping screenshots into tall pictures, exact to the row.
 
 Usage: velmorant [stitch] [OPTION…] FILE|FOLDER…
+       velmorant explain FILE FILE…
        velmorant cache clear
 
 Examples:
@@ -35,10 +37,13 @@ Examples:
   velmorant --together 1.png 2.png -o a.png  one picture of just these, in this order
   velmorant Screenshots/ -o Pictures/ --dry-run
                                              tells what would be joined and writes nothing
+  velmorant explain 1.png 2.png --image why.png
+                                             tells and draws why two screenshots match or do not
 
 Which screenshots belong together:
   --interval SECONDS    those less than this apart, of one size (20)
   --together            all that are named
+  --at FILE=ROWS        place a screenshot by hand
   --strict              no picture where one would be left out
 Pictures:
   -o, --output PLACE    a file, a folder, or - for standard output
@@ -56,6 +61,7 @@ file could not be read or written; 2 the call was wrong; 130 interrupted.
 
 struct Call {
     StitchOptions stitch;
+    ExplainOptions explain;
     std::string timeZone;
     std::size_t jobs = 0;     ///< 0: as many as there are cores
     std::int64_t memory = 64; ///< megabytes
@@ -71,6 +77,18 @@ velmorant::PixelSize sizeFrom(const std::string& text) {
     if (cross == end || !reads(text.data(), cross, size.width) || !reads(cross + 1, end, size.height))
         throw CLI::ValidationError("--size", message("write width and height in pixels, as in 390x844"));
     return size;
+}
+
+Place placeFrom(const std::string& text) {
+    const std::size_t equals = text.rfind('=');
+    Place place{.path = text.substr(0, equals)};
+    const char* end = text.data() + text.size();
+    if (equals == std::string::npos || equals == 0)
+        throw CLI::ValidationError("--at", message("write a file and its row, as in 2.png=1240"));
+    const auto read = std::from_chars(text.data() + equals + 1, end, place.rows);
+    if (read.ec != std::errc() || read.ptr != end || std::abs(place.rows) > 1'000'000)
+        throw CLI::ValidationError("--at", message("write a file and its row, as in 2.png=1240"));
+    return place;
 }
 
 void addStitch(CLI::App& app, Call& call) {
@@ -90,6 +108,15 @@ void addStitch(CLI::App& app, Call& call) {
             ->capture_default_str();
     command.add_flag("--together", options.together, "make one run of all files, in the order in which they are named")
         ->excludes(interval);
+    command
+        .add_option_function<std::vector<std::string>>(
+            "--at",
+            [&options](const std::vector<std::string>& places) {
+                std::ranges::transform(places, std::back_inserter(options.places), placeFrom);
+            },
+            "place a screenshot by hand: its top edge, in rows below that of the one before it (negative: above)")
+        ->type_name("FILE=ROWS")
+        ->allow_extra_args(false);
     command.add_flag("--strict", options.picture.strict, "make no picture where a screenshot would be left out");
     command
         .add_option("--time-zone", call.timeZone,
@@ -147,6 +174,22 @@ void addStitch(CLI::App& app, Call& call) {
         ->capture_default_str();
 }
 
+CLI::App& addExplain(CLI::App& app, ExplainOptions& options) {
+    CLI::App& command = *app.add_subcommand("explain", "tell why screenshots match or do not, pair by pair");
+    command.add_option("files", options.input.names, "screenshots, in the order in which they follow each other")
+        ->type_name("FILE|FOLDER");
+    command
+        .add_option("--image", options.image,
+                    "draw two screenshots beside each other: green agrees, red and purple do not, blue stands still; "
+                    "at the right the score of every shift")
+        ->type_name("FILE");
+    command.add_flag("--force", options.force, "replace a file that exists");
+    command.add_flag("--json", options.json, "tell it as JSON on standard output");
+    command.footer("Examples:\n  velmorant explain 1.png 2.png\n  velmorant explain 1.png 2.png --image why.png\n"
+                   "Exit status: 0 all pairs match; 1 one does not; 2 the call was wrong.");
+    return command;
+}
+
 /// What is wrong with the options as a whole, for people.
 std::optional<std::string> contradictionIn(const Call& call) {
     const StitchOptions& options = call.stitch;
@@ -168,7 +211,7 @@ std::expected<std::vector<std::string>, std::string> wordsOf(int count, const ch
     if (words.empty())
         return std::unexpected(message("no files are named; name screenshots or folders of them"));
     const std::string& first = words.front();
-    for (const char* known : {"stitch", "cache", "-h", "--help", "--help-all", "--version"})
+    for (const char* known : {"stitch", "explain", "cache", "-h", "--help", "--help-all", "--version"})
         if (first == known)
             return words;
     std::error_code unknown;
@@ -215,6 +258,7 @@ ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
     app.set_help_all_flag("--help-all", "all commands with all their options");
     app.require_subcommand(1);
     addStitch(app, call);
+    const CLI::App& explanation = addExplain(app, call.explain);
     CLI::App& cache = *app.add_subcommand("cache", "what was found earlier");
     cache.require_subcommand(1);
     cache.add_subcommand("clear", "forget it");
@@ -234,6 +278,8 @@ ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
     if (const auto contradiction = contradictionIn(call))
         return wrongCall(*contradiction);
     setUpDevice(call);
+    if (explanation.parsed())
+        return explain(call.explain);
     return cache.parsed() ? clearCache() : stitch(std::move(call));
 }
 

@@ -57,7 +57,19 @@ void writePaths(JSONWriter& json, const std::vector<StitchableItem>& items, cons
     json.endArray();
 }
 
-void writeGroup(JSONWriter& json, const StitchedGroup& stitched, bool dryRun, const FileSource& files) {
+void writeSeam(JSONWriter& json, const Seam& seam, const FileSource& files) {
+    json.beginObject()
+        .member("upper", files.path(seam.upper).native())
+        .member("lower", files.path(seam.lower).native());
+    json.key("offset");
+    seam.valid() ? json.value(seam.offset) : json.null();
+    json.member("verdict", seam.byHand ? "byHand" : seam.verdict.name());
+    json.member("confidence", seam.byHand ? 1.0 : seam.verdict.confidence());
+    json.member("reason", seam.reason()).endObject();
+}
+
+void writeGroup(JSONWriter& json, const StitchedGroup& stitched, bool dryRun, const FileSource& files,
+                const Seams& seams) {
     json.beginObject().member("id", stitched.group.id()).key("items").beginArray();
     for (const StitchableItem& item : stitched.group.items()) {
         json.beginObject().member("id", item.id).member("path", files.path(item).native());
@@ -70,6 +82,10 @@ void writeGroup(JSONWriter& json, const StitchedGroup& stitched, bool dryRun, co
         writeAlignment(json, *stitched.alignment, files);
     else
         json.null();
+    json.key("seams").beginArray();
+    for (const Seam& seam : seams.of(stitched.group))
+        writeSeam(json, seam, files);
+    json.endArray();
     writePaths(json.key("leftOut"), stitched.leftOut(), files);
     json.key("error");
     stitched.error ? json.value(*stitched.error) : json.null();
@@ -86,9 +102,25 @@ std::string refusalOf(const StitchedGroup& stitched, const FileSource& files) {
                    {std::to_string(items.size()), shown(files.path(items.front())), *stitched.error});
 }
 
-std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const FileSource& files) {
+/// Every seam that failed, why, and the way forward.
+std::string failuresOf(const StitchedGroup& stitched, const FileSource& files, const Seams& seams) {
+    std::string text;
+    bool failed = false;
+    for (const Seam& seam : seams.of(stitched.group)) {
+        if (seam.valid())
+            continue;
+        failed = true;
+        text += message("  {} and {}: {}\n",
+                        {shown(files.path(seam.upper)), shown(files.path(seam.lower).filename()), seam.reason()});
+    }
+    return failed ? text + message("  to place a screenshot yourself: --at FILE=ROWS, its top edge below that of the "
+                                   "one before it\n")
+                  : text;
+}
+
+std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const FileSource& files, const Seams& seams) {
     if (stitched.error)
-        return refusalOf(stitched, files) + "\n";
+        return refusalOf(stitched, files) + "\n" + failuresOf(stitched, files, seams);
     const auto& items = stitched.group.items();
 
     const velmorant::PixelSize size = stitched.pictureSize;
@@ -101,9 +133,8 @@ std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const FileSour
                   {count, shown(files.path(items.front())), width, height, std::to_string(stitched.memory / 1'000'000)})
             : message("{} screenshots joined: {} x {} pixels, {}\n", {count, width, height, shown(*stitched.output)});
     for (const StitchableItem& item : stitched.leftOut())
-        text +=
-            message("left out: {}, which shows no rows of its neighbours in the picture\n", {shown(files.path(item))});
-    return text;
+        text += message("left out: {}\n", {shown(files.path(item))});
+    return text + failuresOf(stitched, files, seams);
 }
 
 } // namespace
@@ -128,7 +159,7 @@ std::string StitchReport::json() const {
     JSONWriter json;
     json.beginObject().key("groups").beginArray();
     for (const StitchedGroup& group : groups)
-        writeGroup(json, group, dryRun, *files);
+        writeGroup(json, group, dryRun, *files, *seams);
     writePaths(json.endArray().key("alone"), alone, *files);
     json.key("failed").beginArray();
     for (const BadFile& file : failed)
@@ -149,7 +180,7 @@ std::string StitchReport::json() const {
 std::string StitchReport::summary() const {
     std::string text;
     for (const StitchedGroup& group : groups)
-        text += summaryOf(group, dryRun, *files);
+        text += summaryOf(group, dryRun, *files, *seams);
     if (groups.empty() && together)
         return message("nothing was joined: at least two screenshots that can be read are needed\n");
 

@@ -2,6 +2,7 @@
 
 #include "Host/ExitStatus.hpp"
 #include "Host/FileSource.hpp"
+#include "Host/Seams.hpp"
 #include "Host/StitchRun.hpp"
 
 #include <memory>
@@ -13,6 +14,7 @@ namespace host {
 /// What a call of `stitch` did, to be told.
 struct StitchReport {
     std::shared_ptr<const FileSource> files;
+    std::shared_ptr<const Seams> seams;
     std::vector<StitchedGroup> groups;
     std::vector<velmorant::StitchableItem> alone; ///< in no group
     std::vector<BadFile> failed;

@@ -76,32 +76,37 @@ std::vector<Stretch> bestPlaces(std::vector<Stretch> stretches, std::size_t coun
     return chosen;
 }
 
-/// Looks at all shifts, at some rows each, and then at all rows of the best.
-std::vector<Stretch> candidates(const FramePair& pair) {
+Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::int64_t step, std::vector<RowAgreement>& rows) {
+    pair.compare(shift, rows, step);
+    return bestStretch(shift, pair.firstRow(shift), rows, step);
+}
+
+/// All shifts at which more agrees than not, at some rows each; by shift.
+std::vector<Stretch> stretchesOfAllShifts(const FramePair& pair) {
     std::vector<RowAgreement> rows;
     std::vector<Stretch> stretches;
-    const auto stretchAt = [&](std::int64_t shift, std::int64_t step) {
-        pair.compare(shift, rows, step);
-        return bestStretch(shift, pair.firstRow(shift), rows, step);
-    };
     const std::int64_t lowest = leastOverlap - pair.b().height, highest = pair.a().height - leastOverlap;
     for (std::int64_t shift = lowest; shift <= highest; ++shift) {
         if (shift == 0)
             continue; // what stands still is furniture; equal frames are recognised apart
         const std::int64_t overlap = pair.lastRow(shift) - pair.firstRow(shift);
-        if (const Stretch stretch = stretchAt(shift, std::max<std::int64_t>(1, overlap / sampledRows));
-            stretch.score() > 0)
+        const std::int64_t step = std::max<std::int64_t>(1, overlap / sampledRows);
+        if (const Stretch stretch = stretchAt(pair, shift, step, rows); stretch.score() > 0)
             stretches.push_back(stretch);
     }
-    std::vector<Stretch> shortlist = bestPlaces(std::move(stretches), shortlistedPlaces);
+    return stretches;
+}
+
+/// The best of all shifts, looked at in all rows. Uphill to the best of its neighbours: some rows alone may have named
+/// the wrong one.
+std::vector<Stretch> candidates(const FramePair& pair) {
+    std::vector<RowAgreement> rows;
+    std::vector<Stretch> shortlist = bestPlaces(stretchesOfAllShifts(pair), shortlistedPlaces);
     for (Stretch& stretch : shortlist) {
-        stretch = stretchAt(stretch.shift, 1);
-        for (const std::int64_t step : {-1, 1}) // uphill: of neighbours, some rows alone may have named the wrong one
-            for (;;) {
-                const std::int64_t shift = stretch.shift + step;
-                if (shift == 0 || shift < lowest || shift > highest)
-                    break;
-                const Stretch next = stretchAt(shift, 1);
+        stretch = stretchAt(pair, stretch.shift, 1, rows);
+        for (const std::int64_t step : {-1, 1})
+            while (stretch.shift + step != 0) {
+                const Stretch next = stretchAt(pair, stretch.shift + step, 1, rows);
                 if (next.score() <= stretch.score())
                     break;
                 stretch = next;
@@ -116,15 +121,11 @@ std::vector<Stretch> candidates(const FramePair& pair) {
 bool mayHaveCrept(const FramePair& pair, std::int64_t shift, std::int64_t few) {
     const FramePair bare = pair.withBarsAlone();
     std::vector<RowAgreement> rows;
-    const auto stretchAt = [&](std::int64_t at) {
-        bare.compare(at, rows);
-        return bestStretch(at, bare.firstRow(at), rows);
-    };
-    const std::int64_t score = stretchAt(shift).score();
+    const std::int64_t score = stretchAt(bare, shift, 1, rows).score();
     const std::int64_t height = std::min(pair.a().height, pair.b().height);
     for (std::int64_t small = 1; small <= few; ++small)
         for (const std::int64_t other : {small, -small}) {
-            const Stretch stretch = stretchAt(other);
+            const Stretch stretch = stretchAt(bare, other, 1, rows);
             const bool explainsAll =
                 stretch.contradicting * 20 <= stretch.agreeing && (stretch.last - stretch.first) * 2 >= height;
             if (other != shift && explainsAll && stretch.score() > score)
@@ -291,6 +292,20 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
         return sharp;
     const auto examined = examine(FramePair(a, b, cellTolerance), soft.verdict.offset);
     return examined && examined->difference > leastBlur ? soft : sharp;
+}
+
+PairView viewOf(const Frame& a, const Frame& b, std::int64_t shift) {
+    const FramePair pair(a, b, cellTolerance);
+    PairView view{.patches = {}, .scores = {}, .still = pair.furniture().cells};
+    for (const Stretch& stretch : stretchesOfAllShifts(pair))
+        view.scores.push_back({stretch.shift, stretch.score()});
+    BlockComparison comparison(pair.layout(shift));
+    comparison.findCovered();
+    for (std::size_t i = 0; i < comparison.bands().size(); ++i)
+        for (std::size_t k = 0; k < blocksAcross; ++k)
+            view.patches.push_back({comparison.columnOf(k), comparison.rowOf(i), comparison.columnOf(k + 1),
+                                    comparison.endOf(i), comparison.bands()[i].at(k)});
+    return view;
 }
 
 } // namespace orbelquist

@@ -1,13 +1,32 @@
 #pragma once
 
+#include "Orbelquist/BlockComparison.hpp"
 #include "Orbelquist/Frame.hpp"
 #include "Orbelquist/KSVPattern.hpp"
 
 #include <cstdint>
+#include <vector>
 
 namespace orbelquist {
 
 /// Compares two consecutive frames of a run.
 KSVPatternPair matchFrames(const Frame& a, const Frame& b);
+
+/// What the matcher sees of two frames of one width, for people to look at. Rows and columns of pixels.
+struct PairView {
+    /// A part of the second frame, laid on the first at a shift.
+    struct Patch {
+        std::int64_t left, top, right, bottom;
+        Block block;
+    };
+    /// How well the signatures agree at a shift, in cells; above 0.
+    struct Score {
+        std::int64_t shift, score;
+    };
+    std::vector<Patch> patches;
+    std::vector<Score> scores;   ///< by shift
+    std::vector<CellMask> still; ///< one a row of the screen: what stands still there
+};
+PairView viewOf(const Frame& a, const Frame& b, std::int64_t shift);
 
 } // namespace orbelquist

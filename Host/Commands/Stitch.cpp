@@ -41,8 +41,9 @@ std::shared_ptr<velmorant::Renderer> rendererFor(const StitchOptions& options, s
 }
 
 StitchReport reportOf(const StitchOptions& options, const InputFiles& named, const StitchRun& run,
-                      std::shared_ptr<const FileSource> files) {
+                      std::shared_ptr<const FileSource> files, std::shared_ptr<const Seams> seams) {
     StitchReport report{.files = std::move(files),
+                        .seams = std::move(seams),
                         .groups = run.groups(),
                         .alone = {},
                         .failed = named.bad,
@@ -88,22 +89,37 @@ ExitStatus stitch(const StitchOptions& options) {
         return ExitStatus::wrongCall;
     }
 
+    for (const Place& place : options.places)
+        if (std::ranges::none_of(named->paths, [&](const auto& path) {
+                std::error_code unknown;
+                return std::filesystem::equivalent(place.path, path, unknown);
+            })) {
+            complain(message("--at: {} is none of the screenshots named", {shown(place.path)}));
+            return ExitStatus::wrongCall;
+        }
+
     const auto order = options.together ? FileSource::Order::asNamed : FileSource::Order::byDate;
     const auto files = FileSource::make(named->paths, order);
     const auto loader = FileLoader::make(files, options.picture.imageMemory);
     const auto logger =
         std::make_shared<ConsoleLog>(options.verbose ? velmorant::LogStoreType::debug : velmorant::LogStoreType::fault);
-    const auto diskCache = options.cache ? velmorant::AlignerDiskCache::make(orbelquist::alignerVersion) : nullptr;
+    const auto diskCache = options.cache && options.places.empty() // what is placed by hand is no finding
+                               ? velmorant::AlignerDiskCache::make(orbelquist::alignerVersion)
+                               : nullptr;
     std::shared_ptr<velmorant::AlignerCache> cache = diskCache;
     if (diskCache)
         diskCache->waitUntilLoaded();
     else
         cache = std::make_shared<NoCache>();
+    if (diskCache && options.json)
+        cache = std::make_shared<KeepingCache>(diskCache);
 
+    const auto seams = std::make_shared<Seams>(files, options.places);
+    const auto aligner = std::make_shared<velmorant::OpenCVAligner>(
+        loader, cache, logger,
+        [seams](const velmorant::Group& group, velmorant::OpenCVAligner::Pairs& pairs) { seams->take(group, pairs); });
     const auto run = StitchRun::make(
-        velmorant::StitchingStore::make(pipelineFor(options, files, logger),
-                                        std::make_shared<velmorant::OpenCVAligner>(loader, cache, logger),
-                                        rendererFor(options, loader)),
+        velmorant::StitchingStore::make(pipelineFor(options, files, logger), aligner, rendererFor(options, loader)),
         files, loader, cache, *outputs, options.picture);
     run->run();
 
@@ -120,7 +136,7 @@ ExitStatus stitch(const StitchOptions& options) {
     }
     if (diskCache)
         diskCache->waitUntilSaved();
-    return tell(reportOf(options, *named, *run, files), options);
+    return tell(reportOf(options, *named, *run, files, seams), options);
 }
 
 } // namespace host

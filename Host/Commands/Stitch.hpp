@@ -3,6 +3,7 @@
 #include "Host/ExitStatus.hpp"
 #include "Host/InputFiles.hpp"
 #include "Host/Outputs.hpp"
+#include "Host/Seams.hpp"
 #include "Host/StitchRun.hpp"
 
 namespace host {
@@ -11,9 +12,10 @@ struct StitchOptions {
     InputOptions input;
     OutputOptions output;
     PictureOptions picture;
-    double interval = 20;  ///< seconds by which the screenshots of two groups are apart, at least
-    bool together = false; ///< one group of all files, in the order in which they are named
-    bool cache = true;     ///< alignments found earlier are used, and those found now are kept
+    double interval = 20;      ///< seconds by which the screenshots of two groups are apart, at least
+    std::vector<Place> places; ///< of screenshots placed by hand
+    bool together = false;     ///< one group of all files, in the order in which they are named
+    bool cache = true;         ///< alignments found earlier are used, and those found now are kept
     bool json = false;
     bool verbose = false;
 };

@@ -51,7 +51,7 @@ void OpenCVAligner::alignment(const Group& group, const platform::DispatchQueue&
     images.reserve(group.items().size());
     for (const StitchableItem& item : group.items())
         images.push_back(std::make_shared<LoaderLazyImage>(item, loader_));
-    patternMaker_.patternsForImages(std::move(images), [aligner = *this, group, id, deliver](const Pairs& pairs) {
+    patternMaker_.patternsForImages(std::move(images), [aligner = *this, group, id, deliver](Pairs pairs) {
         aligner.logger_->debug([&] { return "Patterns generated for " + id + ": " + describe(pairs); });
         if (aligner.observer_)
             aligner.observer_(group, pairs);

@@ -17,9 +17,9 @@ namespace velmorant {
 class OpenCVAligner final : public Aligner {
 public:
     using Pairs = std::vector<orbelquist::KSVPatternPair>;
-    /// Hears of every group that was matched, with the answer for each pair of consecutive items, before the group's
-    /// completion is submitted; on a thread of the pattern maker. Groups answered from the cache are not matched.
-    using Observer = std::function<void(const Group&, const Pairs&)>;
+    /// Hears of every group that was matched, with the answer for each pair of consecutive items, before a run is chosen;
+    /// on a thread of the pattern maker. It may correct the answers. Groups answered from the cache are not matched.
+    using Observer = std::function<void(const Group&, Pairs&)>;
 
     OpenCVAligner(std::shared_ptr<Loader> loader, std::shared_ptr<AlignerCache> cache, std::shared_ptr<LogStore> logger,
                   Observer observer = nullptr);
