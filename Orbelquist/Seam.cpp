@@ -10,6 +10,9 @@ namespace {
 /// A fade over more rows than this hides a seam no better.
 constexpr std::int64_t bandRows = 24;
 
+/// A bar's shadow reaches so many of the screen's rows.
+constexpr std::int64_t shadowShare = 100;
+
 bool rowsAgree(const std::uint8_t* a, const std::uint8_t* b, std::int64_t width, int tolerance) {
     for (std::int64_t x = 0; x < width; ++x)
         if (std::abs(a[x] - b[x]) > tolerance)
@@ -25,7 +28,16 @@ KSVPattern seamAt(const FramePair& pair, const Examination& verified) {
     const Frame& lower = shift > 0 ? pair.b() : pair.a();
     const std::int64_t down = std::abs(shift); // row r of the lower frame lies on row r + down of the upper one
     const std::int64_t toLower = shift > 0 ? 0 : shift; // from rows of the second frame to rows of the lower one
-    const std::int64_t first = verified.first + toLower, last = verified.last + toLower;
+    std::int64_t first = verified.first + toLower, last = verified.last + toLower;
+    // A bar's shadow lies on the page beyond it, and hardly shows; a short overlap has no rows to spare.
+    const Furniture& furniture = pair.furniture();
+    const std::int64_t shadow = lower.height / shadowShare;
+    const std::int64_t below = furniture.topRows > 0 ? furniture.topRows + shadow : 0;
+    const std::int64_t above = upper.height - down - (furniture.bottomRows > 0 ? furniture.bottomRows + shadow : 0);
+    if (std::min(last, above) - std::max(first, below) >= bandRows) {
+        first = std::max(first, below);
+        last = std::min(last, above);
+    }
 
     std::int64_t bestFirst = first, bestLength = 0, start = first;
     for (std::int64_t r = first; r <= last && bestLength < bandRows; ++r) {

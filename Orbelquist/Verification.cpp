@@ -181,16 +181,14 @@ private:
             }
             plain.push_back(without), skipped.push_back(with);
         }
-        const auto agrees = [&](std::size_t i) {
-            return bands_[i].count(Block::alike) + bands_[i].count(Block::lines) > 0;
-        };
+        const auto agrees = [&](std::size_t i) { return bands_[i].count(Block::alike) > 0; }; // a bar's edge is a line
         while (first_ < last_ && !agrees(first_))
             ++first_;
         while (first_ < last_ && !agrees(last_ - 1))
             --last_;
         for (std::size_t i = first_; i < last_; ++i) {
             e_.agreeing += bands_[i].count(Block::alike);
-            e_.agreeingBands += bands_[i].count(Block::alike) > 0;
+            e_.agreeingBands += agrees(i);
             e_.unclear += bands_[i].count(Block::unclear);
         }
     }

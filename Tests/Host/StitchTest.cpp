@@ -1,12 +1,11 @@
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Foundation/JSONDecoder.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
-#include "Tests/Support/TestDevice.hpp"
+#include "Tests/Support/ProgramTest.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -15,67 +14,15 @@
 #include <map>
 #include <thread>
 
-/// The program as its users run it.
 namespace host {
 
-namespace fs = std::filesystem;
 using platform::contentOf;
 using platform::JSONValue;
-using platform::TemporaryFolder;
 using platform::writeFile;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-namespace {
-
-const fs::path examples = fs::path(VELMORANT_SOURCE_DIR) / "Examples";
-
-struct Ran {
-    int status;
-    std::string out, err;
-};
-
-std::string quoted(const std::string& word) {
-    return "'" + word + "'";
-}
-
-std::string inputsOf(const std::string& name) {
-    std::string words;
-    std::vector<fs::path> files;
-    for (const auto& entry : fs::directory_iterator(examples / name))
-        if (entry.path().extension() != ".json")
-            files.push_back(entry.path());
-    std::ranges::sort(files);
-    for (const fs::path& file : files)
-        words += " " + quoted(file.native());
-    return words;
-}
-
-class StitchTest : public testing::Test {
-protected:
-    /// `arguments` as a shell reads them, run in the test's folder.
-    Ran run(const std::string& arguments) {
-        const std::string command = "cd " + quoted(folder.path().native()) + " && XDG_CACHE_HOME=\"$PWD/.cache\" " +
-                                    quoted(VELMORANT_PROGRAM) + " >.out 2>.err </dev/null " + arguments;
-        const int status = std::system(command.c_str());
-        return {WEXITSTATUS(status), contentOf(folder / ".out"), contentOf(folder / ".err")};
-    }
-
-    /// What lies in the folder, but for what `run` keeps there and the screenshots in "shots".
-    std::vector<std::string> files() const {
-        std::vector<std::string> names;
-        for (const std::string& name : folder.names())
-            if (!name.starts_with('.') && name != "shots")
-                names.push_back(name);
-        std::ranges::sort(names);
-        return names;
-    }
-
-    const TemporaryFolder folder;
-    const std::string chat = inputsOf("trip-chat");
-};
-
-} // namespace
+using StitchTest = ProgramTest;
 
 class Example : public StitchTest, public testing::WithParamInterface<const char*> {};
 INSTANTIATE_TEST_SUITE_P(Pages, Example, testing::Values("trip-chat", "receipt"));

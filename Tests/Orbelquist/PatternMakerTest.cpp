@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <future>
 #include <optional>
 #include <random>
@@ -163,6 +164,82 @@ TEST(KSVPatternMaker, FindsScreenshotsInATallPicture) {
         const auto pairs = match({picture, shot(page, top), picture});
         EXPECT_EQ(offsetOf(pairs[0]), top > 0 ? "+" + std::to_string(top) : "0");
         EXPECT_EQ(offsetOf(pairs[1]), top > 0 ? "-" + std::to_string(top) : "0");
+    }
+}
+
+/// A screen of its own: luma of a column and row.
+CGImage screen(const std::function<int(std::int64_t, std::int64_t)>& luma) {
+    return platform::imageOf(width, height, [&](std::int64_t x, std::int64_t y) {
+        return static_cast<std::uint32_t>(luma(x, y)) * 0x1010100u | 255u;
+    });
+}
+
+TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
+    const Page page(9), film(10), otherFilm(11), bars(4711);
+    constexpr std::int64_t down = 220;
+    const auto shown = [&](std::int64_t x, std::int64_t y, bool second) { return page.luma(x, second ? y + down : y); };
+    struct Case {
+        const char* what;
+        std::function<int(std::int64_t x, std::int64_t y, bool second)> luma;
+    };
+    for (const auto& [what, luma] : std::vector<Case>{
+             {"a bar that the first alone shows",
+              [&](auto x, auto y, bool second) { return !second && y >= height - 90 ? 200 : shown(x, y, second); }},
+             {"a bar that the second alone shows",
+              [&](auto x, auto y, bool second) { return second && y < 90 ? 60 : shown(x, y, second); }},
+             {"a film within the page",
+              [&](auto x, auto y, bool second) {
+                  const auto at = second ? y + down : y; // a row of the page
+                  if (at < 300 || at >= 400)
+                      return static_cast<int>(page.luma(x, at));
+                  return 40 + (second ? film : otherFilm).luma(x, at / 20 * 20 + 8) / 2;
+              }},
+             {"a scroll thumb",
+              [&](auto x, auto y, bool second) {
+                  const auto top = second ? 300 : 200;
+                  return x >= width - 5 && y >= top && y < top + 120 ? 120 : shown(x, y, second);
+              }},
+             {"a floating button",
+              [&](auto x, auto y, bool second) {
+                  return x >= 190 && x < 240 && y >= 480 && y < 530 ? bars.luma(x, y) / 2 : shown(x, y, second);
+              }},
+             {"half a row",
+              [&](auto x, auto y, bool second) {
+                  return second ? (page.luma(x, y + down) + page.luma(x, y + down + 1)) / 2 : page.luma(x, y);
+              }},
+         }) {
+        const auto pair = match({screen([&](auto x, auto y) { return luma(x, y, false); }),
+                                 screen([&](auto x, auto y) { return luma(x, y, true); })})[0];
+        EXPECT_EQ(offsetOf(pair), "+220") << what << ": " << pair.verdict.description();
+        EXPECT_GT(pair.verdict.confidence(), 0.3) << what;
+    }
+}
+
+TEST(KSVPatternMaker, SaysWhyItDoesNotJoin) {
+    const Page verses(12), others(13), refrain(14), lines(5, 60);
+    // Eight lines of refrain, between other verses: at the end of the first screen, at the start of the second.
+    const auto song = [&](const Page& verse, std::int64_t from) {
+        return screen([&, from](auto x, auto y) {
+            return y >= from && y < from + 160 ? refrain.luma(x, y - from) : verse.luma(x, y - from);
+        });
+    };
+    using Kind = KSVVerdict::Kind;
+    struct Case {
+        Kind kind;
+        std::optional<CGImage> a, b;
+    };
+    for (const auto& [kind, a, b] : std::vector<Case>{
+             {Kind::nothingCommon, shot(verses, 0), shot(others, 0)},
+             {Kind::contradicted, song(verses, 400), song(others, 80)},
+             {Kind::unpinnedView, shot(lines, 0), shot(lines, 0)},
+             {Kind::open, shot(lines, 0), shot(lines, 25)},
+             {Kind::sameView, shot(verses, 0), shot(verses, 0)},
+             {Kind::matched, shot(verses, 0), shot(verses, 100)},
+             {Kind::unreadable, shot(verses, 0), std::nullopt},
+         }) {
+        const KSVVerdict verdict = match({a, b})[0].verdict;
+        EXPECT_EQ(verdict.kind, kind) << verdict.name() << ": " << verdict.description();
+        EXPECT_EQ(verdict.confidence() > 0, verdict.valid());
     }
 }
 
