@@ -32,6 +32,8 @@ constexpr double unclear = 2, leastContradiction = 0.12;
 /// Another ground: half of the pixels of one lie so many levels from half of those of the other, or more than half
 /// differ by more than that, with room for so many times the frames' noise.
 constexpr double leastGround = 4, groundRoom = 2;
+/// Where equal blocks are equal to the level, this is another ground already: a white bar on nearly white paper.
+constexpr double losslessGround = 1;
 
 float percentile(std::vector<float>& values, std::ptrdiff_t percent) {
     if (values.empty())
@@ -155,7 +157,8 @@ void BlockComparison::findCovered() {
 
 bool BlockComparison::isOtherGround(std::size_t band, std::size_t block) const {
     const Measure& m = measures_[band][block];
-    const double step = leastGround + groundRoom * std::sqrt(noise_ + difference_ * (m.varianceA + m.varianceB));
+    const double least = noise_ + difference_ == 0 ? losslessGround : leastGround;
+    const double step = least + groundRoom * std::sqrt(noise_ + difference_ * (m.varianceA + m.varianceB));
     std::array<int, 256> inA = {}, inB = {};
     int total = 0, differing = 0;
     for (std::int64_t row = rowOf(band); row < endOf(band); ++row) {
@@ -171,7 +174,7 @@ bool BlockComparison::isOtherGround(std::size_t band, std::size_t block) const {
             ++level;
         return level;
     };
-    return differing * 2 > total || std::abs(middle(inA) - middle(inB)) > leastGround;
+    return differing * 2 > total || std::abs(middle(inA) - middle(inB)) > least;
 }
 
 } // namespace orbelquist

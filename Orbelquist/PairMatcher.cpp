@@ -30,7 +30,7 @@ constexpr std::int64_t strokesPerScreen = 100;
 constexpr std::int64_t leastOverlap = 12;
 
 /// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
-/// percent, of what agrees at the best.
+/// percent, of the same at the best.
 constexpr std::int64_t secondElsewhere = 40;
 /// Within a stroke's length the place whose pixels differ least is the one, if they differ by so many times as much at
 /// the others, or if these have less than this part, in percent, of its agreement.
@@ -115,10 +115,22 @@ std::vector<Stretch> candidates(const FramePair& pair) {
     return bestPlaces(std::move(shortlist), examinedPlaces);
 }
 
+/// By how much the pixels of a stretch differ at a shift, in square levels.
+double pixelDifference(const FramePair& pair, const Examination& stretch, std::int64_t shift) {
+    const auto width = static_cast<std::size_t>(pair.b().width);
+    const std::int64_t first = std::max(stretch.first, pair.firstRow(shift));
+    const std::int64_t last = std::min(stretch.last, pair.lastRow(shift));
+    PixelSums sums;
+    for (std::int64_t row = first; row < last; ++row)
+        addPixels(pair.a().row(row + shift) + 1, pair.b().row(row) + 1, width, width - 1, 1, sums);
+    return static_cast<double>(sums.difference) / static_cast<double>(std::max<std::uint64_t>(1, sums.count));
+}
+
 /// A page that moved by a few rows only still shows most of its strokes where they were: they look like furniture, and
 /// what is left may fit elsewhere. So, with nothing but the bars left out of account, no such small shift may explain
-/// the frames better, over most of the screen.
-bool mayHaveCrept(const FramePair& pair, std::int64_t shift, std::int64_t few) {
+/// the frames better, over a quarter of the screen.
+bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few) {
+    const std::int64_t shift = e.shift;
     const FramePair bare = pair.withBarsAlone();
     std::vector<RowAgreement> rows;
     const std::int64_t score = stretchAt(bare, shift, 1, rows).score();
@@ -127,8 +139,12 @@ bool mayHaveCrept(const FramePair& pair, std::int64_t shift, std::int64_t few) {
         for (const std::int64_t other : {small, -small}) {
             const Stretch stretch = stretchAt(bare, other, 1, rows);
             const bool explainsAll =
-                stretch.contradicting * 20 <= stretch.agreeing && (stretch.last - stretch.first) * 2 >= height;
+                stretch.contradicting * 20 <= stretch.agreeing && (stretch.last - stretch.first) * 4 >= height;
             if (other != shift && explainsAll && stretch.score() > score)
+                return true;
+            // What is left of strokes fits a line's height further on, at most.
+            if (std::abs(shift) <= 4 * few && std::abs(other - shift) > onePlace &&
+                pixelDifference(pair, e, other) < pixelDifference(pair, e, shift))
                 return true;
         }
     return false;
@@ -172,17 +188,6 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
 } // namespace
 
 namespace {
-
-/// By how much the pixels of a stretch differ at a shift, in square levels.
-double pixelDifference(const FramePair& pair, const Examination& stretch, std::int64_t shift) {
-    const auto width = static_cast<std::size_t>(pair.b().width);
-    const std::int64_t first = std::max(stretch.first, pair.firstRow(shift));
-    const std::int64_t last = std::min(stretch.last, pair.lastRow(shift));
-    PixelSums sums;
-    for (std::int64_t row = first; row < last; ++row)
-        addPixels(pair.a().row(row + shift) + 1, pair.b().row(row) + 1, width, width - 1, 1, sums);
-    return static_cast<double>(sums.difference) / static_cast<double>(std::max<std::uint64_t>(1, sums.count));
-}
 
 /// Of the neighbouring rows the one at which the stretch's pixels differ least: a candidate is the best of its place by
 /// signatures alone.
@@ -230,7 +235,7 @@ KSVPatternPair match(const Frame& a, const Frame& b, std::int64_t leastAgreeing)
         if (examined->agreeing >= leastAgreeing && holds(*examined, pair)) {
             held.push_back(*examined);
             mostHeld = std::max(mostHeld, candidate.agreeing);
-        } else if (!likeliest || examined->net() > likeliest->net()) {
+        } else if (!likeliest || examined->atBest() > likeliest->atBest()) {
             likeliest = examined;
         }
     }
@@ -252,16 +257,21 @@ KSVPatternPair match(const Frame& a, const Frame& b, std::int64_t leastAgreeing)
         if (isWithinStroke(other))
             return differs(other) < least * clearlyMore + 1 &&
                    other.agreeing * 100 > exact->agreeing * secondWithinStroke;
-        return other.net() * 100 > best->agreeing * secondElsewhere;
+        return other.net() * 100 > best->net() * secondElsewhere;
     };
     if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end()) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
         verdict.otherOffset = rival->shift;
         return {.verdict = verdict};
     }
+    if (likeliest && likeliest->atBest() > exact->agreeing) {
+        KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
+        verdict.otherOffset = likeliest->shift;
+        return {.verdict = verdict};
+    }
     if (isRepeated(pair, *exact))
         return {.verdict = verdictOn(*exact, Kind::repeated, pair)};
-    if (mayHaveCrept(pair, exact->shift, std::max(onePlace, stroke)))
+    if (mayHaveCrept(pair, *exact, std::max(onePlace, stroke)))
         return {.verdict = verdictOn(*exact, Kind::crept, pair)};
 
     KSVVerdict verdict = verdictOn(*exact, Kind::matched, pair);

@@ -26,7 +26,7 @@ constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // le
 
 /// Fewer blocks than these are chance; up to so many may be a line that occurs twice, so that nothing else may
 /// contradict.
-constexpr std::int64_t leastAgreeing = 10, noDoubtBelow = 50;
+constexpr std::int64_t leastRows = 12, leastAgreeing = 10, noDoubtBelow = 50;
 
 class Verification {
 public:
@@ -302,8 +302,8 @@ std::optional<Examination> examine(const FramePair& pair, std::int64_t shift) {
 
 bool holds(const Examination& e, const FramePair& pair) {
     // Enough is seen: a few letters, over a quarter of a line of text.
-    if (e.agreeing < leastAgreeing ||
-        (e.last - e.first) * bandsPerScreen * 2 < std::min(pair.a().height, pair.b().height))
+    const std::int64_t height = std::min(pair.a().height, pair.b().height);
+    if (e.agreeing < leastAgreeing || e.last - e.first < std::max(leastRows, height / (2 * bandsPerScreen)))
         return false;
     // A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
     const std::int64_t weight = std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
@@ -314,9 +314,10 @@ bool holds(const Examination& e, const FramePair& pair) {
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
     if (shapes * 12 > std::max<std::int64_t>(0, weight - 16) || (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing)
         return false;
-    // Bars, overlays and pictures that move may take much of the screen when enough stands for the shift.
+    // Bars, overlays and pictures that move may take much of the screen when enough stands for the shift, but little
+    // amid what agrees.
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
-    if (covered * 5 > e.agreeing + 15 * weight)
+    if (covered * 5 > e.agreeing + 15 * weight || e.inside.covered * 4 > e.agreeing)
         return false;
     if (e.agreeing < 40 ? e.bar * 4 > e.agreeing || e.barBands > 0 : e.bar > 4 * e.agreeing)
         return false;

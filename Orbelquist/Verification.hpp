@@ -34,6 +34,11 @@ struct Examination {
 
     /// Blocks that contradict and belong to no bar.
     std::int64_t against() const { return inside.all() + overlay.all() + edge.all() + beyond.all(); }
+    /// What would be left of it if most of what covers it were films and bars.
+    std::int64_t atBest() const {
+        return agreeing - 3 * (inside.shapes + overlay.shapes + edge.shapes + beyond.shapes) -
+               (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2;
+    }
     /// What is left of the agreement when every block that contradicts takes three with it, and every bar's one.
     std::int64_t net() const { return agreeing - 3 * against() - bar; }
 };

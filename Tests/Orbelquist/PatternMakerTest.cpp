@@ -1,10 +1,9 @@
-#include "Orbelquist/KSVPatternMaker.hpp"
 #include "Tests/Support/TestImages.hpp"
+#include "Tests/Support/TestPages.hpp"
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <future>
 #include <optional>
 #include <random>
 
@@ -16,28 +15,6 @@ using platform::UIImage;
 namespace {
 
 constexpr std::int64_t width = 256, height = 640, topBar = 48, bottomBar = 40;
-
-/// A page of words: dark blocks on white, in lines. Deterministic for a seed; every line is another.
-class Page {
-public:
-    explicit Page(unsigned seed, std::int64_t period = 0) : seed_(seed), period_(period) {}
-
-    std::uint8_t luma(std::int64_t x, std::int64_t y) const {
-        if (period_ > 0)
-            y = (y % period_ + period_) % period_;
-        const std::int64_t line = y / 20, inLine = y % 20;
-        if (y < 0 || inLine < 4 || inLine > 15)
-            return 255;
-        std::uint64_t bits = seed_ * 0x9e3779b97f4a7c15u + static_cast<std::uint64_t>(line * 4096 + x / 3);
-        bits = (bits ^ bits >> 31) * 0xbf58476d1ce4e5b9u; // as in splitmix64
-        bits ^= bits >> 29;
-        return bits % 3 == 0 ? static_cast<std::uint8_t>(bits >> 40) % 90 : 255;
-    }
-
-private:
-    unsigned seed_;
-    std::int64_t period_;
-};
 
 struct Look {
     bool bars = true;
@@ -60,41 +37,6 @@ CGImage shot(const Page& page, std::int64_t top, const Look& look = {}, unsigned
         const auto level = static_cast<std::uint32_t>(std::clamp(luma, 0, 255));
         return level << 24 | level << 16 | level << 8 | 255;
     });
-}
-
-class Shot final : public KSVLazyImage {
-public:
-    explicit Shot(std::optional<CGImage> image) : image_(std::move(image)) {}
-    void loadImage(const std::function<void(std::optional<UIImage>)>& block) override {
-        ++loads;
-        block(image_ ? std::optional(UIImage(*image_)) : std::nullopt);
-    }
-    std::string description() const override { return "shot"; }
-    int loads = 0;
-
-private:
-    std::optional<CGImage> image_;
-};
-
-std::vector<KSVPatternPair> match(const std::vector<std::optional<CGImage>>& shots) {
-    KSVPatternMaker::Images images;
-    for (const auto& image : shots)
-        images.push_back(std::make_shared<Shot>(image));
-    std::promise<std::vector<KSVPatternPair>> answer;
-    KSVPatternMaker().patternsForImages(images,
-                                        [&](std::vector<KSVPatternPair> pairs) { answer.set_value(std::move(pairs)); });
-    auto pairs = answer.get_future().get();
-    for (const auto& image : images)
-        EXPECT_EQ(static_cast<Shot&>(*image).loads, shots.size() > 1 ? 1 : 0);
-    return pairs;
-}
-
-/// "+120", "-120", "0" or "x".
-std::string offsetOf(const KSVPatternPair& pair) {
-    EXPECT_FALSE(pair.positive.valid() && pair.positive.offset() > 0 && pair.negative.valid());
-    if (pair.positive.valid() && pair.positive.offset() > 0)
-        return "+" + std::to_string(pair.positive.offset());
-    return pair.negative.valid() ? std::to_string(pair.negative.offset()) : "x";
 }
 
 } // namespace
@@ -241,36 +183,6 @@ TEST(KSVPatternMaker, SaysWhyItDoesNotJoin) {
         EXPECT_EQ(verdict.kind, kind) << verdict.name() << ": " << verdict.description();
         EXPECT_EQ(verdict.confidence() > 0, verdict.valid());
     }
-}
-
-/// Pages, bars, overlays, noise and shifts of both signs by chance: whatever is answered is right to the row, and the
-/// band lies where both screens show the page.
-TEST(KSVPatternMaker, IsRightOrSilentOnPagesByChance) {
-    int found = 0;
-    constexpr int rounds = 40;
-    for (unsigned seed = 0; seed < rounds; ++seed) {
-        SCOPED_TRACE(seed);
-        std::mt19937 random(seed);
-        const Page page(100 + seed);
-        const Look look{.bars = random() % 3 != 0, .noise = random() % 4 == 0 ? 2 : 0, .overlayAt = -1};
-        Look second = look;
-        if (random() % 4 == 0)
-            second.overlayAt = 200 + static_cast<std::int64_t>(random() % 200);
-        const auto shift = 1 + static_cast<std::int64_t>(random() % 480);
-        const bool down = random() % 2 == 0;
-        const CGImage a = shot(page, down ? 0 : shift, look, seed), b = shot(page, down ? shift : 0, second, seed + 1);
-        const KSVPatternPair pair = match({a, b})[0];
-        if (offsetOf(pair) == "x")
-            continue;
-        ++found;
-        ASSERT_EQ(offsetOf(pair), (down ? "+" : "-") + std::to_string(shift));
-
-        const KSVPattern pattern = down ? pair.positive : pair.negative.normalizedPattern();
-        EXPECT_GE(pattern.overlap(), 1);
-        EXPECT_GE(pattern.cropPoint(), look.bars ? topBar : 0); // no bar of the lower screen
-        EXPECT_LE(pattern.cropPoint() + pattern.overlap() + shift, height - (look.bars ? bottomBar : 0));
-    }
-    EXPECT_GE(found, rounds * 3 / 4);
 }
 
 } // namespace orbelquist
