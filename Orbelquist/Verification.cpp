@@ -314,10 +314,9 @@ bool holds(const Examination& e, const FramePair& pair) {
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
     if (shapes * 12 > std::max<std::int64_t>(0, weight - 16) || (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing)
         return false;
-    // Bars, overlays and pictures that move may take much of the screen when enough stands for the shift, but little
-    // amid what agrees.
+    // Bars and overlays that are not known as such may take half as much as agrees, and little amid it.
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
-    if (covered * 5 > e.agreeing + 15 * weight || e.inside.covered * 4 > e.agreeing)
+    if (covered * (weight > 0 ? 2 : 5) > e.agreeing || e.inside.covered * 4 > e.agreeing)
         return false;
     if (e.agreeing < 40 ? e.bar * 4 > e.agreeing || e.barBands > 0 : e.bar > 4 * e.agreeing)
         return false;
