@@ -5,6 +5,7 @@
 #include "Host/Commands/Stitch.hpp"
 #include "Host/Console.hpp"
 #include "Host/Message.hpp"
+#include "Host/PictureWriter.hpp"
 #include "Platform/Dispatch/ThreadPool.hpp"
 #include "Platform/Foundation/Calendar.hpp"
 #include "Platform/Foundation/Device.hpp"
@@ -234,7 +235,9 @@ ExitStatus printed(const std::string& text) {
 void setUpDevice(const Call& call) {
     // Never ended: after Ctrl-C threads may still be at work that ask for it.
     [[maybe_unused]] static const auto& device =
-        *new platform::Device({.folders = platform::DeviceFolders::ofUser("velmorant"), .timeZone = call.timeZone});
+        *new platform::Device({.folders = platform::DeviceFolders::ofUser("velmorant"),
+                               .timeZone = call.timeZone,
+                               .softwareMark = softwareMark});
 }
 
 ExitStatus stitch(Call call) {

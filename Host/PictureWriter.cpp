@@ -1,9 +1,7 @@
 #include "Host/PictureWriter.hpp"
 
 #include "Host/Interrupt.hpp"
-#include "Platform/CoreImage/CIContext.hpp"
-#include "Platform/Foundation/Calendar.hpp"
-#include "Platform/ImageIO/CGImageDestination.hpp"
+#include "Platform/CoreImage/ImageExport.hpp"
 
 #include <unistd.h>
 
@@ -37,25 +35,8 @@ Written writeError(const std::error_code& error) {
 
 Written draw(const platform::CIImage& recipe, const OutputFile& output, const platform::Date& captureDate,
              ByteSink& sink) {
-    const platform::CIContext context;
-    const platform::CGRect extent = recipe.extent();
-    const auto format = context.format(recipe, extent);
-    const platform::ImageHeader header{.width = format.width,
-                                       .height = format.height,
-                                       .opaque = format.opaque,
-                                       .colorSpace = format.colorSpace,
-                                       .captureDate = platform::Calendar::current().components(captureDate),
-                                       .software = softwareMark};
-    auto destination = platform::CGImageDestination::make(output.format, sink, header, {.quality = output.quality});
-    if (!destination)
-        return std::unexpected(destination.error());
-    const auto drawn = context.render(recipe, extent,
-                                      [&](const std::uint8_t* rows, std::size_t stride, std::int64_t count) -> Written {
-                                          if (Interrupt::requested())
-                                              return std::unexpected(ImageError{ImageError::Code::cancelled, {}});
-                                          return (*destination)->write(rows, stride, count);
-                                      });
-    return drawn ? (*destination)->finish() : drawn;
+    return platform::writeImage(recipe, output.format, {.quality = output.quality}, captureDate, sink,
+                                Interrupt::requested);
 }
 
 } // namespace

@@ -24,5 +24,6 @@ velmorant_dependency(lcms2 HEADER lcms2.h LIBRARIES lcms2)
 velmorant_dependency(cctz HEADER cctz/time_zone.h LIBRARIES cctz)
 velmorant_dependency(json HEADER nlohmann/json.hpp)
 velmorant_dependency(xxhash HEADER xxhash.h LIBRARIES xxhash)
+velmorant_dependency(sqlite HEADER SQLiteCpp/Database.h LIBRARIES SQLiteCpp sqlite3)
 velmorant_dependency(cli11 HEADER CLI/CLI.hpp)
 velmorant_dependency(hwy HEADER hwy/highway.h) # headers alone: loading the library takes 4 ms

@@ -16,7 +16,7 @@ using systemCalls::Result;
 struct AtomicFile::State {
     static constexpr std::size_t bufferSize = std::size_t{1} << 18;
 
-    const fs::path destination;
+    fs::path destination;
     const Existing existing;
     TemporaryFile temporary;
     std::vector<std::byte> buffer = {};
@@ -81,6 +81,11 @@ std::expected<void, std::error_code> AtomicFile::write(std::span<const std::byte
     state.buffer.reserve(State::bufferSize);
     state.buffer.insert(state.buffer.end(), bytes.begin(), bytes.end());
     return {};
+}
+
+std::expected<void, std::error_code> AtomicFile::commitAs(const fs::path& destination) {
+    state_->destination = destination;
+    return commit();
 }
 
 std::expected<void, std::error_code> AtomicFile::commit() {

@@ -34,6 +34,8 @@ public:
     /// Once only. Fails where a write has failed. After an error the destination is as it was before; where only the
     /// last step failed, flushing the folder, it may be there already, whole.
     [[nodiscard]] std::expected<void, std::error_code> commit();
+    /// The same under a name that shows only now, on the same file system; the permissions stay those of `create`.
+    [[nodiscard]] std::expected<void, std::error_code> commitAs(const std::filesystem::path& destination);
 
 private:
     struct State;

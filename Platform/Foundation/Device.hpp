@@ -44,6 +44,7 @@ public:
         double screenScale = 1;    ///< pixels per point
         OperatingSystemVersion operatingSystem = {14, 0};
         std::string hostIdentifier = "com.velmorant.host"; ///< reverse-DNS; queue labels and cache paths begin with it
+        std::string softwareMark = {}; ///< goes into the metadata of pictures that the device writes
     };
 
     explicit Device(Settings settings);

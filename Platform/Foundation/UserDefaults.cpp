@@ -69,4 +69,9 @@ void UserDefaults::remove(std::string_view key) {
         std::ignore = FileManager::remove(file);
 }
 
+std::optional<FileIdentity> UserDefaults::version(std::string_view key) {
+    const auto file = RegularFile::open(fileOf(key));
+    return file ? std::optional(file->identity()) : std::nullopt;
+}
+
 } // namespace platform

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Foundation/RegularFile.hpp"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +22,9 @@ public:
     static void set(std::string_view key, const std::vector<std::string>& strings);
 
     static void remove(std::string_view key);
+
+    /// Tells whether a value may have been written since, by whomever. Nothing where there is none.
+    static std::optional<FileIdentity> version(std::string_view key);
 };
 
 } // namespace platform

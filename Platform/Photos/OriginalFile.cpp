@@ -1,0 +1,103 @@
+#include "Platform/Photos/OriginalFile.hpp"
+
+#include "Platform/Foundation/AtomicFile.hpp"
+#include "Platform/Foundation/ContentHash.hpp"
+#include "Platform/Foundation/FileManager.hpp"
+#include "Platform/Foundation/RegularFile.hpp"
+
+#include <array>
+#include <cstring>
+
+namespace platform {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Passes bytes on to a file and hashes them on the way.
+class HashingSink final : public ByteSink {
+public:
+    explicit HashingSink(ByteSink& file) : file_(file) {}
+
+    std::expected<void, std::error_code> write(std::span<const std::byte> bytes) override {
+        hash_.add(bytes.data(), bytes.size());
+        return file_.write(bytes);
+    }
+    std::string hex() const { return hash_.hex(); }
+
+private:
+    ByteSink& file_;
+    ContentHash hash_;
+};
+
+PhotoLibraryError failure(const fs::path& file, const std::error_code& error) {
+    return {PhotoLibraryError::Code::writeFailed, file, error.message()};
+}
+
+/// The n-th name for a content, counted from 1: the others are for contents of an equal hash.
+std::string nameOf(const std::string& hash, int n, const std::string& ending) {
+    return hash.substr(0, 2) + "/" + hash + (n == 1 ? "" : "-" + std::to_string(n)) + ending;
+}
+
+bool isTaken(const fs::path& file) {
+    std::error_code unknown;
+    return fs::exists(fs::symlink_status(file, unknown));
+}
+
+} // namespace
+
+std::expected<OriginalFile, PhotoLibraryError>
+OriginalFile::write(const fs::path& originals, const std::string& ending,
+                    const std::function<std::expected<void, PhotoLibraryError>(ByteSink&)>& produce) {
+    if (const auto made = FileManager::createDirectory(originals); !made)
+        return std::unexpected(failure(originals, made.error()));
+    const fs::path arrival = originals / ("arrival" + ending); // a name that it never has
+    auto file = AtomicFile::create(arrival, AtomicFile::Existing::keep);
+    if (!file)
+        return std::unexpected(failure(originals, file.error()));
+    HashingSink sink(*file);
+    if (const auto produced = produce(sink); !produced)
+        return std::unexpected(produced.error());
+
+    const std::string hash = sink.hex();
+    int n = 1;
+    while (isTaken(originals / nameOf(hash, n, ending)))
+        ++n;
+    const std::string name = nameOf(hash, n, ending);
+    if (const auto made = FileManager::createDirectory((originals / name).parent_path()); !made)
+        return std::unexpected(failure(originals / name, made.error()));
+    if (const auto done = file->commitAs(originals / name); !done)
+        return std::unexpected(failure(originals / name, done.error()));
+    for (int before = 1; before < n; ++before)
+        if (const std::string same = nameOf(hash, before, ending); haveSameBytes(originals / same, originals / name)) {
+            std::ignore = FileManager::remove(originals / name); // at worst the next one sweeps it
+            return OriginalFile{same, hash};
+        }
+    return OriginalFile{name, hash};
+}
+
+bool haveSameBytes(const fs::path& a, const fs::path& b) {
+    const auto first = RegularFile::open(a), second = RegularFile::open(b);
+    if (!first || !second || first->size() != second->size())
+        return false;
+    constexpr std::size_t pieceSize = 1 << 16;
+    std::vector<std::byte> one(pieceSize), other(pieceSize);
+    for (std::int64_t offset = 0;; offset += static_cast<std::int64_t>(pieceSize)) {
+        const auto x = first->readAt(offset, one), y = second->readAt(offset, other);
+        if (!x || !y || *x != *y || std::memcmp(one.data(), other.data(), *x) != 0)
+            return false;
+        if (*x < pieceSize)
+            return true;
+    }
+}
+
+std::vector<std::string> originalNames(const fs::path& originals) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(originals, error), end; !error && entry != end; entry.increment(error))
+        if (!entry->is_directory(error))
+            names.push_back(entry->path().lexically_relative(originals).native());
+    return names;
+}
+
+} // namespace platform
