@@ -245,6 +245,7 @@ ExitStatus stitch(Call call) {
         platform::ThreadPool::shared().setLimit(call.jobs);
     call.stitch.picture.jobs = platform::ThreadPool::shared().limit();
     call.stitch.picture.imageMemory = call.memory * 1'000'000;
+    call.stitch.explain = call.stitch.json;
     return stitch(call.stitch);
 }
 

@@ -109,8 +109,9 @@ void FileLoader::loadImage(const velmorant::StitchableItem& item, bool, const Co
             kept = found->second.image;
     }
     if (!kept) {
-        const platform::CGImageSource& source = files_->file(item).image;
-        auto image = uprightImage(source.image(), source.properties().orientation);
+        const auto source = files_->image(item);
+        auto image = source ? uprightImage(source->image(), source->properties().orientation)
+                            : std::unexpected(source.error());
         if (!image) {
             files_->drop(item.id, image.error());
             completion(std::nullopt);

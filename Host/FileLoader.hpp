@@ -1,13 +1,16 @@
 #pragma once
 
-#include "Host/FileSource.hpp"
+#include "Host/ImageFiles.hpp"
 #include "Platform/Dispatch/Mutex.hpp"
+#include "Platform/CoreGraphics/CGImage.hpp"
 #include "Velmorant/Alignment/Loader.hpp"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace host {
 
@@ -17,7 +20,7 @@ namespace host {
 class FileLoader final : public velmorant::Loader, public std::enable_shared_from_this<FileLoader> {
 public:
     /// `budget` in bytes.
-    static std::shared_ptr<FileLoader> make(std::shared_ptr<FileSource> files, std::int64_t budget) {
+    static std::shared_ptr<FileLoader> make(std::shared_ptr<ImageFiles> files, std::int64_t budget) {
         return std::shared_ptr<FileLoader>(new FileLoader(std::move(files), budget));
     }
 
@@ -30,7 +33,7 @@ private:
     class Reader;
     class Rows;
 
-    FileLoader(std::shared_ptr<FileSource> files, std::int64_t budget) : files_(std::move(files)), left_(budget) {}
+    FileLoader(std::shared_ptr<ImageFiles> files, std::int64_t budget) : files_(std::move(files)), left_(budget) {}
 
     /// Takes memory for a whole image out of the budget; false where there is not enough, or the image is kept already.
     bool reserve(const std::string& id, std::int64_t bytes);
@@ -42,7 +45,7 @@ private:
         std::optional<platform::CGImage> image; ///< nothing: its rows are being read
     };
 
-    const std::shared_ptr<FileSource> files_;
+    const std::shared_ptr<ImageFiles> files_;
 
     platform::Mutex mutex_;
     std::int64_t left_ VELMORANT_GUARDED_BY(mutex_); ///< bytes of the budget

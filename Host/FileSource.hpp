@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Host/ImageFiles.hpp"
 #include "Host/InputFiles.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/Mutex.hpp"
@@ -33,7 +34,9 @@ struct RepeatedFile {
 /// Image files as items of the library. An item's id is made of the file's content and its capture date, its size is
 /// the upright one. The date comes from the metadata, else from the file's name, else from the file's time. A file
 /// named twice, and one of equal content and date, count once; pictures that this program made do not count.
-class FileSource final : public velmorant::StitchableDataSource, public std::enable_shared_from_this<FileSource> {
+class FileSource final : public velmorant::StitchableDataSource,
+                         public ImageFiles,
+                         public std::enable_shared_from_this<FileSource> {
 public:
     enum class Order { byDate, asNamed };
 
@@ -42,14 +45,16 @@ public:
         return std::shared_ptr<FileSource>(new FileSource(std::move(paths), order));
     }
 
-    std::size_t fileCount() const { return paths_.size(); }
-    std::size_t openedCount() const { return openedCount_; } ///< so far
+    std::size_t fileCount() const override { return paths_.size(); }
+    std::size_t openedCount() const override { return openedCount_; }
 
     // After the first fetch. Any thread.
 
-    /// The file of an item that is or was among those fetched.
-    const FileItem& file(const velmorant::StitchableItem& item) const;
-    const std::filesystem::path& path(const velmorant::StitchableItem& item) const { return file(item).path; }
+    const std::filesystem::path& path(const velmorant::StitchableItem& item) const override { return file(item).path; }
+    std::expected<platform::CGImageSource, platform::ImageError>
+    image(const velmorant::StitchableItem& item) const override {
+        return file(item).image;
+    }
 
     /// All that could be opened, in order.
     const std::vector<FileItem>& items() const { return items_; }
@@ -58,9 +63,8 @@ public:
     /// The files that could not be opened, in the order in which they were named, and after them those dropped.
     std::vector<BadFile> bad() const;
 
-    /// The item's file proved bad while it was read: from now on it is no item, and the change handlers are called.
-    void drop(const std::string& id, const platform::ImageError& error);
-    bool isDropped(const velmorant::StitchableItem& item) const;
+    void drop(const std::string& id, const platform::ImageError& error) override;
+    bool isDropped(const velmorant::StitchableItem& item) const override;
 
     velmorant::StitchableDataSourcePermissionStatus permissionStatus() const override;
     void promptForPermission(std::function<void()> completion) override;
@@ -80,6 +84,7 @@ private:
     FileSource(std::vector<std::filesystem::path> paths, Order order);
 
     void open();
+    const FileItem& file(const velmorant::StitchableItem& item) const;
     std::vector<velmorant::StitchableItem> remainingItems() const;
     void notify() const;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/FileSource.hpp"
+#include "Host/ImageFiles.hpp"
 #include "Orbelquist/KSVPattern.hpp"
 #include "Platform/Dispatch/Mutex.hpp"
 #include "Velmorant/Model/Group.hpp"
@@ -37,7 +37,7 @@ class Seams {
 public:
     using Pairs = std::vector<orbelquist::KSVPatternPair>;
 
-    Seams(std::shared_ptr<const FileSource> files, std::vector<Place> places)
+    Seams(std::shared_ptr<const ImageFiles> files, std::vector<Place> places)
         : files_(std::move(files)), places_(std::move(places)) {}
 
     /// Corrects the pairs where an item was placed by hand, and keeps all.
@@ -49,7 +49,7 @@ public:
 private:
     const Place* placeOf(const velmorant::StitchableItem& item) const;
 
-    const std::shared_ptr<const FileSource> files_;
+    const std::shared_ptr<const ImageFiles> files_;
     const std::vector<Place> places_;
     mutable platform::Mutex mutex_;
     std::unordered_map<std::string, std::vector<Seam>> seams_ VELMORANT_GUARDED_BY(mutex_); ///< by the group's id

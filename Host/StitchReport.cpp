@@ -1,5 +1,6 @@
 #include "Host/StitchReport.hpp"
 
+#include "Host/GroupJSON.hpp"
 #include "Host/ImageErrorMessage.hpp"
 #include "Host/Message.hpp"
 #include "Platform/Foundation/JSONWriter.hpp"
@@ -13,97 +14,14 @@ using velmorant::StitchableItem;
 
 namespace {
 
-/// ISO 8601 in UTC, as in "2026-03-01T10:11:12Z".
-std::string isoDate(const platform::Date& date) {
-    std::string text = date.description().substr(0, 19);
-    text[10] = 'T';
-    return text + "Z";
-}
-
-const char* typeName(StitchableItem::ItemType type) {
-    switch (type) {
-    case StitchableItem::ItemType::unstitched:
-        break;
-    case StitchableItem::ItemType::prestitched:
-        return "prestitched";
-    case StitchableItem::ItemType::prestitchedWithWatermark:
-        return "prestitchedWithWatermark";
-    }
-    return "unstitched";
-}
-
-void writeRange(JSONWriter& json, const velmorant::RowRange& range) {
-    json.beginArray().value(range.lower).value(range.upper).endArray();
-}
-
-void writeAlignment(JSONWriter& json, const velmorant::Alignment& alignment, const FileSource& files) {
-    const velmorant::PixelSize size = alignment.size();
-    json.beginObject().key("size").beginObject();
-    json.member("width", size.width).member("height", size.height).member("scale", size.scale).endObject();
-    json.key("positions").beginArray();
-    for (const auto& [item, position] : alignment.positions()) {
-        json.beginObject().member("path", files.path(item).native()).member("offset", position.offset);
-        writeRange(json.key("localOverlap"), position.localOverlap);
-        writeRange(json.key("globalOverlap"), position.globalOverlap);
-        json.endObject();
-    }
-    json.endArray().endObject();
-}
-
-void writePaths(JSONWriter& json, const std::vector<StitchableItem>& items, const FileSource& files) {
-    json.beginArray();
-    for (const StitchableItem& item : items)
-        json.value(files.path(item).native());
-    json.endArray();
-}
-
-void writeSeam(JSONWriter& json, const Seam& seam, const FileSource& files) {
-    json.beginObject()
-        .member("upper", files.path(seam.upper).native())
-        .member("lower", files.path(seam.lower).native());
-    json.key("offset");
-    seam.valid() ? json.value(seam.offset) : json.null();
-    json.member("verdict", seam.byHand ? "byHand" : seam.verdict.name());
-    json.member("confidence", seam.byHand ? 1.0 : seam.verdict.confidence());
-    json.member("reason", seam.reason()).endObject();
-}
-
-void writeGroup(JSONWriter& json, const StitchedGroup& stitched, bool dryRun, const FileSource& files,
-                const Seams& seams) {
-    json.beginObject().member("id", stitched.group.id()).key("items").beginArray();
-    for (const StitchableItem& item : stitched.group.items()) {
-        json.beginObject().member("id", item.id).member("path", files.path(item).native());
-        json.member("date", isoDate(item.date));
-        json.member("width", item.size().width).member("height", item.size().height);
-        json.member("type", typeName(item.type)).endObject();
-    }
-    json.endArray().key("alignment");
-    if (stitched.alignment)
-        writeAlignment(json, *stitched.alignment, files);
-    else
-        json.null();
-    json.key("seams").beginArray();
-    for (const Seam& seam : seams.of(stitched.group))
-        writeSeam(json, seam, files);
-    json.endArray();
-    writePaths(json.key("leftOut"), stitched.leftOut(), files);
-    json.key("error");
-    stitched.error ? json.value(*stitched.error) : json.null();
-    json.key("output");
-    stitched.output ? json.value(stitched.output->native()) : json.null();
-    if (dryRun)
-        json.member("memory", stitched.memory);
-    json.endObject();
-}
-
-std::string refusalOf(const StitchedGroup& stitched, const FileSource& files) {
+std::string refusalOf(const StitchedGroup& stitched, const ImageFiles& files) {
     const auto& items = stitched.group.items();
     return message("{} screenshots from {} on were not joined: {}",
                    {std::to_string(items.size()), shown(files.path(items.front())), *stitched.error});
 }
 
 /// Every seam that failed, why, and the way forward.
-std::string failuresOf(const StitchedGroup& stitched, const FileSource& files, const Seams& seams) {
+std::string failuresOf(const StitchedGroup& stitched, const ImageFiles& files, const Seams& seams) {
     std::string text;
     bool failed = false;
     for (const Seam& seam : seams.of(stitched.group)) {
@@ -118,7 +36,7 @@ std::string failuresOf(const StitchedGroup& stitched, const FileSource& files, c
                   : text;
 }
 
-std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const FileSource& files, const Seams& seams) {
+std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const ImageFiles& files, const Seams& seams) {
     if (stitched.error)
         return refusalOf(stitched, files) + "\n" + failuresOf(stitched, files, seams);
     const auto& items = stitched.group.items();
@@ -159,7 +77,7 @@ std::string StitchReport::json() const {
     JSONWriter json;
     json.beginObject().key("groups").beginArray();
     for (const StitchedGroup& group : groups)
-        writeGroup(json, group, dryRun, *files, *seams);
+        writeGroup(json, group, dryRun ? MemoryShown::yes : MemoryShown::no, *files, seams->of(group.group));
     writePaths(json.endArray().key("alone"), alone, *files);
     json.key("failed").beginArray();
     for (const BadFile& file : failed)
@@ -168,10 +86,10 @@ std::string StitchReport::json() const {
             .member("error", imageErrorMessage(file.path, file.error))
             .endObject();
     json.endArray().key("repeated").beginArray();
-    for (const RepeatedFile& file : files->repeated())
+    for (const RepeatedFile& file : repeated)
         json.beginObject().member("path", file.path.native()).member("sameAs", file.sameAs.native()).endObject();
     json.endArray().key("ownPictures").beginArray();
-    for (const auto& path : files->ownPictures())
+    for (const auto& path : ownPictures)
         json.value(path.native());
     json.endArray().endObject();
     return json.text() + "\n";
@@ -198,7 +116,7 @@ std::string StitchReport::summary() const {
         add("{} picture", "{} pictures", static_cast<std::size_t>(made));
     add("{} screenshot stands alone", "{} screenshots stand alone", alone.size());
     add("{} picture made by this program was skipped", "{} pictures made by this program were skipped",
-        files->ownPictures().size());
+        ownPictures.size());
     add("{} file could not be read", "{} files could not be read", failed.size());
     for (const std::string& part : rest)
         text += (&part == &rest.front() ? "" : ", ") + part + (&part == &rest.back() ? "\n" : "");

@@ -13,11 +13,13 @@ namespace host {
 
 /// What a call of `stitch` did, to be told.
 struct StitchReport {
-    std::shared_ptr<const FileSource> files;
+    std::shared_ptr<const ImageFiles> files;
     std::shared_ptr<const Seams> seams;
     std::vector<StitchedGroup> groups;
     std::vector<velmorant::StitchableItem> alone; ///< in no group
     std::vector<BadFile> failed;
+    std::vector<RepeatedFile> repeated;
+    std::vector<std::filesystem::path> ownPictures; ///< made by this program, so skipped
     bool dryRun = false;
     bool together = false; ///< all files were to be one group
     bool strict = false;

@@ -42,7 +42,7 @@ std::vector<StitchableItem> StitchedGroup::leftOut() const {
 }
 
 std::shared_ptr<StitchRun> StitchRun::make(std::shared_ptr<velmorant::StitchingStore> store,
-                                           std::shared_ptr<FileSource> files, std::shared_ptr<FileLoader> loader,
+                                           std::shared_ptr<ImageFiles> files, std::shared_ptr<FileLoader> loader,
                                            std::shared_ptr<velmorant::AlignerCache> cache, Outputs outputs,
                                            const PictureOptions& options) {
     const std::shared_ptr<StitchRun> run(new StitchRun(std::move(store), std::move(files), std::move(loader),
@@ -51,7 +51,7 @@ std::shared_ptr<StitchRun> StitchRun::make(std::shared_ptr<velmorant::StitchingS
     return run;
 }
 
-StitchRun::StitchRun(std::shared_ptr<velmorant::StitchingStore> store, std::shared_ptr<FileSource> files,
+StitchRun::StitchRun(std::shared_ptr<velmorant::StitchingStore> store, std::shared_ptr<ImageFiles> files,
                      std::shared_ptr<FileLoader> loader, std::shared_ptr<velmorant::AlignerCache> cache,
                      Outputs outputs, const PictureOptions& options)
     : store_(std::move(store)), files_(std::move(files)), loader_(std::move(loader)), cache_(std::move(cache)),

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Host/FileLoader.hpp"
-#include "Host/FileSource.hpp"
+#include "Host/ImageFiles.hpp"
 #include "Host/Outputs.hpp"
 #include "Velmorant/Alignment/AlignerCache.hpp"
 #include "Velmorant/Rendering/CoreImageRenderer.hpp"
@@ -49,7 +49,7 @@ struct PictureOptions {
 class StitchRun final : public velmorant::StitchingStoreDelegate, public std::enable_shared_from_this<StitchRun> {
 public:
     static std::shared_ptr<StitchRun> make(std::shared_ptr<velmorant::StitchingStore> store,
-                                           std::shared_ptr<FileSource> files, std::shared_ptr<FileLoader> loader,
+                                           std::shared_ptr<ImageFiles> files, std::shared_ptr<FileLoader> loader,
                                            std::shared_ptr<velmorant::AlignerCache> cache, Outputs outputs,
                                            const PictureOptions& options);
 
@@ -65,7 +65,7 @@ public:
     void didUpdateGroups(const std::optional<velmorant::Change>& change) override;
 
 private:
-    StitchRun(std::shared_ptr<velmorant::StitchingStore> store, std::shared_ptr<FileSource> files,
+    StitchRun(std::shared_ptr<velmorant::StitchingStore> store, std::shared_ptr<ImageFiles> files,
               std::shared_ptr<FileLoader> loader, std::shared_ptr<velmorant::AlignerCache> cache, Outputs outputs,
               const PictureOptions& options);
 
@@ -86,7 +86,7 @@ private:
     std::optional<velmorant::PixelSize> targetSize(const velmorant::Alignment& alignment) const;
 
     const std::shared_ptr<velmorant::StitchingStore> store_;
-    const std::shared_ptr<FileSource> files_;
+    const std::shared_ptr<ImageFiles> files_;
     const std::shared_ptr<FileLoader> loader_;
     const std::shared_ptr<velmorant::AlignerCache> cache_;
     const velmorant::CoreImageRenderer blend_; ///< of whole pictures, which the store never holds

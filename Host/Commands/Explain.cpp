@@ -2,6 +2,7 @@
 
 #include "Host/Console.hpp"
 #include "Host/FileLoader.hpp"
+#include "Host/FileSource.hpp"
 #include "Host/ImageErrorMessage.hpp"
 #include "Host/Message.hpp"
 #include "Host/Outputs.hpp"

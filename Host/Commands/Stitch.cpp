@@ -40,32 +40,26 @@ std::shared_ptr<velmorant::Renderer> rendererFor(const StitchOptions& options, s
     return std::make_shared<velmorant::CoreImageRenderer>(std::move(loader));
 }
 
-StitchReport reportOf(const StitchOptions& options, const InputFiles& named, const StitchRun& run,
-                      std::shared_ptr<const FileSource> files, std::shared_ptr<const Seams> seams) {
-    StitchReport report{.files = std::move(files),
-                        .seams = std::move(seams),
-                        .groups = run.groups(),
-                        .alone = {},
-                        .failed = named.bad,
-                        .dryRun = options.picture.dryRun,
-                        .together = options.together,
-                        .strict = options.picture.strict};
-    std::ranges::copy(report.files->bad(), std::back_inserter(report.failed));
+/// What became of the files that are in no group.
+void addFiles(const InputFiles& named, const FileSource& files, StitchReport& report) {
+    report.failed = named.bad;
+    std::ranges::copy(files.bad(), std::back_inserter(report.failed));
+    report.repeated = files.repeated();
+    report.ownPictures = files.ownPictures();
     std::unordered_set<std::string> grouped;
     for (const StitchedGroup& group : report.groups)
         for (const velmorant::StitchableItem& item : group.group.items())
             grouped.insert(item.id);
-    for (const FileItem& file : report.files->items())
-        if (!grouped.contains(file.item.id) && !report.files->isDropped(file.item))
+    for (const FileItem& file : files.items())
+        if (!grouped.contains(file.item.id) && !files.isDropped(file.item))
             report.alone.push_back(file.item);
-    return report;
 }
 
 ExitStatus tell(const StitchReport& report, const StitchOptions& options) {
     for (const BadFile& file : report.failed)
         complain(imageErrorMessage(file.path, file.error));
     if (!options.picture.quiet)
-        for (const RepeatedFile& file : report.files->repeated())
+        for (const RepeatedFile& file : report.repeated)
             complain(message("{}: the same screenshot as {}; it counts once", {shown(file.path), shown(file.sameAs)}));
 
     const bool isPicturePrinted = options.output.named == "-" && !options.picture.dryRun;
@@ -100,9 +94,20 @@ ExitStatus stitch(const StitchOptions& options) {
 
     const auto order = options.together ? FileSource::Order::asNamed : FileSource::Order::byDate;
     const auto files = FileSource::make(named->paths, order);
+    const auto logger = loggerFor(options);
+    return stitchGroups(options, pipelineFor(options, files, logger), files, *outputs,
+                        [&](StitchReport& report) { addFiles(*named, *files, report); });
+}
+
+std::shared_ptr<velmorant::LogStore> loggerFor(const StitchOptions& options) {
+    using velmorant::LogStoreType;
+    return std::make_shared<ConsoleLog>(options.verbose ? LogStoreType::debug : LogStoreType::fault);
+}
+
+ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline& pipeline,
+                        const std::shared_ptr<ImageFiles>& files, const Outputs& outputs,
+                        const std::function<void(StitchReport&)>& addRest) {
     const auto loader = FileLoader::make(files, options.picture.imageMemory);
-    const auto logger =
-        std::make_shared<ConsoleLog>(options.verbose ? velmorant::LogStoreType::debug : velmorant::LogStoreType::fault);
     const auto diskCache = options.cache && options.places.empty() // what is placed by hand is no finding
                                ? velmorant::AlignerDiskCache::make(orbelquist::alignerVersion)
                                : nullptr;
@@ -111,16 +116,16 @@ ExitStatus stitch(const StitchOptions& options) {
         diskCache->waitUntilLoaded();
     else
         cache = std::make_shared<NoCache>();
-    if (diskCache && options.json)
+    if (diskCache && options.explain)
         cache = std::make_shared<KeepingCache>(diskCache);
 
     const auto seams = std::make_shared<Seams>(files, options.places);
     const auto aligner = std::make_shared<velmorant::OpenCVAligner>(
-        loader, cache, logger,
+        loader, cache, loggerFor(options),
         [seams](const velmorant::Group& group, velmorant::OpenCVAligner::Pairs& pairs) { seams->take(group, pairs); });
-    const auto run = StitchRun::make(
-        velmorant::StitchingStore::make(pipelineFor(options, files, logger), aligner, rendererFor(options, loader)),
-        files, loader, cache, *outputs, options.picture);
+    const auto run =
+        StitchRun::make(velmorant::StitchingStore::make(pipeline, aligner, rendererFor(options, loader)), files, loader,
+                        cache, outputs, options.picture);
     run->run();
 
     if (Interrupt::requested()) {
@@ -136,7 +141,18 @@ ExitStatus stitch(const StitchOptions& options) {
     }
     if (diskCache)
         diskCache->waitUntilSaved();
-    return tell(reportOf(options, *named, *run, files, seams), options);
+    StitchReport report{.files = files,
+                        .seams = seams,
+                        .groups = run->groups(),
+                        .alone = {},
+                        .failed = {},
+                        .repeated = {},
+                        .ownPictures = {},
+                        .dryRun = options.picture.dryRun,
+                        .together = options.together,
+                        .strict = options.picture.strict};
+    addRest(report);
+    return tell(report, options);
 }
 
 } // namespace host

@@ -4,7 +4,12 @@
 #include "Host/InputFiles.hpp"
 #include "Host/Outputs.hpp"
 #include "Host/Seams.hpp"
+#include "Host/StitchReport.hpp"
 #include "Host/StitchRun.hpp"
+#include "Velmorant/Pipeline/Pipeline.hpp"
+
+#include <functional>
+#include <memory>
 
 namespace host {
 
@@ -16,11 +21,21 @@ struct StitchOptions {
     std::vector<Place> places; ///< of screenshots placed by hand
     bool together = false;     ///< one group of all files, in the order in which they are named
     bool cache = true;         ///< alignments found earlier are used, and those found now are kept
+    bool explain = false;      ///< groups whose alignment was found earlier are matched anew, to tell why
     bool json = false;
     bool verbose = false;
 };
 
 /// `velmorant stitch`: makes a picture of every run of screenshots among the files named.
 ExitStatus stitch(const StitchOptions& options);
+
+/// Makes a picture of every group of `pipeline`, whose items are of `files`, and tells what became of them. `addRest`
+/// completes the report with what is in no group.
+ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline& pipeline,
+                        const std::shared_ptr<ImageFiles>& files, const Outputs& outputs,
+                        const std::function<void(StitchReport&)>& addRest);
+
+/// The library's log messages, as the options want them.
+std::shared_ptr<velmorant::LogStore> loggerFor(const StitchOptions& options);
 
 } // namespace host
