@@ -4,6 +4,7 @@
 #include "Host/Commands/Explain.hpp"
 #include "Host/Commands/Stitch.hpp"
 #include "Host/Console.hpp"
+#include "Host/LibraryCommandLine.hpp"
 #include "Host/Message.hpp"
 #include "Host/PictureWriter.hpp"
 #include "Platform/Dispatch/ThreadPool.hpp"
@@ -31,6 +32,8 @@ constexpr const char* helpPage = R"(velmorant joins overlapping screenshots into
 Usage: velmorant [stitch] [OPTION…] FILE|FOLDER…
        velmorant explain FILE FILE…
        velmorant cache clear
+       velmorant [--library FOLDER] import|items|groups|show|render|save|delete|restore|trash|ignore|unignore|
+                 combine|separate|albums|export|permission|capture-note …
 
 Examples:
   velmorant Screenshots/                     a picture of every run of screenshots in a folder,
@@ -40,6 +43,10 @@ Examples:
                                              tells what would be joined and writes nothing
   velmorant explain 1.png 2.png --image why.png
                                              tells and draws why two screenshots match or do not
+
+  velmorant import ~/Pictures/Screenshots && velmorant groups && velmorant save --all
+                                             the same in a photo library of its own, which remembers what
+                                             you decide; each command has --help
 
 Which screenshots belong together:
   --interval SECONDS    those less than this apart, of one size (20)
@@ -63,6 +70,8 @@ file could not be read or written; 2 the call was wrong; 130 interrupted.
 struct Call {
     StitchOptions stitch;
     ExplainOptions explain;
+    fs::path library;         ///< empty: the user's own
+    bool usesLibrary = false; ///< the command is one on a library
     std::string timeZone;
     std::size_t jobs = 0;     ///< 0: as many as there are cores
     std::int64_t memory = 64; ///< megabytes
@@ -124,40 +133,7 @@ void addStitch(CLI::App& app, Call& call) {
                     "where the screenshots were taken, as in Europe/Berlin; default: the system's")
         ->type_name("NAME");
 
-    command
-        .add_option("-o,--output", options.output.named,
-                    "a file, a folder, or - for standard output; default: beside the first screenshot of each run")
-        ->type_name("FILE|FOLDER|-");
-    command.add_flag("--force", options.output.force, "replace a file that exists");
-    command
-        .add_option("--format", options.output.format,
-                    "of the pictures: png, jpg or webp; default: by the file's ending, else png")
-        ->type_name("FORMAT")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, ImageFormat>{{"png", ImageFormat::png},
-                                                                               {"jpg", ImageFormat::jpeg},
-                                                                               {"jpeg", ImageFormat::jpeg},
-                                                                               {"webp", ImageFormat::webp}},
-                                            CLI::ignore_case)
-                        .description(""));
-    command.add_option("--quality", options.output.quality, "of jpg and webp, 1 to 100")
-        ->type_name("NUMBER")
-        ->check(CLI::Range(1, 100).description(""))
-        ->capture_default_str();
-    auto* width = command.add_option("--width", options.picture.width, "scale pictures to this width")
-                      ->type_name("PIXELS")
-                      ->check(CLI::Range(1, 1'000'000).description(""));
-    command
-        .add_option_function<std::string>(
-            "--size", [&options](const std::string& text) { options.picture.size = sizeFrom(text); },
-            "scale pictures to a width and cut them off at a height")
-        ->type_name("WxH")
-        ->excludes(width);
-    using Renderer = PictureOptions::Renderer;
-    command.add_option("--renderer", options.picture.renderer, "blend, or overlay to show where screenshots overlap")
-        ->type_name("NAME")
-        ->transform(CLI::CheckedTransformer(
-                        std::map<std::string, Renderer>{{"blend", Renderer::blend}, {"overlay", Renderer::overlay}})
-                        .description(""));
+    addPictureOptions(command, options);
 
     command.add_flag("--dry-run", options.picture.dryRun,
                      "tell what would be joined, how large and with how much memory; write nothing");
@@ -205,13 +181,22 @@ std::optional<std::string> contradictionIn(const Call& call) {
     return std::nullopt;
 }
 
+/// The place of the word that may be a command: behind the option that comes before all commands.
+std::size_t firstWord(const std::vector<std::string>& words) {
+    const std::size_t place = words[0] == "--library" ? 2 : words[0].starts_with("--library=") ? 1 : 0;
+    return std::min(place, words.size() - 1);
+}
+
 /// The arguments with the command that may be left out. A first word that names neither a command nor a file is most
 /// likely a command that was mistyped.
 std::expected<std::vector<std::string>, std::string> wordsOf(int count, const char* const* arguments) {
     std::vector<std::string> words(arguments + 1, arguments + count);
     if (words.empty())
         return std::unexpected(message("no files are named; name screenshots or folders of them"));
-    const std::string& first = words.front();
+    const std::string& first = words[firstWord(words)];
+    const auto& onLibrary = LibraryCommandLine::commands();
+    if (std::ranges::find(onLibrary, first) != onLibrary.end())
+        return words;
     for (const char* known : {"stitch", "explain", "cache", "-h", "--help", "--help-all", "--version"})
         if (first == known)
             return words;
@@ -232,10 +217,19 @@ ExitStatus printed(const std::string& text) {
     return print(text) ? ExitStatus::success : ExitStatus::incomplete;
 }
 
+/// A library's folder holds all that belongs to it; without one the user's own folders do.
+platform::DeviceFolders foldersFor(const Call& call) {
+    platform::DeviceFolders user = platform::DeviceFolders::ofUser("velmorant");
+    if (!call.library.empty())
+        return platform::DeviceFolders::inside(fs::absolute(call.library));
+    return call.usesLibrary && !user.documents.empty() ? platform::DeviceFolders::inside(user.documents / "Library")
+                                                       : user;
+}
+
 void setUpDevice(const Call& call) {
     // Never ended: after Ctrl-C threads may still be at work that ask for it.
     [[maybe_unused]] static const auto& device =
-        *new platform::Device({.folders = platform::DeviceFolders::ofUser("velmorant"),
+        *new platform::Device({.folders = foldersFor(call),
                                .timeZone = call.timeZone,
                                .softwareMark = softwareMark});
 }
@@ -251,6 +245,43 @@ ExitStatus stitch(Call call) {
 
 } // namespace
 
+void addPictureOptions(CLI::App& command, StitchOptions& options) {
+    command
+        .add_option("-o,--output", options.output.named,
+                    "a file, a folder, or - for standard output; default: beside the first screenshot of each run")
+        ->type_name("FILE|FOLDER|-");
+    command.add_flag("--force", options.output.force, "replace a file that exists");
+    command
+        .add_option("--format", options.output.format,
+                    "of the pictures: png, jpg or webp; default: by the file's ending, else png")
+        ->type_name("FORMAT")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, ImageFormat>{{"png", ImageFormat::png},
+                                                                               {"jpg", ImageFormat::jpeg},
+                                                                               {"jpeg", ImageFormat::jpeg},
+                                                                               {"webp", ImageFormat::webp}},
+                                            CLI::ignore_case)
+                        .description(""));
+    command.add_option("--quality", options.output.quality, "of jpg and webp, 1 to 100")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(1, 100).description(""))
+        ->capture_default_str();
+    auto* width = command.add_option("--width", options.picture.width, "scale pictures to this width")
+                      ->type_name("PIXELS")
+                      ->check(CLI::Range(1, 1'000'000).description(""));
+    command
+        .add_option_function<std::string>(
+            "--size", [&options](const std::string& text) { options.picture.size = sizeFrom(text); },
+            "scale pictures to a width and cut them off at a height")
+        ->type_name("WxH")
+        ->excludes(width);
+    using Renderer = PictureOptions::Renderer;
+    command.add_option("--renderer", options.picture.renderer, "blend, or overlay to show where screenshots overlap")
+        ->type_name("NAME")
+        ->transform(CLI::CheckedTransformer(
+                        std::map<std::string, Renderer>{{"blend", Renderer::blend}, {"overlay", Renderer::overlay}})
+                        .description(""));
+}
+
 ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
     auto words = wordsOf(argumentCount, arguments);
     if (!words)
@@ -261,7 +292,11 @@ ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
     app.set_version_flag("--version", "velmorant " VELMORANT_VERSION);
     app.set_help_all_flag("--help-all", "all commands with all their options");
     app.require_subcommand(1);
+    app.add_option("--library", call.library, "the folder of the photo library; default: the user's own")
+        ->type_name("FOLDER");
     addStitch(app, call);
+    LibraryCommandLine library;
+    library.addTo(app);
     const CLI::App& explanation = addExplain(app, call.explain);
     CLI::App& cache = *app.add_subcommand("cache", "what was found earlier");
     cache.require_subcommand(1);
@@ -281,7 +316,10 @@ ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
     }
     if (const auto contradiction = contradictionIn(call))
         return wrongCall(*contradiction);
+    call.usesLibrary = static_cast<bool>(library.chosen());
     setUpDevice(call);
+    if (library.chosen())
+        return library.chosen()();
     if (explanation.parsed())
         return explain(call.explain);
     return cache.parsed() ? clearCache() : stitch(std::move(call));

@@ -1,15 +1,13 @@
 #include "Host/FileSource.hpp"
 
 #include "Host/PictureWriter.hpp"
-#include "Platform/Foundation/Calendar.hpp"
+#include "Host/ScreenshotTest.hpp"
 #include "Platform/Foundation/ContentHash.hpp"
 #include "Platform/Foundation/Device.hpp"
 #include "Platform/Foundation/NaturalOrder.hpp"
 #include "Platform/Foundation/RegularFile.hpp"
-#include "Platform/ImageIO/CaptureDate.hpp"
 
 #include <algorithm>
-#include <chrono>
 #include <expected>
 #include <map>
 #include <optional>
@@ -23,22 +21,6 @@ using platform::MutexLock;
 using velmorant::StitchableItem;
 
 namespace {
-
-platform::Date modificationDate(const fs::path& path) {
-    std::error_code unknown;
-    const auto time = fs::last_write_time(path, unknown);
-    const auto since1970 = std::chrono::file_clock::to_sys(time).time_since_epoch();
-    return platform::Date::since1970(std::chrono::duration<double>(since1970).count());
-}
-
-platform::Date captureDate(const fs::path& path, const platform::ImageProperties& properties) {
-    const auto calendar = platform::Calendar::current();
-    for (const auto& components : {properties.captureDate, platform::captureDateFromFileName(path.filename().native())})
-        if (components)
-            if (const auto date = calendar.date(*components))
-                return *date;
-    return modificationDate(path);
-}
 
 /// A file with what tells it from others whatever they are named.
 struct OpenedFile {

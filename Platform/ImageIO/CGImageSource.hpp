@@ -31,6 +31,7 @@ struct ImageProperties {
     ImageOrientation orientation = ImageOrientation::up;
     std::optional<DateComponents> captureDate; ///< from metadata; local time unless it says its zone
     std::string software;                      ///< from metadata; who wrote the file
+    bool fromCamera = false;                   ///< metadata name a camera's exposure
 };
 
 /// An image file: its properties, and its pixels decoded on demand. The type is told by content, never by name. Only

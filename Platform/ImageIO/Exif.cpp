@@ -107,6 +107,7 @@ void read(std::span<const std::byte> block, ImageProperties& properties) {
     }
     properties.captureDate = captureDate(*data);
     properties.software = text(*data, EXIF_IFD_0, EXIF_TAG_SOFTWARE);
+    properties.fromCamera = exif_content_get_entry(data->ifd[EXIF_IFD_EXIF], EXIF_TAG_EXPOSURE_TIME) != nullptr;
 }
 
 std::vector<std::byte> block(const ImageHeader& header) {

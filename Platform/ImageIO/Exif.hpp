@@ -12,8 +12,8 @@ namespace platform::exif {
 /// Six bytes that stand before the block in a JPEG file and are left out elsewhere.
 inline constexpr char prefix[] = {'E', 'x', 'i', 'f', '\0', '\0'};
 
-/// Takes orientation, capture date and software from an Exif block, with or without its prefix, as far as they make
-/// sense; a damaged block says nothing.
+/// Takes orientation, capture date, software and whether it is of a camera from an Exif block, with or without its
+/// prefix, as far as they make sense; a damaged block says nothing.
 void read(std::span<const std::byte> block, ImageProperties& properties);
 
 /// An Exif block, with its prefix, that holds the header's capture date and software.

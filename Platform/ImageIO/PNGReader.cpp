@@ -143,7 +143,7 @@ std::expected<ImageDescription, ImageError> inspect(InputFile file, const ImageL
 
 std::expected<std::unique_ptr<RowReader>, ImageError> reader(InputFile file, const ImageDescription& description,
                                                              const ImageLimits& limits) {
-    const auto& [format, width, height, opaque, orientation, date, software] = description.properties;
+    const auto& [format, width, height, opaque, orientation, date, software, fromCamera] = description.properties;
     auto decoder = std::make_unique<Decoder>(std::move(file), limits);
     spng_ihdr header = {};
     if (const int code = spng_get_ihdr(decoder->get(), &header); code != 0)

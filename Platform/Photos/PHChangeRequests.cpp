@@ -247,11 +247,12 @@ PHCollectionListChangeRequest::creationRequestForCollectionList(const std::strin
     return PHObjectPlaceholder{id};
 }
 
-std::vector<PHAssetNote> notesOfAssets() {
-    auto found = PHPhotoLibrary::shared()->catalogue().read([](SQLite::Database& database) {
+std::vector<PHAssetNote> notesOfAssets(Deleted deleted) {
+    auto found = PHPhotoLibrary::shared()->catalogue().read([&](SQLite::Database& database) {
         std::vector<PHAssetNote> notes;
-        SQLite::Statement rows(database,
-                               "SELECT localIdentifier, note FROM assets WHERE note IS NOT NULL AND deleted IS NULL");
+        SQLite::Statement rows(database, "SELECT localIdentifier, note FROM assets WHERE note IS NOT NULL AND (? OR "
+                                         "deleted IS NULL)");
+        rows.bind(1, deleted == Deleted::included ? 1 : 0);
         while (rows.executeStep())
             notes.push_back({rows.getColumn(0).getString(), rows.getColumn(1).getString()});
         return notes;

@@ -88,7 +88,9 @@ struct PHAssetNote {
     std::string note;
 };
 
-/// Of all assets that have one and are not deleted. One query.
-std::vector<PHAssetNote> notesOfAssets();
+enum class Deleted { left, included };
+
+/// Of all assets that have one. One query.
+std::vector<PHAssetNote> notesOfAssets(Deleted deleted = Deleted::left);
 
 } // namespace platform

@@ -26,7 +26,6 @@ using ItemType = StitchableItem::ItemType;
 
 namespace {
 
-constexpr const char* albumTitle = "Davren";
 constexpr int plainMark = 630'000'000, watermarkMark = 631'000'000; // nanoseconds
 
 PHAuthorizationStatus authorization() {
@@ -45,7 +44,7 @@ StitchableItem itemOf(const PHAsset& asset, bool isStitched) {
 
 std::optional<platform::PHAssetCollection> findStitchedAlbum() {
     for (const PHCollection& collection : PHCollection::fetchTopLevelUserCollections())
-        if (collection.kind() == PHCollection::Kind::album && collection.localizedTitle() == albumTitle)
+        if (collection.kind() == PHCollection::Kind::album && collection.localizedTitle() == stitchedAlbumTitle)
             return collection.assetCollection();
     return std::nullopt;
 }
@@ -178,7 +177,7 @@ void PhotosStitchableDataSource::save(const platform::UIImage& stitched, const G
         using AlbumRequest = platform::PHAssetCollectionChangeRequest;
         const auto found = findStitchedAlbum();
         const auto album = found ? AlbumRequest::changeRequestForAssetCollection(*found)
-                                 : AlbumRequest::creationRequestForAssetCollection(albumTitle);
+                                 : AlbumRequest::creationRequestForAssetCollection(stitchedAlbumTitle);
         if (album)
             album->addAssets({*saved->placeholder});
     };

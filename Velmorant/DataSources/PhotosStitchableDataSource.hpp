@@ -43,7 +43,10 @@ private:
     platform::DispatchQueue fetchQueue_; ///< serial
 };
 
-/// The first album at the top level that is titled "Davren".
+/// The title of the album of stitched images.
+inline constexpr const char* stitchedAlbumTitle = "Davren";
+
+/// The first album at the top level of that title.
 std::optional<platform::PHAssetCollection> findStitchedAlbum();
 
 /// A saved image carries its type in the fraction of its date: .631 s with a watermark, .630 s without. Rounded to

@@ -1,0 +1,168 @@
+#include "Host/Commands/Import.hpp"
+
+#include "Host/Console.hpp"
+#include "Host/FileSource.hpp"
+#include "Host/ImageErrorMessage.hpp"
+#include "Host/Interrupt.hpp"
+#include "Host/Library.hpp"
+#include "Host/Message.hpp"
+#include "Host/PictureWriter.hpp"
+#include "Host/ScreenshotTest.hpp"
+#include "Host/Waiting.hpp"
+#include "Platform/Foundation/JSONWriter.hpp"
+#include "Platform/Photos/LibraryLock.hpp"
+#include "Platform/Photos/OriginalFile.hpp"
+#include "Platform/Photos/PHChangeRequests.hpp"
+#include "Platform/Photos/PHFetchResult.hpp"
+
+#include <algorithm>
+
+namespace host {
+
+namespace fs = std::filesystem;
+using platform::CGImageSource;
+using platform::PHAsset;
+using platform::PHAssetCreationRequest;
+
+namespace {
+
+/// Files a transaction: each costs a few flushes of the catalogue.
+constexpr std::size_t batchSize = 32;
+
+enum class Kind { screenshot, photograph, own };
+
+struct Arrival {
+    fs::path path;
+    Kind kind;
+    platform::Date date;
+};
+
+void request(const Arrival& arrival) {
+    const auto creation = PHAssetCreationRequest::creationRequestForAssetFromImageAtFileURL(arrival.path);
+    creation->setCreationDate(arrival.kind == Kind::own ? velmorant::markedCreationDate(arrival.date, false)
+                                                        : arrival.date);
+    if (arrival.kind == Kind::screenshot)
+        creation->setMediaSubtypes(platform::PHAssetMediaSubtype::screenshot);
+    if (arrival.kind != Kind::own)
+        return;
+    using AlbumRequest = platform::PHAssetCollectionChangeRequest;
+    const auto found = velmorant::findStitchedAlbum();
+    const auto album = found ? AlbumRequest::changeRequestForAssetCollection(*found)
+                             : AlbumRequest::creationRequestForAssetCollection(velmorant::stitchedAlbumTitle);
+    album->addAssets({*creation->placeholderForCreatedAsset()});
+}
+
+std::optional<platform::PhotoLibraryError> commit(const std::vector<Arrival>& arrivals) {
+    using Error = std::optional<platform::PhotoLibraryError>;
+    return awaited<Error>([&](auto done) {
+               platform::PHPhotoLibrary::shared()->performChanges(
+                   [arrivals] { std::ranges::for_each(arrivals, request); },
+                   [done](bool, const Error& error) { done(error); });
+           })
+        .value_or(std::nullopt);
+}
+
+void count(const Arrival& arrival, Imported& imported) {
+    switch (arrival.kind) {
+    case Kind::screenshot:
+        ++imported.screenshots;
+        return;
+    case Kind::photograph:
+        ++imported.photographs;
+        return;
+    case Kind::own:
+        ++imported.ownPictures;
+        return;
+    }
+}
+
+/// Files a batch, or where that fails each by itself, so that a bad one does not keep the others out.
+void file(const std::vector<Arrival>& batch, Imported& imported) {
+    if (!batch.empty() && !commit(batch)) {
+        for (const Arrival& arrival : batch)
+            count(arrival, imported);
+        return;
+    }
+    for (const Arrival& arrival : batch) {
+        if (const auto error = commit({arrival}))
+            imported.failed.emplace_back(arrival.path, libraryErrorMessage(*error));
+        else
+            count(arrival, imported);
+    }
+}
+
+} // namespace
+
+Imported importFiles(const std::vector<fs::path>& files, bool asScreenshots, bool quiet) {
+    Imported imported;
+    std::vector<Arrival> batch;
+    const auto lock = platform::PHPhotoLibrary::shared()->lock();
+    for (std::size_t i = 0; i < files.size() && !Interrupt::requested(); ++i) {
+        if (!quiet)
+            showStatus(message("importing: {} of {} files", {std::to_string(i), std::to_string(files.size())}));
+        const fs::path& path = files[i];
+        const auto image = CGImageSource::open(path);
+        if (!image) {
+            imported.failed.emplace_back(path, imageErrorMessage(path, image.error()));
+            continue;
+        }
+        const bool isOwn = image->properties().software == softwareMark;
+        const auto known = PHAsset::fetchAssetsWithContent(path);
+        const bool isInBatch = std::ranges::any_of(
+            batch, [&](const Arrival& other) { return platform::haveSameBytes(other.path, path); });
+        if (known.count() > 0 || isInBatch) {
+            imported.duplicates.push_back(path);
+            continue;
+        }
+        const Kind kind = isOwn                                                    ? Kind::own
+                          : asScreenshots || isScreenshot(path, image->properties()) ? Kind::screenshot
+                                                                                     : Kind::photograph;
+        batch.push_back({path, kind, captureDate(path, image->properties())});
+        if (batch.size() == batchSize)
+            file(std::exchange(batch, {}), imported);
+    }
+    file(batch, imported);
+    showStatus({});
+    return imported;
+}
+
+ExitStatus import(const ImportOptions& options) {
+    const auto named = InputFiles::of(options.input);
+    if (!named) {
+        complain(named.error());
+        return ExitStatus::wrongCall;
+    }
+    const auto library = Library::open(Library::Use::changing);
+    if (!library) {
+        complain(library.error());
+        return ExitStatus::incomplete;
+    }
+    Imported imported = importFiles(named->paths, options.asScreenshots, options.quiet);
+    for (const BadFile& folder : named->bad)
+        imported.failed.emplace_back(folder.path, imageErrorMessage(folder.path, folder.error));
+    for (const auto& [path, reason] : imported.failed)
+        complain(reason);
+    if (!options.quiet && !options.json)
+        for (const fs::path& path : imported.duplicates)
+            complain(message("{}: the library has it already", {shown(path)}));
+
+    platform::JSONWriter json;
+    json.beginObject().member("screenshots", imported.screenshots).member("photographs", imported.photographs);
+    json.member("ownPictures", imported.ownPictures).key("duplicates").beginArray();
+    for (const fs::path& path : imported.duplicates)
+        json.value(path.native());
+    json.endArray().key("failed").beginArray();
+    for (const auto& [path, reason] : imported.failed)
+        json.beginObject().member("path", path.native()).member("error", reason).endObject();
+    json.endArray().endObject();
+    const std::string line =
+        message("imported: {} screenshots, {} photographs, {} finished pictures; {} were there already\n",
+                {std::to_string(imported.screenshots), std::to_string(imported.photographs),
+                 std::to_string(imported.ownPictures), std::to_string(imported.duplicates.size())});
+    const bool isPrinted = (options.quiet && !options.json) || print(options.json ? json.text() + "\n" : line);
+    if (Interrupt::requested())
+        return ExitStatus::interrupted;
+    return isPrinted && imported.failed.empty() ? ExitStatus::success : ExitStatus::incomplete;
+}
+
+} // namespace host

@@ -1,0 +1,152 @@
+#include "Host/Commands/Lists.hpp"
+
+#include "Host/AssetSource.hpp"
+#include "Host/Console.hpp"
+#include "Host/GroupJSON.hpp"
+#include "Host/Library.hpp"
+#include "Host/Message.hpp"
+#include "Orbelquist/AlignerVersion.hpp"
+#include "Platform/Foundation/Calendar.hpp"
+#include "Platform/Photos/PHFetchResult.hpp"
+#include "Velmorant/Alignment/AlignerDiskCache.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+namespace host {
+
+using platform::JSONWriter;
+using velmorant::StitchableItem;
+
+namespace {
+
+ExitStatus printed(const std::string& text) {
+    return print(text) ? ExitStatus::success : ExitStatus::incomplete;
+}
+
+/// Local time, as in "2026-03-01 10:11:12".
+std::string localDate(const platform::Date& date) {
+    const auto local = platform::Calendar::current().components(date);
+    std::array<char, 64> text;
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", local.year, local.month, local.day,
+                  local.hour, local.minute, local.second);
+    return text.data();
+}
+
+std::string typeOf(const StitchableItem& item) {
+    return item.type == StitchableItem::ItemType::unstitched ? message("screenshot") : message("stitched");
+}
+
+const std::string shortened(const std::string& id) {
+    return id.substr(0, 8);
+}
+
+std::string stateOf(const LibraryGroup& group) {
+    switch (group.state) {
+    case LibraryGroup::State::open:
+        break;
+    case LibraryGroup::State::filed:
+        return message("filed");
+    case LibraryGroup::State::stitched:
+        return message("stitched");
+    }
+    return message("open");
+}
+
+std::string reasonOf(const LibraryGroup& group) {
+    const auto& items = group.group.items();
+    if (group.state == LibraryGroup::State::stitched)
+        return message("a finished picture");
+    if (group.byHand)
+        return message("put together by hand");
+    double widest = 0;
+    for (std::size_t i = 1; i < items.size(); ++i)
+        widest = std::max(widest, std::abs(items[i].date.timeIntervalSinceReferenceDate -
+                                           items[i - 1].date.timeIntervalSinceReferenceDate));
+    return message("one size, at most {} s apart", {std::to_string(std::lround(widest))});
+}
+
+} // namespace
+
+ExitStatus listItems(bool json) {
+    const auto library = Library::open(Library::Use::reading);
+    if (!library)
+        return complain(library.error()), ExitStatus::incomplete;
+    const auto items = (*library)->items();
+    const auto files = AssetSource::make(items);
+    JSONWriter writer;
+    std::string table;
+    writer.beginObject().key("items").beginArray();
+    for (const StitchableItem& item : items) {
+        const auto& path = files->path(item);
+        std::error_code unknown;
+        const bool isMissing = !std::filesystem::exists(path, unknown);
+        if (json)
+            writeItem(writer, item, path, isMissing);
+        else
+            table += message("{}  {}  {} x {}  {}{}\n",
+                             {shortened(item.id), localDate(item.date), std::to_string(item.assetSize.width),
+                              std::to_string(item.assetSize.height), typeOf(item),
+                              isMissing ? message("  (its file is gone)") : std::string()});
+    }
+    writer.endArray().endObject();
+    return printed(json ? writer.text() + "\n"
+                        : (table.empty() ? message("the library is empty; velmorant import FOLDER fills it\n") : table));
+}
+
+ExitStatus listGroups(const GroupListOptions& options) {
+    const auto library = Library::open(Library::Use::reading);
+    if (!library)
+        return complain(library.error()), ExitStatus::incomplete;
+    const auto groups = (*library)->groups(options.ignored ? Library::Shown::ignored : Library::Shown::groups);
+    if (!options.json) {
+        std::string table;
+        for (const LibraryGroup& group : groups) {
+            const auto& first = group.group.items().front();
+            table += message("{}  {}  {} of {} x {}  {}  {}\n",
+                             {group.shortId(), localDate(group.group.date()),
+                              std::to_string(group.group.items().size()), std::to_string(first.assetSize.width),
+                              std::to_string(first.assetSize.height), stateOf(group), reasonOf(group)});
+        }
+        return printed(table.empty() ? message("no groups\n") : table);
+    }
+    const auto cache = velmorant::AlignerDiskCache::make(orbelquist::alignerVersion);
+    cache->waitUntilLoaded();
+    std::vector<StitchableItem> items;
+    for (const LibraryGroup& group : groups)
+        std::ranges::copy(group.group.items(), std::back_inserter(items));
+    const auto files = AssetSource::make(std::move(items));
+    JSONWriter writer;
+    writer.beginObject().key("groups").beginArray();
+    for (const LibraryGroup& group : groups)
+        writeGroup(writer,
+                   {.group = group.group, .alignment = cache->alignment(group.group.id()), .error = {}, .output = {}},
+                   MemoryShown::no, *files, {});
+    writer.endArray().endObject();
+    return printed(writer.text() + "\n");
+}
+
+ExitStatus listAlbums(bool json) {
+    const auto library = Library::open(Library::Use::reading);
+    if (!library)
+        return complain(library.error()), ExitStatus::incomplete;
+    JSONWriter writer;
+    std::string table;
+    writer.beginObject().key("albums").beginArray();
+    for (const platform::PHCollection& collection : platform::PHCollection::fetchTopLevelUserCollections()) {
+        const auto album = collection.assetCollection();
+        if (!album)
+            continue;
+        const std::string title = album->localizedTitle().value_or("");
+        const std::size_t count = platform::PHAsset::fetchAssets(*album).count();
+        writer.beginObject().member("id", album->localIdentifier()).member("title", title).member("count", count);
+        writer.endObject();
+        table += message("{}  {} pictures\n", {shown(title), std::to_string(count)});
+    }
+    writer.endArray().endObject();
+    return printed(json ? writer.text() + "\n" : (table.empty() ? message("no albums\n") : table));
+}
+
+} // namespace host

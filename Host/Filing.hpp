@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Host/InputFiles.hpp"
+#include "Host/Library.hpp"
+#include "Velmorant/Alignment/AlignerDiskCache.hpp"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// What became of a group that was to be filed.
+struct Filed {
+    std::optional<velmorant::StitchableItem> picture; ///< read back from the library
+    std::optional<std::string> error;                 ///< for people; there is no picture then
+    std::size_t joined = 0;                           ///< screenshots in the picture
+    std::vector<velmorant::StitchableItem> leftOut;
+    std::vector<BadFile> bad; ///< screenshots that could not be read
+};
+
+/// Stitches groups of the library and files their pictures in the album of stitched images. On the main thread.
+class Filing {
+public:
+    explicit Filing(Library& library);
+    ~Filing();
+
+    /// Matches, draws and files. A picture filed for a part of this group is replaced: it goes into the trash.
+    Filed file(const velmorant::Group& group);
+
+    /// Whether the group as it is has been filed, be its picture in the trash by now.
+    bool isFiled(const velmorant::Group& group) const;
+
+private:
+    std::optional<std::string> save(const velmorant::Group& group, const platform::UIImage& picture, Filed& filed);
+    void replaceFormer(const velmorant::Group& group, const std::string& id);
+
+    Library& library_;
+    const std::shared_ptr<velmorant::AlignerDiskCache> cache_;
+};
+
+} // namespace host
