@@ -1,0 +1,205 @@
+#include "Platform/Foundation/JSONDecoder.hpp"
+#include "Tests/Support/ProgramTest.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <map>
+#include <thread>
+
+namespace host {
+
+using platform::JSONValue;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+class LibraryTest : public ProgramTest {
+protected:
+    Ran library(const std::string& words) { return run("--library lib " + words); }
+
+    struct Item {
+        std::string id, type, path;
+        bool isMissing;
+    };
+    std::vector<Item> items() {
+        std::vector<Item> found;
+        const Ran ran = library("items --json");
+        EXPECT_TRUE(platform::json::decode(ran.out, [&](const JSONValue& answer) {
+            for (const JSONValue& item : answer["items"].elements()) {
+                const auto members = item.members();
+                const bool isMissing = std::ranges::any_of(members, [](const auto& m) { return m.first == "missing"; });
+                found.push_back({item["id"].string(), item["type"].string(), item["path"].string(), isMissing});
+            }
+        })) << ran.out
+            << ran.err;
+        return found;
+    }
+    /// The number of items of each group, newest first.
+    std::vector<std::size_t> groups(const std::string& options = "") {
+        std::vector<std::size_t> counts;
+        const Ran ran = library("groups --json " + options);
+        EXPECT_TRUE(platform::json::decode(ran.out, [&](const JSONValue& answer) {
+            for (const JSONValue& group : answer["groups"].elements())
+                counts.push_back(group["items"].elements().size());
+        })) << ran.out
+            << ran.err;
+        return counts;
+    }
+    /// The first word of the n-th line that `groups` prints.
+    std::string shortId(std::size_t n, const std::string& options = "") {
+        std::string table = library("groups " + options).out;
+        for (; n > 0; --n)
+            table = table.substr(table.find('\n') + 1);
+        return table.substr(0, table.find(' '));
+    }
+    void importChat() { ASSERT_EQ(library("import" + chat).status, 0); }
+};
+
+TEST_F(LibraryTest, ImportsOnceAndListsByDate) {
+    EXPECT_THAT(library("items").out, HasSubstr("empty"));
+    EXPECT_FALSE(fs::exists(folder / "lib" / "Photos")); // a list makes nothing
+    platform::writeFile(folder / "broken.png", "no picture");
+    const Ran first = library("import broken.png" + chat + inputsOf("receipt"));
+    EXPECT_EQ(first.status, 1);
+    EXPECT_THAT(first.err, HasSubstr("broken.png: "));
+    EXPECT_THAT(first.out, HasSubstr("8 screenshots"));
+    const Ran second = library("import --json " + chat);
+    EXPECT_EQ(second.status, 0);
+    EXPECT_THAT(second.out, HasSubstr("\"screenshots\":0"));
+    const auto listed = items();
+    ASSERT_THAT(listed, SizeIs(8));
+    EXPECT_EQ(platform::contentOf(listed[0].path), platform::contentOf(examples / "trip-chat/Screenshot_20260301-101126.png"));
+    EXPECT_THAT(groups(), testing::ElementsAre(5, 3));
+    fs::remove(listed[0].path);
+    EXPECT_TRUE(items()[0].isMissing);
+}
+
+TEST_F(LibraryTest, FilesEachRunOnceAndARunThatGrowsAnew) {
+    const std::string last = chat.substr(chat.rfind(" '"));
+    ASSERT_EQ(library("import" + chat.substr(0, chat.rfind(" '"))).status, 0);
+    const Ran saved = library("save --all");
+    EXPECT_EQ(saved.status, 0) << saved.err;
+    EXPECT_THAT(saved.out, HasSubstr("4 screenshots joined"));
+    EXPECT_THAT(library("save --all").out, HasSubstr("nothing is left"));
+    EXPECT_THAT(library("albums").out, HasSubstr("Davren  1 "));
+
+    ASSERT_EQ(library("import" + last).status, 0);
+    EXPECT_THAT(library("save --all").out, HasSubstr("5 screenshots joined"));
+    EXPECT_THAT(library("albums").out, HasSubstr("Davren  1 ")); // the new one in place of the old one
+    EXPECT_THAT(groups(), testing::ElementsAre(1, 5));
+    EXPECT_EQ(items().back().type, "prestitched");
+    EXPECT_EQ(items().back().path, folder / items().back().path); // absolute
+
+    // Its own picture, exported and imported elsewhere, is filed as one.
+    ASSERT_EQ(library("export -o out " + items().back().id).status, 0);
+    EXPECT_THAT(run("--library other import out").out, HasSubstr("1 finished picture"));
+    EXPECT_THAT(run("--library other groups").out, HasSubstr("stitched"));
+}
+
+TEST_F(LibraryTest, AFileThatIsGoneCostsItsRunOnlyThat) {
+    importChat();
+    fs::remove(items().front().path);
+    const Ran saved = library("save --all");
+    EXPECT_EQ(saved.status, 1);
+    EXPECT_THAT(saved.out, HasSubstr("4 screenshots joined"));
+    EXPECT_THAT(saved.err, HasSubstr("there is no such file"));
+}
+
+TEST_F(LibraryTest, DecisionsAreRemembered) {
+    importChat();
+    const std::string group = shortId(0);
+    ASSERT_EQ(library("ignore " + group).status, 0);
+    EXPECT_THAT(groups(), IsEmpty());
+    EXPECT_THAT(groups("--ignored"), testing::ElementsAre(5));
+    ASSERT_EQ(library("unignore --all").status, 0);
+    EXPECT_THAT(groups(), testing::ElementsAre(5));
+
+    const auto all = items();
+    ASSERT_EQ(library("combine " + all[4].id + " " + all[0].id.substr(0, 8)).status, 0);
+    EXPECT_THAT(library("groups").out, HasSubstr("put together by hand"));
+    EXPECT_EQ(library("separate " + group).status, 2); // that one is the program's own
+    const std::string byHand = shortId(0) == group ? shortId(1) : shortId(0);
+    EXPECT_EQ(library("separate " + byHand).status, 0);
+    EXPECT_THAT(groups(), testing::ElementsAre(5));
+
+    EXPECT_EQ(library("delete " + all[0].id).status, 1); // nobody can be asked
+    EXPECT_THAT(items(), SizeIs(5));
+    ASSERT_EQ(library("delete --yes " + all[0].id).status, 0);
+    EXPECT_THAT(groups(), testing::ElementsAre(4));
+    ASSERT_EQ(library("restore " + all[0].id).status, 0);
+    ASSERT_EQ(library("capture-note").status, 0);
+    EXPECT_THAT(groups(), testing::ElementsAre(4)); // all but the newest
+    EXPECT_THAT(items(), SizeIs(5));
+}
+
+TEST_F(LibraryTest, AccessIsTheUsersToGive) {
+    importChat();
+    const auto all = items();
+    EXPECT_EQ(library("permission limit " + all[0].id + " " + all[1].id).out, "limited\n");
+    EXPECT_THAT(items(), SizeIs(2));
+    EXPECT_EQ(library("permission deny").out, "denied\n");
+    const Ran refused = library("items");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, HasSubstr("velmorant permission"));
+    EXPECT_EQ(library("permission grant").out, "allowed\n");
+    EXPECT_THAT(items(), SizeIs(5));
+}
+
+TEST_F(LibraryTest, ShowsAndRendersAGroup) {
+    importChat();
+    const std::string group = shortId(0);
+    const Ran shown = library("show --json " + group);
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_THAT(shown.out, HasSubstr("\"verdict\":\"matched\""));
+    ASSERT_EQ(library("render -o out.png " + group).status, 0);
+    ASSERT_EQ(run("--together -o same.png" + chat).status, 0);
+    const auto size = [&](const char* name) { return platform::contentOf(folder / name).size(); };
+    EXPECT_EQ(size("out.png"), size("same.png"));
+    for (const char* wrong : {"show zz", "render -o x.png ''", "export -o o zz", "ignore zz", "show"})
+        EXPECT_EQ(library(wrong).status, 2) << wrong;
+}
+
+TEST_F(LibraryTest, ACatalogueThatCannotBeReadIsNamedAndKept) {
+    importChat();
+    const fs::path catalogue = folder / "lib/Photos/Catalogue.sqlite";
+    platform::writeFile(catalogue, std::string(5000, 'x'));
+    for (const std::string& words : {std::string("items"), std::string("groups"), "import" + chat, std::string("save --all")}) {
+        const Ran ran = library(words);
+        EXPECT_EQ(ran.status, 1) << words;
+        EXPECT_THAT(ran.err, HasSubstr("Catalogue.sqlite: the catalogue is damaged")) << words;
+    }
+    EXPECT_EQ(platform::contentOf(catalogue), std::string(5000, 'x'));
+}
+
+/// The imports of several processes into one library, with some of them killed: what was acknowledged is there once.
+TEST_F(LibraryTest, ProcessesShareALibraryWhateverHappensToThem) {
+    fs::create_directories(folder / "shots");
+    std::size_t count = 0;
+    for (const auto& entry : fs::directory_iterator(examples / "trip-chat"))
+        if (entry.path().extension() == ".png")
+            for (int copy = 0; copy < 6; ++copy, ++count) // other bytes behind the picture's end make it another file
+                platform::writeFile(folder / "shots" / ("Screenshot_20260301-1" + std::to_string(10000 + count) + ".png"),
+                                    platform::contentOf(entry.path()) + std::to_string(count));
+    const std::string command = "cd " + quoted(folder.path().native()) + " && exec " + quoted(VELMORANT_PROGRAM) +
+                                " --library lib import --quiet shots 2>/dev/null";
+    std::vector<std::thread> processes;
+    for (const char* seconds : {"0.05", "0.1", "0.2", "60", "60"})
+        processes.emplace_back(
+            [=] { std::ignore = std::system(("timeout -s KILL " + std::string(seconds) + " sh -c " + "\"" + command + "\"").c_str()); });
+    for (std::thread& process : processes)
+        process.join();
+    const auto listed = items();
+    EXPECT_THAT(listed, SizeIs(count));
+    std::map<std::string, int> contents;
+    for (const Item& item : listed)
+        EXPECT_EQ(++contents[platform::contentOf(item.path)], 1);
+    std::size_t files = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(folder / "lib/Photos/Originals"))
+        files += entry.is_regular_file();
+    EXPECT_EQ(files, count);
+}
+
+} // namespace host
