@@ -36,7 +36,8 @@ void AssetSource::drop(const std::string& id, const ImageError& error) {
     {
         const MutexLock lock(mutex_);
         const auto path = paths_.find(id);
-        if (!dropped_.try_emplace(id, BadFile{path == paths_.end() ? std::filesystem::path(id) : path->second, error}).second)
+        if (!dropped_.try_emplace(id, BadFile{path == paths_.end() ? std::filesystem::path(id) : path->second, error})
+                 .second)
             return;
         handlers = handlers_;
     }

@@ -33,7 +33,7 @@ Usage: velmorant [stitch] [OPTION…] FILE|FOLDER…
        velmorant explain FILE FILE…
        velmorant cache clear
        velmorant [--library FOLDER] import|items|groups|show|render|save|delete|restore|trash|ignore|unignore|
-                 combine|separate|albums|export|permission|capture-note …
+                 combine|separate|albums|export|permission|capture-note|watch|status …
 
 Examples:
   velmorant Screenshots/                     a picture of every run of screenshots in a folder,
@@ -229,9 +229,7 @@ platform::DeviceFolders foldersFor(const Call& call) {
 void setUpDevice(const Call& call) {
     // Never ended: after Ctrl-C threads may still be at work that ask for it.
     [[maybe_unused]] static const auto& device =
-        *new platform::Device({.folders = foldersFor(call),
-                               .timeZone = call.timeZone,
-                               .softwareMark = softwareMark});
+        *new platform::Device({.folders = foldersFor(call), .timeZone = call.timeZone, .softwareMark = softwareMark});
 }
 
 ExitStatus stitch(Call call) {

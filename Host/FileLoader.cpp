@@ -110,8 +110,8 @@ void FileLoader::loadImage(const velmorant::StitchableItem& item, bool, const Co
     }
     if (!kept) {
         const auto source = files_->image(item);
-        auto image = source ? uprightImage(source->image(), source->properties().orientation)
-                            : std::unexpected(source.error());
+        auto image =
+            source ? uprightImage(source->image(), source->properties().orientation) : std::unexpected(source.error());
         if (!image) {
             files_->drop(item.id, image.error());
             completion(std::nullopt);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Host/ImageFiles.hpp"
-#include "Platform/Dispatch/Mutex.hpp"
 #include "Platform/CoreGraphics/CGImage.hpp"
+#include "Platform/Dispatch/Mutex.hpp"
 #include "Velmorant/Alignment/Loader.hpp"
 
 #include <cstdint>

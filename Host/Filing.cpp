@@ -48,9 +48,8 @@ bool isStitchedAndWhole(const StitchableItem& item) {
         image->properties().height != item.assetSize.height)
         return false;
     const auto album = velmorant::findStitchedAlbum();
-    return album && std::ranges::any_of(PHAsset::fetchAssets(*album).assets(), [&](const PHAsset& filed) {
-               return filed.localIdentifier == item.id;
-           });
+    return album && std::ranges::any_of(PHAsset::fetchAssets(*album).assets(),
+                                        [&](const PHAsset& filed) { return filed.localIdentifier == item.id; });
 }
 
 } // namespace
@@ -139,8 +138,7 @@ void Filing::replaceFormer(const Group& group, const std::string& id) {
         platform::PHPhotoLibrary::shared()->performChanges(
             [&] {
                 platform::PHAssetChangeRequest::setNote(id, group.id());
-                platform::PHAssetChangeRequest::deleteAssets(
-                    PHAsset::fetchAssetsWithLocalIdentifiers(former).assets());
+                platform::PHAssetChangeRequest::deleteAssets(PHAsset::fetchAssetsWithLocalIdentifiers(former).assets());
             },
             [done](bool success, const auto&) { done(success); });
     });

@@ -42,8 +42,8 @@ std::expected<Thing, std::string> only(const std::vector<Thing>& things, const s
     if (found.empty() || word.empty())
         return std::unexpected(message("{}: nothing in the library has an id that begins so", {shown(word)}));
     if (found.size() > 1)
-        return std::unexpected(message("{}: {} ids begin so; write more of it",
-                                       {shown(word), std::to_string(found.size())}));
+        return std::unexpected(
+            message("{}: {} ids begin so; write more of it", {shown(word), std::to_string(found.size())}));
     return *found.front();
 }
 
@@ -77,9 +77,8 @@ std::expected<std::unique_ptr<Library>, std::string> Library::open(Use use) {
 }
 
 std::vector<StitchableItem> Library::items() {
-    return awaited<std::vector<StitchableItem>>([this](auto done) {
-               source.fetchItems(platform::DispatchQueue::main(), std::move(done));
-           })
+    return awaited<std::vector<StitchableItem>>(
+               [this](auto done) { source.fetchItems(platform::DispatchQueue::main(), std::move(done)); })
         .value_or(std::vector<StitchableItem>());
 }
 
@@ -99,7 +98,8 @@ velmorant::Pipeline Library::pipeline(Shown shown) const {
 
 std::vector<Group> Library::process(const velmorant::Pipeline& pipeline) const {
     return awaited<std::vector<Group>>([&](auto done) {
-               pipeline.process([done](std::vector<Group> groups, const velmorant::Change&) { done(std::move(groups)); });
+               pipeline.process(
+                   [done](std::vector<Group> groups, const velmorant::Change&) { done(std::move(groups)); });
            })
         .value_or(std::vector<Group>());
 }
@@ -141,9 +141,8 @@ std::expected<std::vector<LibraryGroup>, std::string> Library::find(const std::v
     const auto all = groups(shown);
     std::vector<LibraryGroup> found;
     for (const std::string& name : names) {
-        const auto group = only<LibraryGroup>(all, name, [](const LibraryGroup& g) {
-            return std::vector{g.shortId(), g.group.id()};
-        });
+        const auto group =
+            only<LibraryGroup>(all, name, [](const LibraryGroup& g) { return std::vector{g.shortId(), g.group.id()}; });
         if (!group)
             return std::unexpected(group.error());
         found.push_back(*group);
@@ -157,9 +156,10 @@ std::string libraryErrorMessage(const PhotoLibraryError& error) {
     case PhotoLibraryError::Code::denied:
         return message("access to the library is not granted; see velmorant permission --help");
     case PhotoLibraryError::Code::damaged:
-        return message("{}: the catalogue is damaged ({}); restore it from a backup, or import the original files beside "
-                       "it into another library",
-                       {file, error.detail});
+        return message(
+            "{}: the catalogue is damaged ({}); restore it from a backup, or import the original files beside "
+            "it into another library",
+            {file, error.detail});
     case PhotoLibraryError::Code::newerVersion:
         return message("{}: the catalogue was written by a newer version of velmorant; use that one", {file});
     case PhotoLibraryError::Code::readFailed:

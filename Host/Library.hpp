@@ -65,8 +65,7 @@ private:
     std::shared_ptr<velmorant::AddManuallyGroupedStep> manual_ = std::make_shared<velmorant::AddManuallyGroupedStep>();
     std::shared_ptr<velmorant::IgnoreUserDeletedStep> userDeleted_ =
         std::make_shared<velmorant::IgnoreUserDeletedStep>();
-    std::shared_ptr<velmorant::IgnoreInAppScreenshotsStep> inApp_ =
-        velmorant::IgnoreInAppScreenshotsStep::make(source);
+    std::shared_ptr<velmorant::IgnoreInAppScreenshotsStep> inApp_ = velmorant::IgnoreInAppScreenshotsStep::make(source);
     std::shared_ptr<platform::LibraryLock> lock_; ///< while changing
 };
 

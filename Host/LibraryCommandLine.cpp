@@ -4,6 +4,7 @@
 #include "Host/Commands/Import.hpp"
 #include "Host/Commands/Lists.hpp"
 #include "Host/Commands/Pictures.hpp"
+#include "Host/Commands/Watch.hpp"
 #include "Platform/Dispatch/ThreadPool.hpp"
 
 #include <CLI/CLI.hpp>
@@ -24,9 +25,10 @@ std::shared_ptr<NamedOptions> namesOf(CLI::App& command, const char* what, bool 
 } // namespace
 
 const std::vector<std::string>& LibraryCommandLine::commands() {
-    static const std::vector<std::string> names = {"import",  "items",    "groups",  "show",   "render",     "save",
-                                                   "delete",  "restore",  "trash",   "ignore", "unignore",   "combine",
-                                                   "separate", "albums",  "export",  "permission", "capture-note"};
+    static const std::vector<std::string> names = {"import",     "items",        "groups",   "show",   "render",
+                                                   "save",       "delete",       "restore",  "trash",  "ignore",
+                                                   "unignore",   "combine",      "separate", "albums", "export",
+                                                   "permission", "capture-note", "watch",    "status"};
     return names;
 }
 
@@ -56,7 +58,8 @@ void LibraryCommandLine::addTo(CLI::App& app) {
         command.add_flag("--json", *json, "tell it as JSON on standard output");
     };
     addJSON(add(app, "items", "list the screenshots and finished pictures of the library",
-                "  velmorant items\n  velmorant items --json | jq '.items[].path'", [json] { return listItems(*json); }));
+                "  velmorant items\n  velmorant items --json | jq '.items[].path'",
+                [json] { return listItems(*json); }));
     const auto lists = std::make_shared<GroupListOptions>();
     CLI::App& groups = add(app, "groups", "list the runs of screenshots that belong together, newest first",
                            "  velmorant groups\n  velmorant groups --ignored", [lists] { return listGroups(*lists); });
@@ -73,8 +76,7 @@ void LibraryCommandLine::addTo(CLI::App& app) {
         return std::pair<CLI::App&, NamedOptions&>(command, **slot);
     };
     const auto addAll = [](std::pair<CLI::App&, NamedOptions&> command) {
-        command.first.add_flag("--all", command.second.all, "all of them")
-            ->excludes(command.first.get_option("names"));
+        command.first.add_flag("--all", command.second.all, "all of them")->excludes(command.first.get_option("names"));
     };
     const auto addYes = [](std::pair<CLI::App&, NamedOptions&> command) {
         command.first.add_flag("--yes", command.second.yes, "do not ask");
@@ -82,8 +84,8 @@ void LibraryCommandLine::addTo(CLI::App& app) {
     const auto save = addNamed("save", "join groups and file their pictures in the library's album",
                                "  velmorant save 3f2a\n  velmorant save --all", "GROUP", saveGroups, false);
     addAll(save);
-    addYes(addNamed("delete", "move items to the trash, where they stay for 30 days", "  velmorant delete 7C41",
-                    "ITEM", deleteItems));
+    addYes(addNamed("delete", "move items to the trash, where they stay for 30 days", "  velmorant delete 7C41", "ITEM",
+                    deleteItems));
     addAll(addNamed("restore", "take items out of the trash", "  velmorant restore 7C41\n  velmorant restore --all",
                     "ITEM", restoreItems, false));
     addNamed("ignore", "keep the screenshots of groups out of all groups", "  velmorant ignore 3f2a", "GROUP",
@@ -108,9 +110,9 @@ void LibraryCommandLine::addTo(CLI::App& app) {
 
     const auto exported = std::make_shared<std::filesystem::path>();
     const auto exports = std::make_shared<std::shared_ptr<NamedOptions>>();
-    CLI::App& exporting = add(app, "export", "copy original files out of the library",
-                              "  velmorant export 7C41 9A03 -o copies/",
-                              [exports, exported] { return exportItems(**exports, *exported); });
+    CLI::App& exporting =
+        add(app, "export", "copy original files out of the library", "  velmorant export 7C41 9A03 -o copies/",
+            [exports, exported] { return exportItems(**exports, *exported); });
     *exports = namesOf(exporting, "ITEM");
     exporting.add_option("-o,--output", *exported, "the folder that they go to")->type_name("FOLDER")->required();
 
@@ -126,6 +128,20 @@ void LibraryCommandLine::addTo(CLI::App& app) {
     permitting.add_flag("--json", limits->json, "tell it as JSON on standard output");
     add(app, "capture-note", "tell that a screenshot of velmorant itself was just taken: it is kept out of the groups",
         "  velmorant capture-note", noteCapture);
+
+    const auto watched = std::make_shared<WatchOptions>();
+    CLI::App& watching =
+        add(app, "watch", "import from folders as pictures arrive, and tell every change of the groups",
+            "  velmorant watch ~/Phone/Screenshots --save\n  velmorant watch --json",
+            [watched] { return watch(*watched); });
+    watching.add_option("folders", watched->folders, "into which pictures arrive")->type_name("FOLDER");
+    watching.add_option("--exclude", watched->excluded, "names of files that are not imported, as in 'Draft*'")
+        ->type_name("PATTERN")
+        ->allow_extra_args(false);
+    watching.add_flag("--save", watched->save, "join each run and file its picture once no more screenshots come");
+    watching.add_flag("--json", watched->json, "a JSON object a line for each change");
+    addJSON(add(app, "status", "tell what a running watch last saw", "  velmorant status",
+                [json] { return watchStatus(*json); }));
 
     const auto group = std::make_shared<std::string>();
     const auto stitching = std::make_shared<StitchOptions>();

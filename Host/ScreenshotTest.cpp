@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cctype>
 #include <chrono>
-#include <string>
 #include <iterator>
+#include <string>
 
 namespace host {
 
@@ -15,15 +15,15 @@ namespace fs = std::filesystem;
 namespace {
 
 /// The words by which systems name screenshots, in small letters without blanks, "-" and "_".
-constexpr const char* words[] = {"screenshot",         "screenclip", "screencapture", "bildschirmfoto",
-                                 "captured'écran",     "captura",    "schermata",     "schermafbeelding",
-                                 "skärmavbild",        "skjermbilde", "zrzutekranu",  "снимокэкрана",
-                                 "スクリーンショット", "截屏",       "截图",          "스크린샷"};
+constexpr const char* words[] = {"screenshot",         "screenclip",  "screencapture", "bildschirmfoto",
+                                 "captured'écran",     "captura",     "schermata",     "schermafbeelding",
+                                 "skärmavbild",        "skjermbilde", "zrzutekranu",   "снимокэкрана",
+                                 "スクリーンショット", "截屏",        "截图",          "스크린샷"};
 
 /// Widths of phones' and tablets' screens, upright, in pixels.
-constexpr std::int64_t screenWidths[] = {640,  720,  750,  768,  800,  828,  1080, 1125, 1170, 1179, 1200, 1206, 1220,
-                                         1224, 1240, 1242, 1260, 1280, 1284, 1290, 1320, 1344, 1440, 1488, 1536, 1600,
-                                         1620, 1640, 1668, 2048};
+constexpr std::int64_t screenWidths[] = {640,  720,  750,  768,  800,  828,  1080, 1125, 1170, 1179,
+                                         1200, 1206, 1220, 1224, 1240, 1242, 1260, 1280, 1284, 1290,
+                                         1320, 1344, 1440, 1488, 1536, 1600, 1620, 1640, 1668, 2048};
 
 std::string plainName(const fs::path& file) {
     std::string name = file.filename().native();

@@ -144,8 +144,7 @@ ExitStatus deleteItems(const NamedOptions& options) {
         if (!agrees(message("delete {} items? They can be restored for 30 days.", {countOf(items->size())}),
                     options.yes))
             return refused(message("nothing was deleted"), ExitStatus::incomplete);
-        const auto success =
-            awaited<bool>([&](auto done) { library.source.deleteItems(*items, std::move(done)); });
+        const auto success = awaited<bool>([&](auto done) { library.source.deleteItems(*items, std::move(done)); });
         const auto left = library.items(); // read back: no word is taken for it
         const bool isGone = std::ranges::none_of(*items, [&](const StitchableItem& item) {
             return std::ranges::any_of(left, [&](const StitchableItem& other) { return other.id == item.id; });
@@ -247,7 +246,7 @@ ExitStatus permission(const std::string& verb, const NamedOptions& items) {
     platform::JSONWriter writer;
     writer.beginObject().member("permission", name).endObject();
     return print(items.json ? writer.text() + "\n" : std::string(name) + "\n") ? ExitStatus::success
-                                                                              : ExitStatus::incomplete;
+                                                                               : ExitStatus::incomplete;
 }
 
 ExitStatus noteCapture() {

@@ -108,13 +108,13 @@ Imported importFiles(const std::vector<fs::path>& files, bool asScreenshots, boo
         }
         const bool isOwn = image->properties().software == softwareMark;
         const auto known = PHAsset::fetchAssetsWithContent(path);
-        const bool isInBatch = std::ranges::any_of(
-            batch, [&](const Arrival& other) { return platform::haveSameBytes(other.path, path); });
+        const bool isInBatch =
+            std::ranges::any_of(batch, [&](const Arrival& other) { return platform::haveSameBytes(other.path, path); });
         if (known.count() > 0 || isInBatch) {
             imported.duplicates.push_back(path);
             continue;
         }
-        const Kind kind = isOwn                                                    ? Kind::own
+        const Kind kind = isOwn                                                      ? Kind::own
                           : asScreenshots || isScreenshot(path, image->properties()) ? Kind::screenshot
                                                                                      : Kind::photograph;
         batch.push_back({path, kind, captureDate(path, image->properties())});

@@ -19,7 +19,7 @@ struct ImportOptions {
 /// What an import did.
 struct Imported {
     std::size_t screenshots = 0, photographs = 0, ownPictures = 0;
-    std::vector<std::filesystem::path> duplicates; ///< that the library has already
+    std::vector<std::filesystem::path> duplicates;                     ///< that the library has already
     std::vector<std::pair<std::filesystem::path, std::string>> failed; ///< with the reason, for people
 };
 

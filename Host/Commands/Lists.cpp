@@ -92,8 +92,9 @@ ExitStatus listItems(bool json) {
                               isMissing ? message("  (its file is gone)") : std::string()});
     }
     writer.endArray().endObject();
-    return printed(json ? writer.text() + "\n"
-                        : (table.empty() ? message("the library is empty; velmorant import FOLDER fills it\n") : table));
+    return printed(json
+                       ? writer.text() + "\n"
+                       : (table.empty() ? message("the library is empty; velmorant import FOLDER fills it\n") : table));
 }
 
 ExitStatus listGroups(const GroupListOptions& options) {

@@ -101,9 +101,9 @@ ExitStatus saveGroups(const NamedOptions& options) {
             continue;
         }
         const auto& size = filed.picture->assetSize;
-        told += message("{}: saved, {} screenshots joined, {} x {} pixels\n",
-                        {group.shortId(), std::to_string(filed.joined), std::to_string(size.width),
-                         std::to_string(size.height)});
+        told += message(
+            "{}: saved, {} screenshots joined, {} x {} pixels\n",
+            {group.shortId(), std::to_string(filed.joined), std::to_string(size.width), std::to_string(size.height)});
         if (!filed.leftOut.empty())
             told += message("{}: {} screenshots were left out; see velmorant show\n",
                             {group.shortId(), std::to_string(filed.leftOut.size())});
@@ -149,8 +149,7 @@ ExitStatus exportItems(const NamedOptions& options, const fs::path& folder) {
         told += shown(to) + "\n";
     }
     json.endArray().endObject();
-    return print(options.json ? json.text() + "\n" : told) && isComplete ? ExitStatus::success
-                                                                         : ExitStatus::incomplete;
+    return print(options.json ? json.text() + "\n" : told) && isComplete ? ExitStatus::success : ExitStatus::incomplete;
 }
 
 } // namespace host

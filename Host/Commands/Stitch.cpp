@@ -123,9 +123,8 @@ ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline&
     const auto aligner = std::make_shared<velmorant::OpenCVAligner>(
         loader, cache, loggerFor(options),
         [seams](const velmorant::Group& group, velmorant::OpenCVAligner::Pairs& pairs) { seams->take(group, pairs); });
-    const auto run =
-        StitchRun::make(velmorant::StitchingStore::make(pipeline, aligner, rendererFor(options, loader)), files, loader,
-                        cache, outputs, options.picture);
+    const auto run = StitchRun::make(velmorant::StitchingStore::make(pipeline, aligner, rendererFor(options, loader)),
+                                     files, loader, cache, outputs, options.picture);
     run->run();
 
     if (Interrupt::requested()) {

@@ -21,8 +21,8 @@ std::expected<void, ImageError> writeImage(const CIImage& recipe, ImageFormat fo
     if (!destination)
         return std::unexpected(destination.error());
     using Done = std::expected<void, ImageError>;
-    const Done done = context.render(
-        recipe, extent, [&](const std::uint8_t* rows, std::size_t stride, std::int64_t count) -> Done {
+    const Done done =
+        context.render(recipe, extent, [&](const std::uint8_t* rows, std::size_t stride, std::int64_t count) -> Done {
             if (isCancelled && isCancelled())
                 return std::unexpected(ImageError{ImageError::Code::cancelled, {}});
             return (*destination)->write(rows, stride, count);

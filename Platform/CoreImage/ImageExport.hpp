@@ -14,7 +14,6 @@ namespace platform {
 /// device's software mark go into the metadata. Stops with `cancelled` once `isCancelled`, which may be empty, says so.
 [[nodiscard]] std::expected<void, ImageError> writeImage(const CIImage& recipe, ImageFormat format,
                                                          const EncodeOptions& options, const Date& captureDate,
-                                                         ByteSink& sink,
-                                                         const std::function<bool()>& isCancelled = {});
+                                                         ByteSink& sink, const std::function<bool()>& isCancelled = {});
 
 } // namespace platform

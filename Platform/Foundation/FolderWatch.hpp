@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// Calls back, on a thread of its own, whenever something directly in a folder was written, came or went. Only hints: it
-/// may call once for many changes, and for none.
+/// Calls back, on a thread of its own, whenever something directly in a folder was written, came or went. Only hints:
+/// it may call once for many changes, and for none.
 class FolderWatch {
 public:
     /// Null where the system cannot watch the folder, which must exist.

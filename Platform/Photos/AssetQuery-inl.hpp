@@ -14,10 +14,10 @@ struct AssetQuery {
     enum class Deleted { no, yes };
 
     PHFetchOptions options = {};
-    std::optional<std::string> collection = {};                ///< an album's local identifier
-    std::optional<std::vector<std::string>> identifiers = {};  ///< only these
-    std::optional<std::string> contentHash = {};               ///< only those
-    Deleted deleted = Deleted::no;                             ///< `yes`: whatever the access
+    std::optional<std::string> collection = {};               ///< an album's local identifier
+    std::optional<std::vector<std::string>> identifiers = {}; ///< only these
+    std::optional<std::string> contentHash = {};              ///< only those
+    Deleted deleted = Deleted::no;                            ///< `yes`: whatever the access
 };
 
 /// What the query finds, in its order.

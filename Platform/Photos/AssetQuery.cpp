@@ -1,6 +1,5 @@
-#include "Platform/Photos/AssetQuery-inl.hpp"
-
 #include "Platform/Foundation/JSONWriter.hpp"
+#include "Platform/Photos/AssetQuery-inl.hpp"
 #include "Platform/Photos/PHPhotoLibrary.hpp"
 
 #include <algorithm>
@@ -119,9 +118,8 @@ PHFetchResult fetch(AssetQuery query) {
         std::vector<PHAsset> assets;
         std::int64_t number = 0;
     };
-    auto found = PHPhotoLibrary::shared()->catalogue().read([&](SQLite::Database& database) {
-        return Found{assetsOf(query, database), changeNumber(database)};
-    });
+    auto found = PHPhotoLibrary::shared()->catalogue().read(
+        [&](SQLite::Database& database) { return Found{assetsOf(query, database), changeNumber(database)}; });
     if (!found)
         found = Found();
     return {std::move(found->assets), std::make_shared<const AssetQuery>(std::move(query)), found->number};

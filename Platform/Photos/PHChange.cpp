@@ -17,8 +17,9 @@ std::optional<std::vector<std::string>> changedSince(std::int64_t number, SQLite
     if (all.getColumn(0).getInt() != 0)
         return std::nullopt;
     std::vector<std::string> changed;
-    SQLite::Statement rows(database, "SELECT DISTINCT localIdentifier FROM changes JOIN assets ON assets.number = asset "
-                                     "WHERE changes.number > ?");
+    SQLite::Statement rows(database,
+                           "SELECT DISTINCT localIdentifier FROM changes JOIN assets ON assets.number = asset "
+                           "WHERE changes.number > ?");
     rows.bind(1, number);
     while (rows.executeStep())
         changed.push_back(rows.getColumn(0).getString());

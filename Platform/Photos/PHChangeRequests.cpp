@@ -118,9 +118,9 @@ std::shared_ptr<PHAssetCreationRequest> PHAssetCreationRequest::creationRequestF
         const Date date = asset->creationDate.value_or(Date::now());
         if (const auto drawn = writeImage(recipe, ImageFormat::png, {}, date, sink); !drawn) {
             const bool full = drawn.error().code == ImageError::Code::writeFailed;
-            return std::unexpected(full ? PhotoLibraryError{PhotoLibraryError::Code::writeFailed, originalsFolder(),
-                                                            drawn.error().detail}
-                                        : badImage({}, drawn.error()));
+            return std::unexpected(
+                full ? PhotoLibraryError{PhotoLibraryError::Code::writeFailed, originalsFolder(), drawn.error().detail}
+                     : badImage({}, drawn.error()));
         }
         return {};
     });
@@ -193,8 +193,9 @@ void PHAssetChangeRequest::setNote(const std::string& localIdentifier, const std
         });
 }
 
-std::shared_ptr<PHAssetCollectionChangeRequest> PHAssetCollectionChangeRequest::creationRequestForAssetCollection(
-    const std::string& title, const std::optional<PHObjectPlaceholder>& inFolder) {
+std::shared_ptr<PHAssetCollectionChangeRequest>
+PHAssetCollectionChangeRequest::creationRequestForAssetCollection(const std::string& title,
+                                                                  const std::optional<PHObjectPlaceholder>& inFolder) {
     ChangeTransaction* const transaction = ChangeTransaction::current();
     if (!transaction)
         return nullptr;

@@ -20,10 +20,9 @@ std::vector<PHCollection> collectionsBelow(const std::optional<std::string>& fol
             rows.bind(1, *folder);
         while (rows.executeStep()) {
             const SQLite::Column title = rows.getColumn(2);
-            collections.emplace_back(rows.getColumn(0).getInt() == 0 ? PHCollection::Kind::album
-                                                                     : PHCollection::Kind::folder,
-                                     rows.getColumn(1).getString(),
-                                     title.isNull() ? std::nullopt : std::optional(title.getString()));
+            collections.emplace_back(
+                rows.getColumn(0).getInt() == 0 ? PHCollection::Kind::album : PHCollection::Kind::folder,
+                rows.getColumn(1).getString(), title.isNull() ? std::nullopt : std::optional(title.getString()));
         }
         return collections;
     });

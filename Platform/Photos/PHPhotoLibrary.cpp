@@ -2,9 +2,9 @@
 
 #include "Platform/Foundation/Device.hpp"
 #include "Platform/Foundation/FileManager.hpp"
+#include "Platform/Foundation/FolderWatch.hpp"
 #include "Platform/Photos/ChangeTransaction-inl.hpp"
 #include "Platform/Photos/LibraryLock.hpp"
-#include "Platform/Foundation/FolderWatch.hpp"
 #include "Platform/Photos/OriginalFile.hpp"
 #include "Platform/Photos/PhotoCatalogue-inl.hpp"
 
@@ -34,9 +34,9 @@ struct Removed {
 
 Removed removeDeleted(std::int64_t age, SQLite::Database& database) {
     Removed removed;
-    SQLite::Statement files(database,
-                            "SELECT DISTINCT file FROM assets WHERE deleted <= unixepoch() - ?1 EXCEPT SELECT file FROM "
-                            "assets WHERE deleted IS NULL OR deleted > unixepoch() - ?1");
+    SQLite::Statement files(
+        database, "SELECT DISTINCT file FROM assets WHERE deleted <= unixepoch() - ?1 EXCEPT SELECT file FROM "
+                  "assets WHERE deleted IS NULL OR deleted > unixepoch() - ?1");
     files.bind(1, age);
     while (files.executeStep())
         removed.files.push_back(files.getColumn(0).getString());
@@ -48,8 +48,8 @@ Removed removeDeleted(std::int64_t age, SQLite::Database& database) {
     return removed;
 }
 
-/// Removes original files that no asset names, left by a process that was killed: on the word of a sound catalogue only,
-/// and never of an empty one, which may have lost its content.
+/// Removes original files that no asset names, left by a process that was killed: on the word of a sound catalogue
+/// only, and never of an empty one, which may have lost its content.
 void sweep(PhotoCatalogue& catalogue) {
     const auto named = catalogue.read([](SQLite::Database& database) {
         std::unordered_set<std::string> names;
@@ -143,8 +143,7 @@ std::expected<void, PhotoLibraryError> PHPhotoLibrary::check() {
     return {};
 }
 
-std::expected<void, PhotoLibraryError>
-PHPhotoLibrary::write(const std::function<void(SQLite::Database&)>& work) {
+std::expected<void, PhotoLibraryError> PHPhotoLibrary::write(const std::function<void(SQLite::Database&)>& work) {
     const auto held = lock();
     if (!held)
         return std::unexpected(held.error());

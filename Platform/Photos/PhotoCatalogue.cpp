@@ -138,8 +138,8 @@ std::int64_t changeNumber(SQLite::Database& database) {
 }
 
 void logChange(SQLite::Database& database, const std::string& localIdentifier) {
-    SQLite::Statement statement(
-        database, "INSERT INTO changes (asset) SELECT number FROM assets WHERE localIdentifier = ?");
+    SQLite::Statement statement(database,
+                                "INSERT INTO changes (asset) SELECT number FROM assets WHERE localIdentifier = ?");
     statement.bind(1, localIdentifier);
     statement.exec();
 }

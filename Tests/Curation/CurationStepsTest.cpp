@@ -1,12 +1,11 @@
-#include "Velmorant/Curation/AddManuallyGroupedStep.hpp"
-#include "Velmorant/Curation/IgnoreInAppScreenshotsStep.hpp"
-#include "Velmorant/Curation/IgnoreUserDeletedStep.hpp"
-
 #include "Platform/Dispatch/MainLoop.hpp"
 #include "Platform/Foundation/FailingWrites.hpp"
 #include "Platform/Foundation/NotificationCenter.hpp"
 #include "Tests/Support/TestItems.hpp"
 #include "Tests/Support/TestLibrary.hpp"
+#include "Velmorant/Curation/AddManuallyGroupedStep.hpp"
+#include "Velmorant/Curation/IgnoreInAppScreenshotsStep.hpp"
+#include "Velmorant/Curation/IgnoreUserDeletedStep.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

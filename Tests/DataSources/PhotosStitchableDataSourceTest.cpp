@@ -93,8 +93,8 @@ TEST_F(PhotosSourceTest, AccessIsMappedAndHonoured) {
         int stored;
         Status status;
         bool lists;
-    } cases[] = {{0, Status::notRequested, false}, {1, Status::denied, false},  {2, Status::denied, false},
-                 {3, Status::allowed, true},       {4, Status::limited, true},  {5, Status::denied, false}};
+    } cases[] = {{0, Status::notRequested, false}, {1, Status::denied, false}, {2, Status::denied, false},
+                 {3, Status::allowed, true},       {4, Status::limited, true}, {5, Status::denied, false}};
     for (const auto& [stored, status, lists] : cases) {
         ASSERT_TRUE(PHPhotoLibrary::shared()->setAuthorization(static_cast<PHAuthorizationStatus>(stored)));
         EXPECT_EQ(source.permissionStatus(), status) << stored;
@@ -168,9 +168,7 @@ TEST_F(PhotosSourceTest, AnnouncesScreenshotsThatComeAndGo) {
     fetched();
 
     addAlbum("Davren", {a});
-    platform::perform([&] {
-        platform::PHAssetChangeRequest::setCreationDate(platform::assetsNamed({a})[0], Date{7});
-    });
+    platform::perform([&] { platform::PHAssetChangeRequest::setCreationDate(platform::assetsNamed({a})[0], Date{7}); });
     EXPECT_EQ(settledCalls(), 2); // neither brings a screenshot nor takes one away
     addScreenshot(2, 2);
     EXPECT_TRUE(areCalled(3));

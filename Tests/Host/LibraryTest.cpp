@@ -27,25 +27,29 @@ protected:
     std::vector<Item> items() {
         std::vector<Item> found;
         const Ran ran = library("items --json");
-        EXPECT_TRUE(platform::json::decode(ran.out, [&](const JSONValue& answer) {
-            for (const JSONValue& item : answer["items"].elements()) {
-                const auto members = item.members();
-                const bool isMissing = std::ranges::any_of(members, [](const auto& m) { return m.first == "missing"; });
-                found.push_back({item["id"].string(), item["type"].string(), item["path"].string(), isMissing});
-            }
-        })) << ran.out
-            << ran.err;
+        EXPECT_TRUE(platform::json::decode(
+            ran.out,
+            [&](const JSONValue& answer) {
+                for (const JSONValue& item : answer["items"].elements()) {
+                    const auto members = item.members();
+                    const bool isMissing =
+                        std::ranges::any_of(members, [](const auto& m) { return m.first == "missing"; });
+                    found.push_back({item["id"].string(), item["type"].string(), item["path"].string(), isMissing});
+                }
+            }))
+            << ran.out << ran.err;
         return found;
     }
     /// The number of items of each group, newest first.
     std::vector<std::size_t> groups(const std::string& options = "") {
         std::vector<std::size_t> counts;
         const Ran ran = library("groups --json " + options);
-        EXPECT_TRUE(platform::json::decode(ran.out, [&](const JSONValue& answer) {
-            for (const JSONValue& group : answer["groups"].elements())
-                counts.push_back(group["items"].elements().size());
-        })) << ran.out
-            << ran.err;
+        EXPECT_TRUE(platform::json::decode(ran.out,
+                                           [&](const JSONValue& answer) {
+                                               for (const JSONValue& group : answer["groups"].elements())
+                                                   counts.push_back(group["items"].elements().size());
+                                           }))
+            << ran.out << ran.err;
         return counts;
     }
     /// The first word of the n-th line that `groups` prints.
@@ -71,7 +75,8 @@ TEST_F(LibraryTest, ImportsOnceAndListsByDate) {
     EXPECT_THAT(second.out, HasSubstr("\"screenshots\":0"));
     const auto listed = items();
     ASSERT_THAT(listed, SizeIs(8));
-    EXPECT_EQ(platform::contentOf(listed[0].path), platform::contentOf(examples / "trip-chat/Screenshot_20260301-101126.png"));
+    EXPECT_EQ(platform::contentOf(listed[0].path),
+              platform::contentOf(examples / "trip-chat/Screenshot_20260301-101126.png"));
     EXPECT_THAT(groups(), testing::ElementsAre(5, 3));
     fs::remove(listed[0].path);
     EXPECT_TRUE(items()[0].isMissing);
@@ -166,7 +171,8 @@ TEST_F(LibraryTest, ACatalogueThatCannotBeReadIsNamedAndKept) {
     importChat();
     const fs::path catalogue = folder / "lib/Photos/Catalogue.sqlite";
     platform::writeFile(catalogue, std::string(5000, 'x'));
-    for (const std::string& words : {std::string("items"), std::string("groups"), "import" + chat, std::string("save --all")}) {
+    for (const std::string& words :
+         {std::string("items"), std::string("groups"), "import" + chat, std::string("save --all")}) {
         const Ran ran = library(words);
         EXPECT_EQ(ran.status, 1) << words;
         EXPECT_THAT(ran.err, HasSubstr("Catalogue.sqlite: the catalogue is damaged")) << words;
@@ -181,14 +187,17 @@ TEST_F(LibraryTest, ProcessesShareALibraryWhateverHappensToThem) {
     for (const auto& entry : fs::directory_iterator(examples / "trip-chat"))
         if (entry.path().extension() == ".png")
             for (int copy = 0; copy < 6; ++copy, ++count) // other bytes behind the picture's end make it another file
-                platform::writeFile(folder / "shots" / ("Screenshot_20260301-1" + std::to_string(10000 + count) + ".png"),
+                platform::writeFile(folder / "shots" /
+                                        ("Screenshot_20260301-1" + std::to_string(10000 + count) + ".png"),
                                     platform::contentOf(entry.path()) + std::to_string(count));
     const std::string command = "cd " + quoted(folder.path().native()) + " && exec " + quoted(VELMORANT_PROGRAM) +
                                 " --library lib import --quiet shots 2>/dev/null";
     std::vector<std::thread> processes;
     for (const char* seconds : {"0.05", "0.1", "0.2", "60", "60"})
-        processes.emplace_back(
-            [=] { std::ignore = std::system(("timeout -s KILL " + std::string(seconds) + " sh -c " + "\"" + command + "\"").c_str()); });
+        processes.emplace_back([=] {
+            std::ignore =
+                std::system(("timeout -s KILL " + std::string(seconds) + " sh -c " + "\"" + command + "\"").c_str());
+        });
     for (std::thread& process : processes)
         process.join();
     const auto listed = items();
@@ -200,6 +209,57 @@ TEST_F(LibraryTest, ProcessesShareALibraryWhateverHappensToThem) {
     for (const auto& entry : fs::recursive_directory_iterator(folder / "lib/Photos/Originals"))
         files += entry.is_regular_file();
     EXPECT_EQ(files, count);
+}
+
+/// As a synced phone folder delivers them: one by one, one in two pieces, a late one, one that is not wanted.
+TEST_F(LibraryTest, AWatchImportsAndFilesWhatArrives) {
+    const fs::path inbox = folder / "inbox";
+    fs::create_directory(inbox);
+    const std::string there = "cd " + quoted(folder.path().native()) + " && ";
+    int status = 0;
+    std::thread watch([&] {
+        const std::string call = " --library lib watch inbox --save --json --exclude 'Draft*' >.out 2>.err";
+        status =
+            std::system((there + "{ " + quoted(VELMORANT_PROGRAM) + call + " & echo $! >.pid; wait $!; }").c_str());
+    });
+    const auto other = [&](const std::string& words) { // `run` would write into the watch's files
+        const std::string call = " --library lib " + words + " >.other 2>&1";
+        std::ignore = std::system((there + quoted(VELMORANT_PROGRAM) + call).c_str());
+        return platform::contentOf(folder / ".other");
+    };
+    const auto becomes = [&](const std::string& words, const std::string& part) {
+        for (int i = 0; i < 300; ++i, std::this_thread::sleep_for(std::chrono::milliseconds(100)))
+            if (other(words).find(part) != std::string::npos)
+                return true;
+        return false;
+    };
+    EXPECT_TRUE(becomes("status", "is running"));
+    std::vector<fs::path> shots;
+    for (const auto& entry : fs::directory_iterator(examples / "trip-chat"))
+        if (entry.path().extension() == ".png")
+            shots.push_back(entry.path());
+    std::ranges::sort(shots);
+    fs::copy_file(examples / "unrelated" / "Screenshot_20260301-201500.png", inbox / "Draft.png");
+    const std::string bytes = platform::contentOf(shots[0]);
+    platform::writeFile(inbox / shots[0].filename(), bytes.substr(0, bytes.size() / 2));
+    for (const std::size_t i : {1, 2, 3})
+        fs::copy_file(shots[i], inbox / shots[i].filename());
+    platform::writeFile(inbox / shots[0].filename(), bytes);
+    EXPECT_TRUE(becomes("groups", "4 of 390 x 844  filed"));
+    fs::copy_file(shots[4], inbox / shots[4].filename());
+    EXPECT_TRUE(becomes("groups", "5 of 390 x 844  filed"));
+    EXPECT_THAT(other("albums"), HasSubstr("Davren  1 "));
+    EXPECT_THAT(other("status --json"), HasSubstr("\"imported\":5,\"filed\":2"));
+    EXPECT_THAT(other("watch"), HasSubstr("another watch"));
+    kill(std::stoi(platform::contentOf(folder / ".pid")), SIGTERM);
+    watch.join();
+    EXPECT_EQ(WEXITSTATUS(status), 130);
+    const std::string told = platform::contentOf(folder / ".out");
+    EXPECT_THAT(told, StartsWith("{\"additions\":["));
+    EXPECT_THAT(told, HasSubstr("\"count\":4"));
+    EXPECT_THAT(told, HasSubstr("\"count\":5"));
+    EXPECT_THAT(platform::contentOf(folder / ".err"), IsEmpty());
+    EXPECT_THAT(library("status").out, HasSubstr("no watch"));
 }
 
 } // namespace host

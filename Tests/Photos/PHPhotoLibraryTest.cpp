@@ -145,7 +145,8 @@ TEST_F(PhotoLibraryTest, AccessDecidesWhatIsSeen) {
 
     ASSERT_TRUE(library->setAuthorization(PHAuthorizationStatus::notDetermined));
     int asked = 0;
-    library->setPrompts({.authorization = [&] { return ++asked, PHAuthorizationStatus::authorized; }, .limitedSelection = {}});
+    library->setPrompts(
+        {.authorization = [&] { return ++asked, PHAuthorizationStatus::authorized; }, .limitedSelection = {}});
     for (int i = 0; i < 2; ++i) {
         std::promise<PHAuthorizationStatus> answer;
         PHPhotoLibrary::requestAuthorization([&](PHAuthorizationStatus status) { answer.set_value(status); });
@@ -232,9 +233,10 @@ TEST_F(PhotoLibraryTest, WhatAKilledProcessLeftIsSweptButNothingElse) {
     EXPECT_TRUE(fs::exists(stray));
 
     EXPECT_EQ(WTERMSIG(inAnotherProcess([&] {
-        const auto held = LibraryLock::take(folder);
-        return raise(SIGKILL);
-    })), SIGKILL);
+                  const auto held = LibraryLock::take(folder);
+                  return raise(SIGKILL);
+              })),
+              SIGKILL);
     const std::string c = addScreenshot(3, 3); // and the dead one's lock is free
     EXPECT_FALSE(fs::exists(stray));
     EXPECT_TRUE(fs::exists(assetsNamed({a})[0].file()));
@@ -259,7 +261,8 @@ TEST_F(PhotoLibraryTest, ACatalogueThatCannotBeUsedSaysWhyAndStaysAsItIs) {
         Code code;
         std::function<void(const fs::path&)> spoil;
     } cases[] = {
-        {Code::damaged, [](const fs::path& file) { writeFile(file, "no database at all, and long enough to be read as one"); }},
+        {Code::damaged,
+         [](const fs::path& file) { writeFile(file, "no database at all, and long enough to be read as one"); }},
         {Code::damaged,
          [](const fs::path& file) {
              std::string bytes = contentOf(file);

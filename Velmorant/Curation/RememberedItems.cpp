@@ -19,9 +19,8 @@ std::vector<Group> RememberedItems::removed(std::vector<Group> from) {
     for (Group& group : from) {
         std::vector<StitchableItem> items = std::move(group).items();
         if (!ids_.empty())
-            std::erase_if(items, [this](const StitchableItem& item) VELMORANT_REQUIRES(mutex_) {
-                return ids_.contains(item.id);
-            });
+            std::erase_if(items, [this](const StitchableItem& item)
+                                     VELMORANT_REQUIRES(mutex_) { return ids_.contains(item.id); });
         group = Group(std::move(items));
     }
     return from;

@@ -181,13 +181,14 @@ void PhotosStitchableDataSource::save(const platform::UIImage& stitched, const G
         if (album)
             album->addAssets({*saved->placeholder});
     };
-    PHPhotoLibrary::shared()->performChanges(changes, [saved, group, watermarked, completion = std::move(completion)](bool, const auto&) {
-        if (!saved->placeholder || !completion)
-            return;
-        completion({saved->placeholder->localIdentifier, saved->date.value_or(group.date()),
-                    PixelSize::cg(saved->image.size(), 1),
-                    watermarked ? ItemType::prestitchedWithWatermark : ItemType::prestitched});
-    });
+    PHPhotoLibrary::shared()->performChanges(
+        changes, [saved, group, watermarked, completion = std::move(completion)](bool, const auto&) {
+            if (!saved->placeholder || !completion)
+                return;
+            completion({saved->placeholder->localIdentifier, saved->date.value_or(group.date()),
+                        PixelSize::cg(saved->image.size(), 1),
+                        watermarked ? ItemType::prestitchedWithWatermark : ItemType::prestitched});
+        });
 }
 
 void PhotosStitchableDataSource::deleteItems(const std::vector<StitchableItem>& items,
@@ -214,8 +215,7 @@ void PhotosStitchableDataSource::watchForChanges(ChangeHandler changeHandler) {
 void PhotosStitchableDataSource::performWithoutNotifiyingChanges(const SilentChange& change) {
     PHPhotoLibrary::shared()->unregisterChangeObserver(trampoline_);
     change([trampoline = trampoline_] {
-        DispatchQueue::global().async(
-            [trampoline] { PHPhotoLibrary::shared()->registerChangeObserver(trampoline); });
+        DispatchQueue::global().async([trampoline] { PHPhotoLibrary::shared()->registerChangeObserver(trampoline); });
     });
 }
 
