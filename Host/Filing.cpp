@@ -123,21 +123,30 @@ std::optional<std::string> Filing::save(const Group& group, const platform::UIIm
                        : message("the library did not take the picture; nothing was saved");
     }
     filed.picture = **answer;
-    replaceFormer(group, (*answer)->id);
+    replaceFormer(group, **answer);
     return std::nullopt;
 }
 
-/// Notes what the picture was made of, and takes away the pictures of parts of it.
-void Filing::replaceFormer(const Group& group, const std::string& id) {
+/// Notes what the picture was made of, and takes away the pictures of parts of it, and one of the same date and width that
+/// was filed but not noted, because the program was killed in between.
+void Filing::replaceFormer(const Group& group, const StitchableItem& picture) {
     const auto ids = idsIn(group.id());
     std::vector<std::string> former;
-    for (const PHAssetNote& note : platform::notesOfAssets())
+    std::set<std::string> noted = {picture.id};
+    for (const PHAssetNote& note : platform::notesOfAssets()) {
+        noted.insert(note.localIdentifier);
         if (std::ranges::includes(ids, idsIn(note.note)))
             former.push_back(note.localIdentifier);
+    }
+    if (const auto album = velmorant::findStitchedAlbum())
+        for (const PHAsset& asset : PHAsset::fetchAssets(*album).assets())
+            if (!noted.contains(asset.localIdentifier) && asset.creationDate == picture.date &&
+                asset.pixelWidth == picture.assetSize.width)
+                former.push_back(asset.localIdentifier);
     awaited<bool>([&](auto done) {
         platform::PHPhotoLibrary::shared()->performChanges(
             [&] {
-                platform::PHAssetChangeRequest::setNote(id, group.id());
+                platform::PHAssetChangeRequest::setNote(picture.id, group.id());
                 platform::PHAssetChangeRequest::deleteAssets(PHAsset::fetchAssetsWithLocalIdentifiers(former).assets());
             },
             [done](bool success, const auto&) { done(success); });

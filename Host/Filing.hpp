@@ -34,7 +34,7 @@ public:
 
 private:
     std::optional<std::string> save(const velmorant::Group& group, const platform::UIImage& picture, Filed& filed);
-    void replaceFormer(const velmorant::Group& group, const std::string& id);
+    void replaceFormer(const velmorant::Group& group, const velmorant::StitchableItem& picture);
 
     Library& library_;
     const std::shared_ptr<velmorant::AlignerDiskCache> cache_;
