@@ -127,8 +127,8 @@ std::optional<std::string> Filing::save(const Group& group, const platform::UIIm
     return std::nullopt;
 }
 
-/// Notes what the picture was made of, and takes away the pictures of parts of it, and one of the same date and width that
-/// was filed but not noted, because the program was killed in between.
+/// Notes what the picture was made of, and takes away the pictures of parts of it, and one of the same date and width
+/// that was filed but not noted, because the program was killed in between.
 void Filing::replaceFormer(const Group& group, const StitchableItem& picture) {
     const auto ids = idsIn(group.id());
     std::vector<std::string> former;
