@@ -66,6 +66,8 @@ std::expected<std::unique_ptr<Library>, std::string> Library::open(Use use) {
         if (!taken)
             return std::unexpected(libraryErrorMessage(taken.error()));
         lock = *taken;
+        if (const auto emptied = photos->emptyTrash(photos->trashKeeps); !emptied)
+            return std::unexpected(libraryErrorMessage(emptied.error()));
     }
     std::unique_ptr<Library> library(new Library); // its steps read their state under the lock
     library->lock_ = std::move(lock);

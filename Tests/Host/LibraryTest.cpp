@@ -135,6 +135,7 @@ TEST_F(LibraryTest, DecisionsAreRemembered) {
     ASSERT_EQ(library("delete --yes " + all[0].id).status, 0);
     EXPECT_THAT(groups(), testing::ElementsAre(4));
     ASSERT_EQ(library("restore " + all[0].id).status, 0);
+    EXPECT_THAT(library("trash").out, HasSubstr("empty"));
     ASSERT_EQ(library("capture-note").status, 0);
     EXPECT_THAT(groups(), testing::ElementsAre(4)); // all but the newest
     EXPECT_THAT(items(), SizeIs(5));
