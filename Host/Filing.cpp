@@ -118,7 +118,8 @@ std::optional<std::string> Filing::save(const Group& group, const platform::UIIm
         return message("interrupted");
     if (!*answer || !isStitchedAndWhole(**answer)) {
         const auto failure = platform::lastWriteFailure();
-        return failure ? message("the library cannot be written ({}: {}); nothing was saved",
+        return failure ? message("the library cannot be written ({}: {}); nothing was saved; make room or look at its "
+                                 "permissions",
                                  {shown(failure->file), failure->error.message()})
                        : message("the library did not take the picture; nothing was saved");
     }

@@ -31,7 +31,7 @@ namespace {
 /// Tells what was done, or why it was not.
 ExitStatus told(const std::string& line, const std::string& verb, std::size_t count, bool json) {
     if (const auto failure = platform::lastWriteFailure()) {
-        complain(message("{}: it could not be written ({}); nothing was changed",
+        complain(message("{}: it could not be written ({}); nothing was changed; make room or look at its permissions",
                          {shown(failure->file), failure->error.message()}));
         return ExitStatus::incomplete;
     }
@@ -150,7 +150,9 @@ ExitStatus deleteItems(const NamedOptions& options) {
             return std::ranges::any_of(left, [&](const StitchableItem& other) { return other.id == item.id; });
         });
         if (!success.value_or(false) || !isGone)
-            return refused(message("nothing was deleted; the library cannot be written"), ExitStatus::incomplete);
+            return refused(message("nothing was deleted: the library cannot be written; make room or look at its "
+                                   "permissions"),
+                           ExitStatus::incomplete);
         return told(message("deleted: {}; velmorant restore brings them back", {countOf(items->size())}), "deleted",
                     items->size(), options.json);
     });

@@ -170,8 +170,10 @@ private:
         json.beginObject();
         writeGroups(json, "additions", additions);
         writeGroups(json, "deletions", deletions);
+        std::vector<velmorant::MoveDescription> moves(change.moves.begin(), change.moves.end());
+        std::ranges::sort(moves, {}, &velmorant::MoveDescription::newIndex);
         json.key("moves").beginArray();
-        for (const auto& move : change.moves)
+        for (const auto& move : moves)
             json.beginObject()
                 .member("id", move.group.id())
                 .member("from", move.oldIndex)
