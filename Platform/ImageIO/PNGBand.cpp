@@ -13,8 +13,8 @@ namespace platform::png {
 
 namespace {
 
-constexpr std::uint32_t level = 1;
-constexpr std::size_t deflaterBytes = ISAL_DEF_LVL1_LARGE;
+constexpr std::uint32_t level = 2;
+constexpr std::size_t deflaterBytes = ISAL_DEF_LVL2_MEDIUM;
 
 /// Deflates all of `bytes` in one call: in pieces, the result would depend on where they are cut. A stream that does
 /// not end is flushed to a whole byte, and what follows does not refer to it.

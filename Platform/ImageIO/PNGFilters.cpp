@@ -3,6 +3,7 @@
 #include "Platform/ImageIO/PNGFiltersPlain.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace platform::png {
@@ -11,17 +12,23 @@ namespace {
 
 // A pixel's channels side by side, each with room for differences. The vectors of GCC and clang suffice here: the
 // instructions that every machine of the architecture has do this as well as newer ones, so nothing is dispatched.
-using Lanes [[gnu::vector_size(8)]] = std::int16_t;
-using Channels [[gnu::vector_size(4)]] = std::uint8_t;
+using Lanes [[gnu::vector_size(16)]] = std::int16_t;
+using Bytes [[gnu::vector_size(16)]] = std::uint8_t;
 
+/// The upper lanes are idle.
 Lanes load(const std::uint8_t* pixel) {
-    Channels channels;
+    std::uint32_t channels = 0;
     std::memcpy(&channels, pixel, sizeof channels);
-    return __builtin_convertvector(channels, Lanes);
+    using Words [[gnu::vector_size(16)]] = std::uint32_t;
+    const auto bytes = std::bit_cast<Bytes>(Words{channels});
+    constexpr bool isLittle = std::endian::native == std::endian::little;
+    return std::bit_cast<Lanes>(__builtin_shufflevector(isLittle ? bytes : Bytes{}, isLittle ? Bytes{} : bytes, 0, 16,
+                                                        1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23));
 }
 
 template <std::size_t pixelBytes>
 void store(Lanes lanes, std::uint8_t* pixel) {
+    using Channels [[gnu::vector_size(8)]] = std::uint8_t;
     const auto channels = __builtin_convertvector(lanes, Channels);
     std::memcpy(pixel, &channels, pixelBytes);
 }

@@ -56,8 +56,9 @@ public:
         : sink_(sink), header_(header), rowBytes_(4 * static_cast<std::size_t>(header.width)),
           bandRows_(std::max<std::size_t>(1, bandBytes / storedRowBytes(header))), left_(header.height) {
         const auto height = static_cast<std::size_t>(header.height);
-        bands_ = std::vector<Band>(
-            std::min({(height + bandRows_ - 1) / bandRows_, mostBands, 2 * ThreadPool::shared().limit()}));
+        const std::size_t most = std::max<std::size_t>(1, bytesAtOnce / (bandRows_ * storedRowBytes(header)));
+        bands_ =
+            std::vector<Band>(std::min({(height + bandRows_ - 1) / bandRows_, most, 2 * ThreadPool::shared().limit()}));
         pixels_.resize(rowBytes_ * (1 + std::min(height, bands_.size() * bandRows_)));
     }
 
@@ -102,8 +103,8 @@ public:
 private:
     // Fits the second cache with all that is made of it: 128 rows of a telephone's screenshot.
     static constexpr std::size_t bandBytes = 448 << 10;
-    // A band takes five times its size while it is made.
-    static constexpr std::size_t mostBands = 16;
+    // Rows that are stored at once. Making them takes six times as much.
+    static constexpr std::size_t bytesAtOnce = 16 * bandBytes;
 
     Done writeBands() {
         const std::size_t count = (gathered_ + bandRows_ - 1) / bandRows_;
