@@ -19,10 +19,10 @@ constexpr std::size_t deflaterBytes = ISAL_DEF_LVL2_MEDIUM;
 /// Deflates all of `bytes` in one call: in pieces, the result would depend on where they are cut. A stream that does
 /// not end is flushed to a whole byte, and what follows does not refer to it.
 bool deflateAtOnce(std::span<const std::uint8_t> bytes, int wrapper, bool isLast, std::vector<std::uint8_t>& memory,
-                   std::vector<std::uint8_t>& result) {
+                   Deflated& result) {
     memory.resize(deflaterBytes);
-    result.resize(bytes.size() + bytes.size() / 1000 +
-                  1000); // stored blocks hold anything in little more than its size
+    const std::size_t most = bytes.size() + bytes.size() / 1000 + 1000; // a stored block is little more than its bytes
+    result.memory.resize(std::max(result.memory.size(), most));
     isal_zstream stream;
     isal_deflate_stateless_init(&stream);
     stream.level = level;
@@ -33,10 +33,10 @@ bool deflateAtOnce(std::span<const std::uint8_t> bytes, int wrapper, bool isLast
     stream.end_of_stream = isLast;
     stream.next_in = const_cast<std::uint8_t*>(bytes.data()); // read only
     stream.avail_in = static_cast<std::uint32_t>(bytes.size());
-    stream.next_out = result.data();
-    stream.avail_out = static_cast<std::uint32_t>(result.size());
+    stream.next_out = result.memory.data();
+    stream.avail_out = static_cast<std::uint32_t>(most);
     const bool done = isal_deflate_stateless(&stream) == COMP_OK && stream.avail_in == 0;
-    result.resize(stream.total_out);
+    result.size = stream.total_out;
     return done;
 }
 
@@ -55,7 +55,7 @@ bool Band::make(const std::uint8_t* rows, std::size_t count, std::size_t width, 
     if (!deflateAtOnce(plain, IGZIP_DEFLATE, isLast, deflater_, deflatedPlain_) ||
         !deflateAtOnce(filtered_, IGZIP_DEFLATE, isLast, deflater_, deflatedFiltered_))
         return false;
-    filteredIsSmaller_ = deflatedFiltered_.size() < deflatedPlain_.size();
+    filteredIsSmaller_ = deflatedFiltered_.size < deflatedPlain_.size;
     checksum_ = isal_adler32(1, filteredIsSmaller_ ? filtered_.data() : plain.data(), plain.size());
     return true;
 }
@@ -95,11 +95,12 @@ void Band::filterRows() {
 }
 
 std::vector<std::byte> zlibStream(std::span<const std::byte> bytes) {
-    std::vector<std::uint8_t> memory, result;
+    std::vector<std::uint8_t> memory;
+    Deflated result;
     if (!deflateAtOnce({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, IGZIP_ZLIB, true, memory,
                        result))
         return {};
-    const auto stream = std::as_bytes(std::span(result));
+    const auto stream = std::as_bytes(std::span(result.memory).first(result.size));
     return {stream.begin(), stream.end()};
 }
 

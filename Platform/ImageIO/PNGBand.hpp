@@ -7,6 +7,12 @@
 
 namespace platform::png {
 
+/// Deflated bytes, in memory that stays as large as it was ever needed.
+struct Deflated {
+    std::vector<std::uint8_t> memory;
+    std::size_t size = 0;
+};
+
 /// Rows of the picture that are filtered and deflated by themselves, so that bands can be made side by side. Put one
 /// after another they are one deflate stream. Keeps its memory from band to band.
 class Band {
@@ -17,7 +23,8 @@ public:
     bool make(const std::uint8_t* rows, std::size_t count, std::size_t width, bool opaque, bool isLast);
 
     std::span<const std::byte> deflated() const {
-        return std::as_bytes(std::span(filteredIsSmaller_ ? deflatedFiltered_ : deflatedPlain_));
+        const Deflated& smaller = filteredIsSmaller_ ? deflatedFiltered_ : deflatedPlain_;
+        return std::as_bytes(std::span(smaller.memory).first(smaller.size));
     }
     std::size_t inflatedSize() const { return plain_.size() - rowSize_; }
     std::uint32_t checksum() const { return checksum_; } ///< Adler-32 of what it inflates to
@@ -34,7 +41,7 @@ private:
     std::vector<std::uint8_t> filtered_; ///< each row by the filter that suits it best
     std::vector<std::uint8_t> candidate_, best_;
     std::vector<std::uint8_t> deflater_; ///< memory that the deflater works in
-    std::vector<std::uint8_t> deflatedPlain_, deflatedFiltered_;
+    Deflated deflatedPlain_, deflatedFiltered_;
     bool filteredIsSmaller_ = false;
     std::uint32_t checksum_ = 1;
 };
