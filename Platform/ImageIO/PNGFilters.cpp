@@ -37,7 +37,7 @@ void store(Lanes lanes, std::uint8_t* pixel) {
 /// beyond `left` and `up` on the side away from `upLeft`, or between them.
 template <class T>
 T nearestToSum(T left, T up, T upLeft) {
-    const T threshold = 3 * upLeft - up - left;
+    const auto threshold = static_cast<T>(3 * upLeft - up - left);
     const T low = left < up ? left : up, high = left < up ? up : left;
     const T notBelow = threshold >= high ? low : upLeft;
     return threshold <= low ? high : notBelow;
@@ -119,12 +119,7 @@ std::uint64_t filterRow(RowFilter filter, const std::uint8_t* row, const std::ui
     case RowFilter::average:
         return first + rest([](Value left, Value up, Value) { return static_cast<Value>((left + up) >> 1); });
     case RowFilter::paeth:
-        return first + rest([](Value left, Value up, Value upLeft) {
-                   const auto threshold = static_cast<Value>(3 * upLeft - up - left);
-                   const Value low = std::min(left, up), high = std::max(left, up);
-                   const Value notBelow = threshold >= high ? low : upLeft;
-                   return threshold <= low ? high : notBelow;
-               });
+        return first + rest(nearestToSum<Value>);
     }
     return first + rest([](Value, Value, Value) { return Value{0}; });
 }
