@@ -17,6 +17,7 @@ function(velmorant_dependency name)
 endfunction()
 
 velmorant_dependency(spng HEADER spng.h LIBRARIES spng)
+velmorant_dependency(isal HEADER isa-l/igzip_lib.h LIBRARIES isal)
 velmorant_dependency(jpeg HEADER jpeglib.h LIBRARIES jpeg)
 velmorant_dependency(webp HEADER webp/decode.h LIBRARIES webpdemux webpmux webp)
 velmorant_dependency(exif HEADER libexif/exif-data.h LIBRARIES exif)

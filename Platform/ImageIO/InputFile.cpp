@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <system_error>
-#include <utility>
 
 namespace platform {
 
@@ -55,7 +54,7 @@ std::expected<std::vector<std::byte>, ImageError> InputFile::readAll() const {
     return bytes;
 }
 
-std::span<const std::byte> InputStream::next() {
+std::span<const std::byte> InputStream::next(std::size_t most) {
     if (rest_.empty() && !error_) {
         const auto count = file_.read(offset_, buffer_);
         if (!count)
@@ -64,18 +63,18 @@ std::span<const std::byte> InputStream::next() {
             rest_ = std::span(buffer_).first(*count);
         offset_ += static_cast<std::int64_t>(rest_.size());
     }
-    return std::exchange(rest_, {});
+    const auto bytes = rest_.first(std::min(most, rest_.size()));
+    rest_ = rest_.subspan(bytes.size());
+    return bytes;
 }
 
 bool InputStream::read(std::span<std::byte> into) {
     while (!into.empty()) {
-        const auto bytes = next();
+        const auto bytes = next(into.size());
         if (bytes.empty())
             return false;
-        const std::size_t count = std::min(bytes.size(), into.size());
-        std::memcpy(into.data(), bytes.data(), count);
-        into = into.subspan(count);
-        rest_ = bytes.subspan(count);
+        std::memcpy(into.data(), bytes.data(), bytes.size());
+        into = into.subspan(bytes.size());
     }
     return true;
 }

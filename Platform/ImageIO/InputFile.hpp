@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <expected>
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <span>
 #include <vector>
@@ -41,15 +42,18 @@ class InputStream {
 public:
     explicit InputStream(InputFile file) : file_(std::move(file)) {}
 
-    /// Bytes that follow, at least one and as many as are at hand; none at the end of the file or after an error. Valid
-    /// until the next call.
-    std::span<const std::byte> next();
+    /// Bytes that follow, at least one and as many as are at hand, `most` at most; none at the end of the file or after
+    /// an error. Valid until the next call.
+    std::span<const std::byte> next(std::size_t most = std::numeric_limits<std::size_t>::max());
 
     /// Fills `into`; false at the end of the file or after an error.
     bool read(std::span<std::byte> into);
 
     /// Moves past `count` bytes.
     void skip(std::int64_t count);
+
+    /// The file, for someone else to read; this is not to be used any more.
+    InputFile release() { return std::move(file_); }
 
     /// Set once reading has failed.
     const std::optional<ImageError>& error() const { return error_; }

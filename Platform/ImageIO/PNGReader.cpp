@@ -141,8 +141,8 @@ std::expected<ImageDescription, ImageError> inspect(InputFile file, const ImageL
     return description;
 }
 
-std::expected<std::unique_ptr<RowReader>, ImageError> reader(InputFile file, const ImageDescription& description,
-                                                             const ImageLimits& limits) {
+std::expected<std::unique_ptr<RowReader>, ImageError> generalReader(InputFile file, const ImageDescription& description,
+                                                                    const ImageLimits& limits) {
     const auto& [format, width, height, opaque, orientation, date, software, fromCamera] = description.properties;
     auto decoder = std::make_unique<Decoder>(std::move(file), limits);
     spng_ihdr header = {};
@@ -166,6 +166,13 @@ std::expected<std::unique_ptr<RowReader>, ImageError> reader(InputFile file, con
     if (!opaque)
         premultiply(bytes.data(), bytes.size() / 4);
     return readerOfWhole(std::move(pixels), opaque);
+}
+
+std::expected<std::unique_ptr<RowReader>, ImageError> reader(InputFile file, const ImageDescription& description,
+                                                             const ImageLimits& limits) {
+    if (auto everyday = everydayReader(file, description, limits))
+        return everyday;
+    return generalReader(std::move(file), description, limits);
 }
 
 } // namespace platform::png

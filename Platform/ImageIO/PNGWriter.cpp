@@ -1,122 +1,163 @@
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Dispatch/ThreadPool.hpp"
 #include "Platform/ImageIO/Exif.hpp"
 #include "Platform/ImageIO/PNG.hpp"
+#include "Platform/ImageIO/PNGBand.hpp"
+#include "Platform/ImageIO/PNGChunks.hpp"
 
-#include <spng.h>
-
+#include <algorithm>
+#include <atomic>
 #include <cstring>
 
 namespace platform::png {
 
 namespace {
 
-using Context = std::unique_ptr<spng_ctx, decltype([](spng_ctx* context) { spng_ctx_free(context); })>;
+using Done = std::expected<void, ImageError>;
 
+std::span<const std::byte> bytesIn(std::string_view text) {
+    return std::as_bytes(std::span(text));
+}
+
+/// Chunks on their way to the file.
+class ChunkBuffer {
+public:
+    void add(std::span<const std::byte> bytes) { bytes_.insert(bytes_.end(), bytes.begin(), bytes.end()); }
+
+    void addChunk(std::string_view type, std::initializer_list<std::span<const std::byte>> parts) {
+        std::size_t size = 0;
+        for (const auto& part : parts)
+            size += part.size();
+        add(bytesOf(static_cast<std::uint32_t>(size)));
+        const std::size_t start = bytes_.size();
+        add(bytesIn(type));
+        for (const auto& part : parts)
+            add(part);
+        add(bytesOf(crcOf(std::span(bytes_).subspan(start))));
+    }
+
+    Done writeTo(ByteSink& sink) {
+        const auto written = sink.write(bytes_);
+        bytes_.clear();
+        if (!written)
+            return std::unexpected(ImageError{ImageError::Code::writeFailed, written.error().message()});
+        return {};
+    }
+
+private:
+    std::vector<std::byte> bytes_;
+};
+
+/// Rows are gathered until there are enough for some bands, which are then made side by side. The bands' height depends
+/// on the picture's width alone, so that the same picture gives the same bytes everywhere.
 class Writer final : public CGImageDestination {
 public:
     Writer(ByteSink& sink, const ImageHeader& header)
-        : sink_(sink), header_(header), context_(spng_ctx_new(SPNG_CTX_ENCODER)), exif_(exif::block(header)),
-          row_((header.opaque ? 3 : 4) * static_cast<std::size_t>(header.width)) {}
-
-    std::expected<void, ImageError> begin() {
-        if (!context_)
-            return std::unexpected(ImageError{ImageError::Code::outOfMemory, {}});
-        spng_ihdr ihdr = {};
-        ihdr.width = static_cast<std::uint32_t>(header_.width);
-        ihdr.height = static_cast<std::uint32_t>(header_.height);
-        ihdr.bit_depth = 8;
-        ihdr.color_type = header_.opaque ? SPNG_COLOR_TYPE_TRUECOLOR : SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
-        spng_set_png_stream(context_.get(), drain, this);
-        int code = spng_set_ihdr(context_.get(), &ihdr);
-        if (code == 0)
-            code = setMetadata();
-        if (code == 0)
-            code = spng_encode_image(context_.get(), nullptr, 0, SPNG_FMT_PNG,
-                                     SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE);
-        return answer(code);
+        : sink_(sink), header_(header), rowBytes_(4 * static_cast<std::size_t>(header.width)),
+          bandRows_(std::max<std::size_t>(1, bandBytes / storedRowBytes(header))), left_(header.height) {
+        const auto height = static_cast<std::size_t>(header.height);
+        const std::size_t most = std::max<std::size_t>(1, bytesAtOnce / (bandRows_ * storedRowBytes(header)));
+        bands_ =
+            std::vector<Band>(std::min({(height + bandRows_ - 1) / bandRows_, most, 2 * ThreadPool::shared().limit()}));
+        pixels_.resize(rowBytes_ * (1 + std::min(height, bands_.size() * bandRows_)));
     }
 
-    std::expected<void, ImageError> write(const std::uint8_t* rows, std::size_t stride, std::int64_t count) override {
-        for (; count > 0; --count, ++written_, rows += stride) {
-            pack(rows);
-            const int code = spng_encode_row(context_.get(), row_.data(), row_.size());
-            const bool isLast = written_ + 1 == header_.height;
-            if (code != (isLast ? static_cast<int>(SPNG_EOI) : 0))
-                return answer(code == 0 ? static_cast<int>(SPNG_EINTERNAL) : code);
+    static std::size_t storedRowBytes(const ImageHeader& header) {
+        return 1 + static_cast<std::size_t>(header.width) * (header.opaque ? 3 : 4);
+    }
+
+    Done begin() {
+        chunks_.add(bytesIn(signature));
+        const auto colorType = header_.opaque ? ColorType::color : ColorType::colorAlpha;
+        const std::byte kind[] = {std::byte{8}, static_cast<std::byte>(colorType), {}, {}, {}};
+        chunks_.addChunk("IHDR", {bytesOf(static_cast<std::uint32_t>(header_.width)),
+                                  bytesOf(static_cast<std::uint32_t>(header_.height)), kind});
+        if (const auto profile = header_.colorSpace.profile(); !profile.empty())
+            chunks_.addChunk("iCCP", {bytesIn(std::string_view("ICC profile\0\0", 13)), zlibStream(profile)});
+        if (const auto block = exif::block(header_); block.size() > sizeof exif::prefix)
+            chunks_.addChunk("eXIf", {std::span(block).subspan(sizeof exif::prefix)});
+        if (!header_.software.empty())
+            chunks_.addChunk("tEXt", {bytesIn(std::string_view("Software\0", 9)), bytesIn(header_.software)});
+        return chunks_.writeTo(sink_);
+    }
+
+    Done write(const std::uint8_t* rows, std::size_t stride, std::int64_t count) override {
+        for (; count > 0; --count, rows += stride) {
+            if (left_ == 0)
+                return std::unexpected(ImageError{ImageError::Code::writeFailed, "too many rows"});
+            std::memcpy(pixels_.data() + ++gathered_ * rowBytes_, rows, rowBytes_);
+            --left_;
+            if (left_ == 0 || (gathered_ + 1) * rowBytes_ == pixels_.size())
+                if (auto written = writeBands(); !written)
+                    return written;
         }
         return {};
     }
 
-    std::expected<void, ImageError> finish() override {
-        if (written_ != header_.height)
+    Done finish() override {
+        if (left_ > 0)
             return std::unexpected(ImageError{ImageError::Code::writeFailed, "rows are missing"});
         return {}; // the end was written with the last row
     }
 
 private:
-    static int drain(spng_ctx*, void* self, void* from, std::size_t length) {
-        auto& writer = *static_cast<Writer*>(self);
-        const auto written = writer.sink_.write({static_cast<const std::byte*>(from), length});
-        if (!written)
-            writer.error_ = written.error();
-        return written ? 0 : static_cast<int>(SPNG_IO_ERROR);
+    // Fits the second cache with all that is made of it: 128 rows of a telephone's screenshot.
+    static constexpr std::size_t bandBytes = 448 << 10;
+    // Rows that are stored at once. Making them takes six times as much.
+    static constexpr std::size_t bytesAtOnce = 16 * bandBytes;
+
+    Done writeBands() {
+        const std::size_t count = (gathered_ + bandRows_ - 1) / bandRows_;
+        const bool isEnd = left_ == 0;
+        std::atomic<bool> sound = true;
+        DispatchQueue::concurrentPerform(count, [&](std::size_t i) {
+            const std::size_t first = i * bandRows_;
+            if (!bands_[i].make(pixels_.data() + first * rowBytes_, std::min(bandRows_, gathered_ - first),
+                                static_cast<std::size_t>(header_.width), header_.opaque, isEnd && i + 1 == count))
+                sound = false;
+        });
+        if (!sound)
+            return std::unexpected(ImageError{ImageError::Code::writeFailed, "the rows could not be compressed"});
+
+        for (const Band& band : std::span(bands_).first(count)) {
+            checksum_ = joinedChecksum(checksum_, band.checksum(), band.inflatedSize());
+            const bool isFirst = !std::exchange(begun_, true), isLast = isEnd && &band == &bands_[count - 1];
+            const auto end = bytesOf(checksum_);
+            chunks_.addChunk("IDAT", {bytesIn(isFirst ? "\x78\x5e" : ""), // deflate, window of 32 KiB, fast
+                                      band.deflated(), std::span(end).first(isLast ? end.size() : 0)});
+        }
+        if (isEnd)
+            chunks_.addChunk("IEND", {});
+        std::memcpy(pixels_.data(), pixels_.data() + gathered_ * rowBytes_, rowBytes_);
+        gathered_ = 0;
+        return chunks_.writeTo(sink_);
     }
 
-    int setMetadata() {
-        int code = 0;
-        if (const auto profile = header_.colorSpace.profile(); !profile.empty()) {
-            spng_iccp iccp = {};
-            std::strcpy(iccp.profile_name, "ICC profile");
-            iccp.profile_len = profile.size();
-            iccp.profile = reinterpret_cast<char*>(const_cast<std::byte*>(profile.data())); // copied, not changed
-            code = spng_set_iccp(context_.get(), &iccp);
-        }
-        if (code == 0 && exif_.size() > sizeof exif::prefix) {
-            spng_exif block = {};
-            block.data = reinterpret_cast<char*>(exif_.data()) + sizeof exif::prefix;
-            block.length = exif_.size() - sizeof exif::prefix;
-            code = spng_set_exif(context_.get(), &block);
-        }
-        if (code == 0 && !header_.software.empty()) {
-            spng_text text = {};
-            std::strcpy(text.keyword, "Software");
-            text.type = SPNG_TEXT;
-            text.text = header_.software.data();
-            text.length = header_.software.size();
-            code = spng_set_text(context_.get(), &text, 1);
-        }
-        return code;
-    }
-
-    void pack(const std::uint8_t* pixels) {
-        const auto width = static_cast<std::size_t>(header_.width);
-        if (!header_.opaque) {
-            unpremultiply(pixels, row_.data(), width);
-            return;
-        }
-        for (std::size_t x = 0; x < width; ++x)
-            std::memcpy(row_.data() + 3 * x, pixels + 4 * x, 3);
-    }
-
-    std::expected<void, ImageError> answer(int code) const {
-        if (code == 0)
-            return {};
-        return std::unexpected(
-            ImageError{ImageError::Code::writeFailed, error_ ? error_.message() : spng_strerror(code)});
-    }
-
+    // Constant after construction.
     ByteSink& sink_;
-    ImageHeader header_;
-    const Context context_;
-    std::vector<std::byte> exif_;
-    std::vector<std::uint8_t> row_;
-    std::int64_t written_ = 0;
-    std::error_code error_;
+    const ImageHeader header_;
+    const std::size_t rowBytes_; ///< in memory
+    const std::size_t bandRows_;
+
+    std::vector<Band> bands_;          ///< those made side by side
+    std::vector<std::uint8_t> pixels_; ///< the row above, zeros at first, and the rows gathered
+    std::size_t gathered_ = 0;
+    std::int64_t left_;          ///< rows
+    std::uint32_t checksum_ = 1; ///< of all rows so far, as stored
+    bool begun_ = false;         ///< the stream was
+    ChunkBuffer chunks_;
 };
 
 } // namespace
 
 std::expected<std::unique_ptr<CGImageDestination>, ImageError> writer(ByteSink& sink, const ImageHeader& header,
                                                                       const EncodeOptions&) {
+    if (header.width <= 0 || header.height <= 0)
+        return std::unexpected(ImageError{ImageError::Code::writeFailed, "no pixels"});
+    if (constexpr std::int64_t widest = 1 << 28; header.width > widest) // lengths of chunks have 31 bits
+        return std::unexpected(ImageError{ImageError::Code::tooLarge, std::to_string(header.width) +
+                                                                          " pixels wide, at most " +
+                                                                          std::to_string(widest) + " are written"});
     auto writer = std::make_unique<Writer>(sink, header);
     if (auto begun = writer->begin(); !begun)
         return std::unexpected(begun.error());

@@ -1,6 +1,7 @@
 #include "Platform/Foundation/AtomicFile.hpp"
 #include "Platform/ImageIO/CGImageDestination.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
+#include "Tests/Support/MemorySink.hpp"
 #include "Tests/Support/TestDevice.hpp"
 #include "Tests/Support/TestImages.hpp"
 
@@ -16,17 +17,6 @@ using Code = ImageError::Code;
 namespace {
 
 const std::filesystem::path files = std::filesystem::path(VELMORANT_SOURCE_DIR) / "Tests/Files";
-
-struct MemorySink final : ByteSink {
-    std::string bytes;
-    std::size_t capacity = 1u << 30;
-    std::expected<void, std::error_code> write(std::span<const std::byte> more) override {
-        if (bytes.size() + more.size() > capacity)
-            return std::unexpected(std::make_error_code(std::errc::no_space_on_device));
-        bytes.append(reinterpret_cast<const char*>(more.data()), more.size());
-        return {};
-    }
-};
 
 std::string encoded(const CGImage& image, ImageFormat format, ImageHeader header = {}, std::int64_t bandHeight = 1000,
                     int quality = 100) {
