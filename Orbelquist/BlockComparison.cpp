@@ -1,5 +1,6 @@
 #include "Orbelquist/BlockComparison.hpp"
 
+#include "Orbelquist/Kernels/BlockCounts.hpp"
 #include "Orbelquist/Kernels/SquaredDifference.hpp"
 
 #include <algorithm>
@@ -32,9 +33,10 @@ constexpr double unclear = 2, leastContradiction = 0.12;
 
 /// Another ground: half of the pixels of one lie so many levels from half of those of the other, or more than half
 /// differ by more than that, with room for so many times the frames' noise.
-constexpr double leastGround = 4, groundRoom = 2;
+constexpr int leastGround = 4;
+constexpr double groundRoom = 2;
 /// Where equal blocks are equal to the level, this is another ground already: a white bar on nearly white paper.
-constexpr double losslessGround = 1;
+constexpr int losslessGround = 1;
 
 float percentile(std::vector<float>& values, std::ptrdiff_t percent) {
     if (values.empty())
@@ -180,24 +182,34 @@ void BlockComparison::findCovered() {
 
 bool BlockComparison::isOtherGround(std::size_t band, std::size_t block) const {
     const Measure& m = measures_[band][block];
-    const double least = noise_ + difference_ == 0 ? losslessGround : leastGround;
+    const int least = noise_ + difference_ == 0 ? losslessGround : leastGround;
     const double step = least + groundRoom * std::sqrt(noise_ + difference_ * (m.varianceA + m.varianceB));
-    std::array<int, 256> inA = {}, inB = {};
-    int total = 0, differing = 0;
-    for (std::int64_t row = rowOf(band); row < endOf(band); ++row) {
-        const std::uint8_t *p = layout_.a.row(row + layout_.shift), *q = layout_.b.row(row);
-        for (std::int64_t x = columnOf(block); x < columnOf(block + 1); ++x) {
-            ++inA[p[x]], ++inB[q[x]], ++total;
-            differing += std::abs(p[x] - q[x]) > step;
-        }
-    }
-    const auto middle = [&](const std::array<int, 256>& histogram) {
-        int level = 0;
-        for (int below = histogram[0]; below * 2 < total; below += histogram[static_cast<std::size_t>(level)])
-            ++level;
-        return level;
+    const std::int64_t row = rowOf(band), column = columnOf(block);
+    const std::uint8_t *a = layout_.a.row(row + layout_.shift) + column, *b = layout_.b.row(row) + column;
+    const auto width = static_cast<std::size_t>(layout_.b.width);
+    const auto columns = static_cast<std::size_t>(columnOf(block + 1) - column);
+    const auto rows = static_cast<std::size_t>(endOf(band) - row);
+    const auto tolerance = static_cast<std::uint8_t>(step < 255 ? step : 255);
+    if (countBeyond(a, b, width, columns, rows, tolerance) * 2 > columns * rows)
+        return true;
+    const auto isHalfAtMost = [&](const std::uint8_t* pixels, int level) {
+        return level >= 255 ||
+               (level >= 0 &&
+                countAtMost(pixels, width, columns, rows, static_cast<std::uint8_t>(level)) * 2 >= columns * rows);
     };
-    return differing * 2 > total || std::abs(middle(inA) - middle(inB)) > least;
+    int middle = 0, most = 255; // of the levels that half of the first's pixels do not exceed, the darkest
+    const auto tryLevel = [&](int level) {
+        if (level < middle || level >= most)
+            return;
+        if (isHalfAtMost(a, level))
+            most = level;
+        else
+            middle = level + 1;
+    };
+    tryLevel(a[0]), tryLevel(a[0] - 1); // often it is the corner's
+    while (middle < most)
+        tryLevel((middle + most) / 2);
+    return !isHalfAtMost(b, middle + least) || isHalfAtMost(b, middle - least - 1);
 }
 
 } // namespace orbelquist

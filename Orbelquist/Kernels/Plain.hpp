@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Orbelquist/Kernels/BlockCounts.hpp"
 #include "Orbelquist/Kernels/BlockSums.hpp"
 #include "Orbelquist/Kernels/BlockTotals.hpp"
 #include "Orbelquist/Kernels/CompareCells.hpp"
@@ -88,6 +89,24 @@ inline ScreenSums screenSums(const std::uint8_t* x, const std::uint8_t* s, const
             sums.nearest += nearer * nearer;
         }
     return sums;
+}
+
+inline std::size_t countAtMost(const std::uint8_t* pixels, std::size_t stride, std::size_t columns, std::size_t rows,
+                               std::uint8_t level) {
+    std::size_t count = 0;
+    for (std::size_t row = 0; row < rows; ++row)
+        for (std::size_t x = row * stride; x < row * stride + columns; ++x)
+            count += pixels[x] <= level;
+    return count;
+}
+
+inline std::size_t countBeyond(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride, std::size_t columns,
+                               std::size_t rows, std::uint8_t tolerance) {
+    std::size_t count = 0;
+    for (std::size_t row = 0; row < rows; ++row)
+        for (std::size_t x = row * stride; x < row * stride + columns; ++x)
+            count += std::abs(a[x] - b[x]) > tolerance;
+    return count;
 }
 
 } // namespace orbelquist::plain

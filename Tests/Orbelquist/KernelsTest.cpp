@@ -107,6 +107,14 @@ TEST(Kernels, PixelsAddUpAsThePlainOnesDo) {
             ASSERT_EQ(screenSums(a.data(), b.data(), c.data(), stride, columns, rows),
                       plain::screenSums(a.data(), b.data(), c.data(), stride, columns, rows))
                 << columns << " x " << rows;
+            for (const std::uint8_t level : std::initializer_list<std::uint8_t>{0, 3, 104, 255}) {
+                ASSERT_EQ(countAtMost(a.data(), stride, columns, rows, level),
+                          plain::countAtMost(a.data(), stride, columns, rows, level))
+                    << columns << " x " << rows;
+                ASSERT_EQ(countBeyond(a.data(), b.data(), stride, columns, rows, level),
+                          plain::countBeyond(a.data(), b.data(), stride, columns, rows, level))
+                    << columns << " x " << rows;
+            }
         }
     });
 }
