@@ -170,7 +170,7 @@ PixelSize StitchRun::pictureSize(const Alignment& alignment) const {
 /// file, and the program itself.
 std::int64_t StitchRun::memoryFor(const StitchedGroup& group) const {
     constexpr std::int64_t program = 15'000'000, bytesPerPixel = 4;
-    constexpr std::int64_t bytesPerFramePixel = 2, bytesPerFrameRow = 72; // luma, edges; signature and mask
+    constexpr std::int64_t bytesPerFramePixel = 1, bytesPerFrameRow = 456; // luma; signature, mask and totals
     std::int64_t pixels = 0, frame = 0;
     for (const StitchableItem& item : group.group.items()) {
         const std::int64_t area = item.size().width * item.size().height;

@@ -1,6 +1,9 @@
 #include "Orbelquist/BarEvidence.hpp"
 
+#include "Orbelquist/Kernels/ScreenSums.hpp"
+
 #include <algorithm>
+#include <vector>
 
 namespace orbelquist {
 
@@ -11,58 +14,71 @@ constexpr double explained = 0.8;
 /// Less varies next to nothing.
 constexpr double leastVariance = 36; // square levels
 /// A block without shapes has fewer edge pixels than one of so many.
-constexpr double shapelessShare = 100;
+constexpr std::int64_t shapelessShare = 100;
 
 /// A block's pixels x, those at the same place of the other screen s, and those of the page there p.
 class Moments {
 public:
-    explicit Moments(const ScreenBlock& block) : noise_(block.noise) {
-        const auto& [frame, other, top, bottom, left, right, toPage, noise] = block;
-        const std::int64_t from = std::max({top, -toPage, std::int64_t{0}});
-        const std::int64_t to = std::min({bottom, other.height, other.height - toPage, frame.height});
-        for (std::int64_t row = from; row < to; ++row) {
-            const std::uint8_t *x = frame.row(row), *s = other.row(row), *p = other.row(row + toPage);
-            const std::uint8_t* edges = frame.edgeRow(row);
-            for (std::int64_t i = left; i < right; ++i) {
-                const double u = x[i], v = s[i], w = p[i];
-                x_ += u, s_ += v, p_ += w;
-                xx_ += u * u, ss_ += v * v, pp_ += w * w, xs_ += u * v, xp_ += u * w, sp_ += v * w;
-                nearest_ += std::min((u - v) * (u - v), (u - w) * (u - w));
-                edges_ += edges[i];
-                ++count_;
-            }
-        }
+    explicit Moments(const ScreenBlock& block)
+        : block_(block), from_(std::max({block.top, -block.toPage, std::int64_t{0}})),
+          to_(std::min({block.bottom, block.other.height, block.other.height - block.toPage, block.frame.height})) {
+        if (isEmpty())
+            return;
+        const auto columns = static_cast<std::size_t>(block.right - block.left);
+        const auto rows = static_cast<std::size_t>(to_ - from_);
+        sums_ = screenSums(block.frame.row(from_) + block.left, block.other.row(from_) + block.left,
+                           block.other.row(from_ + block.toPage) + block.left,
+                           static_cast<std::size_t>(block.frame.width), columns, rows);
+        count_ = static_cast<double>(columns * rows);
     }
 
-    bool isEmpty() const { return count_ == 0; }
-    bool isFlat() const { return varianceX() < leastVariance + noise_; }
-    bool isShapeless() const { return isFlat() || edges_ * shapelessShare < count_; }
+    bool isEmpty() const { return from_ >= to_ || block_.left >= block_.right; }
+    bool isFlat() const { return varianceX() < leastVariance + block_.noise; }
+    bool isShapeless() const { return isFlat() || static_cast<double>(edges() * shapelessShare) < count_; }
     bool followsFromScreen() const { return follows(screen()); }
     /// From the screen, the page, or the one seen through the other.
     bool followsFromBoth() const {
-        const double s = varianceS(), p = varianceP(), sp = covariance(sp_, s_, p_);
-        const double xs = covariance(xs_, x_, s_), xp = covariance(xp_, x_, p_), determinant = s * p - sp * sp;
+        const double s = varianceS(), p = varianceP(), sp = covariance(sums_.sp, sums_.s, sums_.p);
+        const double xs = covariance(sums_.xs, sums_.x, sums_.s), xp = covariance(sums_.xp, sums_.x, sums_.p),
+                     determinant = s * p - sp * sp;
         const double mixed = determinant > 1 ? (xs * xs * p - 2 * xs * xp * sp + xp * xp * s) / determinant : 0;
         return follows(std::max({screen(), p > 1 ? xp * xp / p : 0, mixed}));
     }
     /// Pixel by pixel from the one or the other: something small in front of the page.
-    bool isComposed() const { return nearest_ / count_ - 2 * noise_ < (1 - explained) * varianceX(); }
+    bool isComposed() const {
+        return static_cast<double>(sums_.nearest) / count_ - 2 * block_.noise < (1 - explained) * varianceX();
+    }
 
 private:
-    double covariance(double product, double u, double v) const { return (product - u * v / count_) / count_; }
-    double varianceX() const { return covariance(xx_, x_, x_); }
-    double varianceS() const { return covariance(ss_, s_, s_); }
-    double varianceP() const { return covariance(pp_, p_, p_); }
+    double covariance(std::uint64_t product, std::uint64_t u, std::uint64_t v) const {
+        return (static_cast<double>(product) - static_cast<double>(u) * static_cast<double>(v) / count_) / count_;
+    }
+    double varianceX() const { return covariance(sums_.xx, sums_.x, sums_.x); }
+    double varianceS() const { return covariance(sums_.ss, sums_.s, sums_.s); }
+    double varianceP() const { return covariance(sums_.pp, sums_.p, sums_.p); }
     /// The variance of x that follows from s.
     double screen() const {
-        const double xs = covariance(xs_, x_, s_), s = varianceS();
+        const double xs = covariance(sums_.xs, sums_.x, sums_.s), s = varianceS();
         return s > 1 ? xs * xs / s : 0;
     }
-    bool follows(double variance) const { return variance > explained * (varianceX() - noise_); }
+    bool follows(double variance) const { return variance > explained * (varianceX() - block_.noise); }
 
-    const double noise_;
-    double count_ = 0, edges_ = 0, nearest_ = 0;
-    double x_ = 0, s_ = 0, p_ = 0, xx_ = 0, ss_ = 0, pp_ = 0, xs_ = 0, xp_ = 0, sp_ = 0;
+    std::int64_t edges() const {
+        const std::int64_t left = std::max<std::int64_t>(0, block_.left - 1); // what lies beside them tells, too
+        const std::int64_t right = std::min(block_.frame.width, block_.right + 1);
+        std::vector<std::uint8_t> row(static_cast<std::size_t>(right - left));
+        std::int64_t edges = 0;
+        for (std::int64_t y = from_; y < to_; ++y) {
+            markEdges(block_.frame, y, left, row);
+            edges += std::count(row.begin() + (block_.left - left), row.end() - (right - block_.right), 1);
+        }
+        return edges;
+    }
+
+    const ScreenBlock& block_;
+    const std::int64_t from_, to_; ///< rows that both frames have
+    ScreenSums sums_;
+    double count_ = 0;
 };
 
 } // namespace

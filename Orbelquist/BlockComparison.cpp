@@ -1,10 +1,12 @@
 #include "Orbelquist/BlockComparison.hpp"
 
-#include "Orbelquist/Kernels/BlockSums.hpp"
+#include "Orbelquist/Kernels/BlockCounts.hpp"
+#include "Orbelquist/Kernels/SquaredDifference.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 namespace orbelquist {
 
@@ -31,9 +33,10 @@ constexpr double unclear = 2, leastContradiction = 0.12;
 
 /// Another ground: half of the pixels of one lie so many levels from half of those of the other, or more than half
 /// differ by more than that, with room for so many times the frames' noise.
-constexpr double leastGround = 4, groundRoom = 2;
+constexpr int leastGround = 4;
+constexpr double groundRoom = 2;
 /// Where equal blocks are equal to the level, this is another ground already: a white bar on nearly white paper.
-constexpr double losslessGround = 1;
+constexpr int losslessGround = 1;
 
 float percentile(std::vector<float>& values, std::ptrdiff_t percent) {
     if (values.empty())
@@ -62,32 +65,13 @@ CellMask BlockComparison::ignoredAt(std::int64_t row) const {
 }
 
 BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
-    const auto& [a, b, shift, first, last, ignoredInA, ignoredInB] = layout_;
-    const auto width = static_cast<std::size_t>(b.width);
-    const std::int64_t from = rowOf(band), to = endOf(band);
-    const auto cellStart = [&](std::size_t cell) { return cell * width / cellCount; };
-    const auto add = [&](std::int64_t row, std::size_t rows, std::size_t begin, std::size_t end, PixelSums& sums) {
-        begin += begin == 0; // it has no left neighbour
-        if (begin < end)
-            addPixels(a.row(row + shift) + begin, b.row(row) + begin, width, end - begin, rows, sums);
-    };
-    std::vector<CellMask> skip;
-    CellMask anywhere = 0;
-    for (std::int64_t row = from; row < to; ++row)
-        anywhere |= skip.emplace_back(ignoredAt(row));
+    std::vector<CellMask> ignored;
+    for (std::int64_t row = rowOf(band); row < endOf(band); ++row)
+        ignored.push_back(ignoredAt(row));
     Measures measures;
-    const std::size_t whole = static_cast<std::size_t>(to - from) * width / blocksAcross;
+    const std::size_t whole = ignored.size() * static_cast<std::size_t>(layout_.b.width) / blocksAcross;
     for (std::size_t k = 0; k < blocksAcross; ++k) {
-        constexpr std::size_t cells = cellCount / blocksAcross;
-        constexpr CellMask blockMask = (CellMask{1} << cells) - 1;
-        PixelSums s;
-        if ((anywhere >> k * cells & blockMask) == 0)
-            add(from, static_cast<std::size_t>(to - from), cellStart(k * cells), cellStart((k + 1) * cells), s);
-        else
-            for (std::int64_t row = from; row < to; ++row)
-                for (std::size_t cell = k * cells; cell < (k + 1) * cells; ++cell)
-                    if (!(skip[static_cast<std::size_t>(row - from)] >> cell & 1))
-                        add(row, 1, cellStart(cell), cellStart(cell + 1), s);
+        const PixelSums s = sumsOf(band, k, ignored);
         if (s.count == 0 || s.count * 3 < whole) // mostly furniture
             continue;
         const auto count = static_cast<double>(s.count);
@@ -103,6 +87,47 @@ BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
                        .isCounted = true};
     }
     return measures;
+}
+
+PixelSums BlockComparison::sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored) const {
+    const auto& [a, b, shift, first, last, ignoredInA, ignoredInB] = layout_;
+    const auto width = static_cast<std::size_t>(b.width);
+    const std::int64_t from = rowOf(band);
+    const auto columnsOf = [&](std::size_t cell, std::size_t cells) { // but for the first, which has no left neighbour
+        const std::size_t begin = std::max<std::size_t>(1, cell * width / cellCount);
+        return std::pair(begin, std::max(begin, (cell + cells) * width / cellCount) - begin);
+    };
+    constexpr std::size_t cells = cellCount / blocksAcross;
+    const auto ignoredCells = [&](std::size_t i) { return ignored[i] >> block * cells & ((1u << cells) - 1); };
+    bool isWhole = true;
+    for (std::size_t i = 0; i < ignored.size(); ++i)
+        isWhole = isWhole && ignoredCells(i) == 0;
+    PixelSums sums;
+    if (isWhole) {
+        const auto [begin, columns] = columnsOf(block * cells, cells);
+        const auto rowA = static_cast<std::size_t>(from + shift), rowB = static_cast<std::size_t>(from);
+        const BlockTotals &fromA = a.totals[rowA], &toA = a.totals[rowA + ignored.size()];
+        const BlockTotals &fromB = b.totals[rowB], &toB = b.totals[rowB + ignored.size()];
+        sums = {.a = toA.sum[block] - fromA.sum[block],
+                .b = toB.sum[block] - fromB.sum[block],
+                .aa = toA.squares[block] - fromA.squares[block],
+                .bb = toB.squares[block] - fromB.squares[block],
+                .difference =
+                    squaredDifference(a.row(from + shift) + begin, b.row(from) + begin, width, columns, ignored.size()),
+                .across = toB.across[block] - fromB.across[block],
+                .count = columns * ignored.size()};
+        return sums;
+    }
+    for (std::size_t i = 0, end = 0; i < ignored.size(); i = end) { // runs of rows alike
+        while (end < ignored.size() && ignoredCells(end) == ignoredCells(i))
+            ++end;
+        const std::int64_t row = from + static_cast<std::int64_t>(i);
+        for (std::size_t cell = 0; cell < cells; ++cell)
+            if (const auto [begin, columns] = columnsOf(block * cells + cell, 1);
+                columns > 0 && !(ignoredCells(i) >> cell & 1))
+                addPixels(a.row(row + shift) + begin, b.row(row) + begin, width, columns, end - i, sums);
+    }
+    return sums;
 }
 
 double BlockComparison::measuredNoise() const {
@@ -157,24 +182,34 @@ void BlockComparison::findCovered() {
 
 bool BlockComparison::isOtherGround(std::size_t band, std::size_t block) const {
     const Measure& m = measures_[band][block];
-    const double least = noise_ + difference_ == 0 ? losslessGround : leastGround;
+    const int least = noise_ + difference_ == 0 ? losslessGround : leastGround;
     const double step = least + groundRoom * std::sqrt(noise_ + difference_ * (m.varianceA + m.varianceB));
-    std::array<int, 256> inA = {}, inB = {};
-    int total = 0, differing = 0;
-    for (std::int64_t row = rowOf(band); row < endOf(band); ++row) {
-        const std::uint8_t *p = layout_.a.row(row + layout_.shift), *q = layout_.b.row(row);
-        for (std::int64_t x = columnOf(block); x < columnOf(block + 1); ++x) {
-            ++inA[p[x]], ++inB[q[x]], ++total;
-            differing += std::abs(p[x] - q[x]) > step;
-        }
-    }
-    const auto middle = [&](const std::array<int, 256>& histogram) {
-        int level = 0;
-        for (int below = histogram[0]; below * 2 < total; below += histogram[static_cast<std::size_t>(level)])
-            ++level;
-        return level;
+    const std::int64_t row = rowOf(band), column = columnOf(block);
+    const std::uint8_t *a = layout_.a.row(row + layout_.shift) + column, *b = layout_.b.row(row) + column;
+    const auto width = static_cast<std::size_t>(layout_.b.width);
+    const auto columns = static_cast<std::size_t>(columnOf(block + 1) - column);
+    const auto rows = static_cast<std::size_t>(endOf(band) - row);
+    const auto tolerance = static_cast<std::uint8_t>(step < 255 ? step : 255);
+    if (countBeyond(a, b, width, columns, rows, tolerance) * 2 > columns * rows)
+        return true;
+    const auto isHalfAtMost = [&](const std::uint8_t* pixels, int level) {
+        return level >= 255 ||
+               (level >= 0 &&
+                countAtMost(pixels, width, columns, rows, static_cast<std::uint8_t>(level)) * 2 >= columns * rows);
     };
-    return differing * 2 > total || std::abs(middle(inA) - middle(inB)) > least;
+    int middle = 0, most = 255; // of the levels that half of the first's pixels do not exceed, the darkest
+    const auto tryLevel = [&](int level) {
+        if (level < middle || level >= most)
+            return;
+        if (isHalfAtMost(a, level))
+            most = level;
+        else
+            middle = level + 1;
+    };
+    tryLevel(a[0]), tryLevel(a[0] - 1); // often it is the corner's
+    while (middle < most)
+        tryLevel((middle + most) / 2);
+    return !isHalfAtMost(b, middle + least) || isHalfAtMost(b, middle - least - 1);
 }
 
 } // namespace orbelquist

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Orbelquist/Frame.hpp"
+#include "Orbelquist/Kernels/BlockSums.hpp"
 
 #include <algorithm>
 #include <array>
@@ -10,8 +11,7 @@
 
 namespace orbelquist {
 
-/// Pixels are judged in blocks two cells wide and half a line of text high; a row of blocks is a band.
-inline constexpr int blocksAcross = cellCount / 2;
+/// A row of blocks is a band.
 inline constexpr std::int64_t bandsPerScreen = 100;
 
 /// What a block says of two frames laid over each other.
@@ -93,6 +93,7 @@ private:
     using Measures = std::array<Measure, blocksAcross>;
 
     Measures measure(std::size_t band) const;
+    PixelSums sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored) const;
     void judge();
     double measuredNoise() const;
     bool isOtherGround(std::size_t band, std::size_t block) const;

@@ -1,5 +1,6 @@
 #include "Orbelquist/Frame.hpp"
 
+#include "Orbelquist/Kernels/BlockTotals.hpp"
 #include "Orbelquist/Kernels/CellMeans.hpp"
 #include "Orbelquist/Kernels/Edges.hpp"
 
@@ -39,23 +40,28 @@ FrameBuilder::FrameBuilder(std::int64_t width, std::int64_t height) {
     frame_.width = width;
     frame_.height = height;
     frame_.luma.resize(static_cast<std::size_t>(width * height));
-    frame_.edges.resize(frame_.luma.size());
     frame_.signature.resize(static_cast<std::size_t>(height));
+    frame_.totals.resize(static_cast<std::size_t>(height) + 1);
 }
 
 void FrameBuilder::add(const std::uint8_t* rows, std::size_t stride, std::int64_t count) {
-    for (; count > 0; --count, ++next_, rows += stride) {
-        std::uint8_t* luma = frame_.luma.data() + next_ * frame_.width;
-        lumaOf(rows, {luma, static_cast<std::size_t>(frame_.width)});
-        frame_.signature[static_cast<std::size_t>(next_)] = cellMeans({luma, static_cast<std::size_t>(frame_.width)});
+    for (; count > 0; --count, rows += stride) {
+        const std::span luma(frame_.luma.data() + next_ * frame_.width, static_cast<std::size_t>(frame_.width));
+        lumaOf(rows, luma);
+        summarize(luma);
     }
 }
 
 void FrameBuilder::addLuma(const std::uint8_t* row) {
-    std::uint8_t* luma = frame_.luma.data() + next_ * frame_.width;
-    std::copy_n(row, frame_.width, luma);
-    frame_.signature[static_cast<std::size_t>(next_)] = cellMeans({luma, static_cast<std::size_t>(frame_.width)});
-    ++next_;
+    const std::span luma(frame_.luma.data() + next_ * frame_.width, static_cast<std::size_t>(frame_.width));
+    std::copy_n(row, frame_.width, luma.begin());
+    summarize(luma);
+}
+
+void FrameBuilder::summarize(std::span<const std::uint8_t> luma) {
+    const auto y = static_cast<std::size_t>(next_++);
+    frame_.signature[y] = cellMeans(luma);
+    addRow(luma, frame_.totals[y], frame_.totals[y + 1]);
 }
 
 Frame softened(const Frame& frame) {
@@ -79,12 +85,12 @@ Frame softened(const Frame& frame) {
 
 Frame FrameBuilder::finish() {
     frame_.informed = informedCells(frame_.signature);
-    for (std::int64_t y = 0; y < frame_.height; ++y) {
-        const std::int64_t above = std::max<std::int64_t>(0, y - 1), below = std::min(frame_.height - 1, y + 1);
-        markEdges(frame_.row(above), frame_.row(y), frame_.row(below),
-                  {frame_.edges.data() + y * frame_.width, static_cast<std::size_t>(frame_.width)});
-    }
     return std::move(frame_);
+}
+
+void markEdges(const Frame& frame, std::int64_t y, std::int64_t left, std::span<std::uint8_t> edges) {
+    const std::int64_t above = std::max<std::int64_t>(0, y - 1), below = std::min(frame.height - 1, y + 1);
+    markEdges(frame.row(above) + left, frame.row(y) + left, frame.row(below) + left, edges);
 }
 
 } // namespace orbelquist

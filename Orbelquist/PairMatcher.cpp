@@ -1,7 +1,7 @@
 #include "Orbelquist/PairMatcher.hpp"
 
 #include "Orbelquist/EqualFrames.hpp"
-#include "Orbelquist/Kernels/BlockSums.hpp"
+#include "Orbelquist/Kernels/SquaredDifference.hpp"
 #include "Orbelquist/Seam.hpp"
 #include "Orbelquist/ShiftProfile.hpp"
 #include "Orbelquist/Verification.hpp"
@@ -120,10 +120,11 @@ double pixelDifference(const FramePair& pair, const Examination& stretch, std::i
     const auto width = static_cast<std::size_t>(pair.b().width);
     const std::int64_t first = std::max(stretch.first, pair.firstRow(shift));
     const std::int64_t last = std::min(stretch.last, pair.lastRow(shift));
-    PixelSums sums;
+    std::uint64_t sum = 0;
     for (std::int64_t row = first; row < last; ++row)
-        addPixels(pair.a().row(row + shift) + 1, pair.b().row(row) + 1, width, width - 1, 1, sums);
-    return static_cast<double>(sums.difference) / static_cast<double>(std::max<std::uint64_t>(1, sums.count));
+        sum += squaredDifference(pair.a().row(row + shift) + 1, pair.b().row(row) + 1, width, width - 1, 1);
+    const auto count = static_cast<std::uint64_t>(std::max<std::int64_t>(0, last - first)) * (width - 1);
+    return static_cast<double>(sum) / static_cast<double>(std::max<std::uint64_t>(1, count));
 }
 
 /// A page that moved by a few rows only still shows most of its strokes where they were: they look like furniture, and
@@ -131,6 +132,7 @@ double pixelDifference(const FramePair& pair, const Examination& stretch, std::i
 /// the frames better, over a quarter of the screen.
 bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few) {
     const std::int64_t shift = e.shift;
+    const double difference = pixelDifference(pair, e, shift);
     const FramePair bare = pair.withBarsAlone();
     std::vector<RowAgreement> rows;
     const std::int64_t score = stretchAt(bare, shift, 1, rows).score();
@@ -144,7 +146,7 @@ bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few)
                 return true;
             // What is left of strokes fits a line's height further on, at most.
             if (std::abs(shift) <= 4 * few && std::abs(other - shift) > onePlace &&
-                pixelDifference(pair, e, other) < pixelDifference(pair, e, shift))
+                pixelDifference(pair, e, other) < difference)
                 return true;
         }
     return false;

@@ -267,15 +267,17 @@ private:
         std::array<std::int64_t, 256> differences = {};
         std::int64_t total = 0;
         const auto width = static_cast<std::size_t>(b.width);
+        std::vector<std::uint8_t> edgesOfA(width), edgesOfB(width);
         for (std::int64_t row = e_.first; row < e_.last; row += 4) {
             const CellMask counted = ~comparison_.ignoredAt(row);
             const std::uint8_t *p = a.row(row + e_.shift), *q = b.row(row);
-            const std::uint8_t *edgesP = a.edgeRow(row + e_.shift), *edgesQ = b.edgeRow(row);
+            markEdges(a, row + e_.shift, 0, edgesOfA);
+            markEdges(b, row, 0, edgesOfB);
             for (std::size_t cell = 0; cell < cellCount; ++cell) {
                 if (!(counted >> cell & 1))
                     continue;
                 for (std::size_t x = cell * width / cellCount; x < (cell + 1) * width / cellCount; ++x)
-                    if (edgesP[x] | edgesQ[x]) {
+                    if (edgesOfA[x] | edgesOfB[x]) {
                         ++differences[static_cast<std::size_t>(std::abs(p[x] - q[x]))];
                         ++total;
                     }

@@ -1,9 +1,14 @@
 #pragma once
 
+#include "Orbelquist/Kernels/BlockCounts.hpp"
 #include "Orbelquist/Kernels/BlockSums.hpp"
+#include "Orbelquist/Kernels/BlockTotals.hpp"
 #include "Orbelquist/Kernels/CompareCells.hpp"
 #include "Orbelquist/Kernels/Edges.hpp"
+#include "Orbelquist/Kernels/ScreenSums.hpp"
+#include "Orbelquist/Kernels/SquaredDifference.hpp"
 
+#include <algorithm>
 #include <bit>
 #include <cstdlib>
 
@@ -47,6 +52,61 @@ inline void addPixels(const std::uint8_t* a, const std::uint8_t* b, std::size_t 
             sums.across += static_cast<std::uint64_t>((q - left) * (q - left));
             ++sums.count;
         }
+}
+
+inline void addRow(std::span<const std::uint8_t> row, const BlockTotals& above, BlockTotals& below) {
+    below = above;
+    for (std::size_t k = 0; k < blocksAcross; ++k)
+        for (std::size_t x = k * row.size() / blocksAcross; x < (k + 1) * row.size() / blocksAcross; ++x) {
+            if (x == 0)
+                continue;
+            const int p = row[x], step = p - row[x - 1];
+            below.sum[k] += static_cast<std::uint32_t>(p);
+            below.squares[k] += static_cast<std::uint32_t>(p * p);
+            below.across[k] += static_cast<std::uint32_t>(step * step);
+        }
+}
+
+inline std::uint64_t squaredDifference(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride,
+                                       std::size_t columns, std::size_t rows) {
+    std::uint64_t sum = 0;
+    for (std::size_t row = 0; row < rows; ++row)
+        for (std::size_t x = row * stride; x < row * stride + columns; ++x)
+            sum += static_cast<std::uint64_t>((a[x] - b[x]) * (a[x] - b[x]));
+    return sum;
+}
+
+inline ScreenSums screenSums(const std::uint8_t* x, const std::uint8_t* s, const std::uint8_t* p, std::size_t stride,
+                             std::size_t columns, std::size_t rows) {
+    ScreenSums sums;
+    for (std::size_t row = 0; row < rows; ++row)
+        for (std::size_t i = row * stride; i < row * stride + columns; ++i) {
+            const std::uint64_t u = x[i], v = s[i], w = p[i];
+            const auto nearer = static_cast<std::uint64_t>(std::min(std::abs(x[i] - s[i]), std::abs(x[i] - p[i])));
+            sums.x += u, sums.s += v, sums.p += w;
+            sums.xx += u * u, sums.ss += v * v, sums.pp += w * w;
+            sums.xs += u * v, sums.xp += u * w, sums.sp += v * w;
+            sums.nearest += nearer * nearer;
+        }
+    return sums;
+}
+
+inline std::size_t countAtMost(const std::uint8_t* pixels, std::size_t stride, std::size_t columns, std::size_t rows,
+                               std::uint8_t level) {
+    std::size_t count = 0;
+    for (std::size_t row = 0; row < rows; ++row)
+        for (std::size_t x = row * stride; x < row * stride + columns; ++x)
+            count += pixels[x] <= level;
+    return count;
+}
+
+inline std::size_t countBeyond(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride, std::size_t columns,
+                               std::size_t rows, std::uint8_t tolerance) {
+    std::size_t count = 0;
+    for (std::size_t row = 0; row < rows; ++row)
+        for (std::size_t x = row * stride; x < row * stride + columns; ++x)
+            count += std::abs(a[x] - b[x]) > tolerance;
+    return count;
 }
 
 } // namespace orbelquist::plain

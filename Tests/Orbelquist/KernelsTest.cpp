@@ -100,6 +100,35 @@ TEST(Kernels, PixelsAddUpAsThePlainOnesDo) {
             addPixels(a.data() + 1, b.data() + 1, stride, columns, rows, fast);
             plain::addPixels(a.data() + 1, b.data() + 1, stride, columns, rows, plain);
             ASSERT_EQ(fast, plain) << columns << " x " << rows;
+            Bytes c(rows * stride + 1, random, 255);
+            ASSERT_EQ(squaredDifference(a.data(), b.data(), stride, columns, rows),
+                      plain::squaredDifference(a.data(), b.data(), stride, columns, rows))
+                << columns << " x " << rows;
+            ASSERT_EQ(screenSums(a.data(), b.data(), c.data(), stride, columns, rows),
+                      plain::screenSums(a.data(), b.data(), c.data(), stride, columns, rows))
+                << columns << " x " << rows;
+            for (const std::uint8_t level : std::initializer_list<std::uint8_t>{0, 3, 104, 255}) {
+                ASSERT_EQ(countAtMost(a.data(), stride, columns, rows, level),
+                          plain::countAtMost(a.data(), stride, columns, rows, level))
+                    << columns << " x " << rows;
+                ASSERT_EQ(countBeyond(a.data(), b.data(), stride, columns, rows, level),
+                          plain::countBeyond(a.data(), b.data(), stride, columns, rows, level))
+                    << columns << " x " << rows;
+            }
+        }
+    });
+}
+
+TEST(Kernels, RowsAddUpAsThePlainOneDoes) {
+    onEverySet([] {
+        std::mt19937 random(4);
+        for (std::size_t width = 0; width < 2200; width += 1 + width / 90) {
+            Bytes row(width, random, 255);
+            BlockTotals above, fast, plain;
+            std::ranges::generate(above.squares, [&] { return static_cast<std::uint32_t>(random()); }); // wraps around
+            addRow(row.span(), above, fast);
+            plain::addRow(row.span(), above, plain);
+            ASSERT_EQ(fast, plain) << width;
         }
     });
 }
