@@ -199,7 +199,10 @@ TEST_F(StitchingStoreTest, RendersAKeyOnceAndDropsOnlyCancelledCallbacks) {
     EXPECT_THAT(answered, testing::UnorderedElementsAre(1, 3));
     EXPECT_EQ(renderer->drawn, 1);
 
+    renderer->held = true; // else it may be answered before it is cancelled
     store->cancelRender(request(4, sameAtScale2)); // another key; drawn and kept although nobody waits
+    settle();
+    renderer->held = false;
     runUntil([&] { return store->cache().image({alignment(200), sameAtScale2}).has_value(); });
     EXPECT_EQ(renderer->drawn, 2);
     store->cancelRender(request(5, sameAtScale2)); // too late: it is answered from the cache
