@@ -162,7 +162,7 @@ TEST_P(RoundTrip, AReaderNoticesThatTheFileIsAnother) {
 }
 
 TEST(ImageFiles, OfOtherProgramsDecodeAsThoseSay) {
-    for (const char* name : {"palette.png", "interlaced.png", "sixteen.png", "rgba.png", "lossless.webp"}) {
+    for (const char* name : {"rgb.png", "palette.png", "interlaced.png", "sixteen.png", "rgba.png", "lossless.webp"}) {
         const auto image = read(files / name);
         ASSERT_TRUE(image) << name << ' ' << image.error().detail;
         EXPECT_EQ(largestDifference(*image, gradient(8, 5)), 0) << name;
