@@ -7,9 +7,12 @@
 #include "Orbelquist/Verification.hpp"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
+#include <span>
 #include <vector>
 
 namespace orbelquist {
@@ -81,19 +84,42 @@ Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::int64_t step, 
     return bestStretch(shift, pair.firstRow(shift), rows, step);
 }
 
-/// All shifts at which more agrees than not, at some rows each; by shift.
-std::vector<Stretch> stretchesOfAllShifts(const FramePair& pair) {
-    std::vector<RowAgreement> rows;
+/// The best stretches, without their rows, of the shifts at which one frame's rows lie on rows further down of the
+/// other, at some rows each; where more agrees than not, by that number of rows.
+std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst) {
+    const std::int64_t moving = (isInFirst ? pair.a() : pair.b()).height;
+    const std::int64_t still = (isInFirst ? pair.b() : pair.a()).height;
+    const RowsView movingRows = isInFirst ? pair.rowsOfA() : pair.rowsOfB();
+    const RowsView stillRows = isInFirst ? pair.rowsOfB() : pair.rowsOfA();
+    const auto overlapAt = [&](std::int64_t down) { return std::min(still, moving - down); };
+    const auto stepAt = [&](std::int64_t down) { return std::max<std::int64_t>(1, overlapAt(down) / sampledRows); };
     std::vector<Stretch> stretches;
-    const std::int64_t lowest = leastOverlap - pair.b().height, highest = pair.a().height - leastOverlap;
-    for (std::int64_t shift = lowest; shift <= highest; ++shift) {
-        if (shift == 0)
-            continue; // what stands still is furniture; equal frames are recognised apart
-        const std::int64_t overlap = pair.lastRow(shift) - pair.firstRow(shift);
-        const std::int64_t step = std::max<std::int64_t>(1, overlap / sampledRows);
-        if (const Stretch stretch = stretchAt(pair, shift, step, rows); stretch.score() > 0)
-            stretches.push_back(stretch);
+    std::int64_t down = std::max<std::int64_t>(1, leastOverlap - still); // at 0 all is furniture
+    while (down <= moving - leastOverlap) {
+        const std::int64_t step = stepAt(down);
+        std::array<std::size_t, shiftsAtOnce> rows;
+        std::size_t count = 0;
+        for (std::int64_t next = down; count < shiftsAtOnce && next <= moving - leastOverlap && stepAt(next) == step;)
+            rows[count++] = static_cast<std::size_t>((overlapAt(next++) + step - 1) / step);
+        std::array<BestRows, shiftsAtOnce> best;
+        compareShifts(stillRows, {movingRows.signature + down, movingRows.informed + down, movingRows.ignored + down},
+                      pair.tolerance(), static_cast<std::size_t>(step), std::span(rows).first(count),
+                      std::span(best).first(count));
+        for (std::size_t i = 0; i < count; ++i, ++down)
+            if (const auto& [score, contradicting, overall] = best[i]; score > 0)
+                stretches.push_back({.shift = isInFirst ? down : -down,
+                                     .agreeing = score + 2 * contradicting,
+                                     .contradicting = contradicting,
+                                     .overall = overall});
     }
+    return stretches;
+}
+
+/// Those of all shifts but 0, at which equal frames are recognised apart; by shift.
+std::vector<Stretch> stretchesOfAllShifts(const FramePair& pair) {
+    std::vector<Stretch> stretches = stretchesFurtherDown(pair, false);
+    std::ranges::reverse(stretches);
+    std::ranges::copy(stretchesFurtherDown(pair, true), std::back_inserter(stretches));
     return stretches;
 }
 

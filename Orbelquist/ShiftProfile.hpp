@@ -43,6 +43,9 @@ public:
     /// memory.
     void compare(std::int64_t shift, std::vector<RowAgreement>& rows, std::int64_t step = 1) const;
 
+    RowsView rowsOfA() const { return {a_.signature.data(), a_.informed.data(), ignoredInA_.data()}; }
+    RowsView rowsOfB() const { return {b_.signature.data(), b_.informed.data(), ignoredInB_.data()}; }
+
 private:
     FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance, Furniture furniture);
 

@@ -29,4 +29,21 @@ struct RowAgreement {
 void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::size_t step,
                  std::span<RowAgreement> result);
 
+/// The best of the stretches of rows that begin and end where they like: with most agreement, less twice what
+/// contradicts; of equal ones the first.
+struct BestRows {
+    std::int16_t score = 0, contradicting = 0;
+    std::int16_t overall = 0; ///< contradicting cells of all rows
+
+    bool operator==(const BestRows&) const = default;
+};
+
+/// The shifts that are compared at once.
+inline constexpr std::size_t shiftsAtOnce = 16;
+
+/// For element s of `result`, up to `shiftsAtOnce`, compares row k * step of `still` with row s + k * step of `moving`,
+/// k from 0 up to `rows[s]`: at most 511 rows, and no more than of the element before.
+void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance, std::size_t step,
+                   std::span<const std::size_t> rows, std::span<BestRows> result);
+
 } // namespace orbelquist

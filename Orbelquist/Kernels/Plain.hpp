@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
+#include <vector>
 
 /// The definitions that the fast kernels are held to, under the same names.
 namespace orbelquist::plain {
@@ -29,6 +30,29 @@ inline void compareRows(const RowsView& a, const RowsView& b, std::uint8_t toler
         const CellMask equal = equalCells(a.signature[i], b.signature[i], tolerance);
         result[k] = {static_cast<std::int16_t>(std::popcount(equal & a.informed[i] & b.informed[i] & counted)),
                      static_cast<std::int16_t>(std::popcount(~equal & counted))};
+    }
+}
+
+inline void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance, std::size_t step,
+                          std::span<const std::size_t> rows, std::span<BestRows> result) {
+    for (std::size_t s = 0; s < result.size(); ++s) {
+        std::vector<RowAgreement> all(rows[s]);
+        plain::compareRows(still, {moving.signature + s, moving.informed + s, moving.ignored + s}, tolerance, step,
+                           all);
+        BestRows best;
+        for (std::size_t first = 0; first < all.size(); ++first) {
+            best.overall = static_cast<std::int16_t>(best.overall + all[first].contradicting);
+            int score = 0, contradicting = 0;
+            for (std::size_t i = first; i < all.size(); ++i) {
+                contradicting += all[i].contradicting;
+                score += all[i].agreeing - 2 * all[i].contradicting;
+                if (score <= 0)
+                    break; // a stretch that begins later is as good
+                if (score > best.score)
+                    best = {static_cast<std::int16_t>(score), static_cast<std::int16_t>(contradicting), best.overall};
+            }
+        }
+        result[s] = best;
     }
 }
 

@@ -63,11 +63,20 @@ TEST(Kernels, CellsCompareAsThePlainOnesDo) {
                         row, [&] { return static_cast<std::uint8_t>(random() % 2 ? random() % 12 : random()); });
             const RowsView viewA{a.data(), masks[0].data(), masks[1].data()},
                 viewB{b.data(), masks[2].data(), masks[3].data()};
-            for (const std::uint8_t tolerance : std::initializer_list<std::uint8_t>{0, 4, 255}) {
+            for (const std::uint8_t tolerance : std::initializer_list<std::uint8_t>{0, 4, 150, 255}) {
                 for (const std::size_t step : {1u, 3u}) {
                     std::vector<RowAgreement> fast((rows + step - 1) / step), plain(fast.size());
                     compareRows(viewA, viewB, tolerance, step, fast);
                     plain::compareRows(viewA, viewB, tolerance, step, plain);
+                    EXPECT_EQ(fast, plain);
+                }
+                for (std::size_t shifts = 0; shifts <= std::min(rows, shiftsAtOnce); shifts += 1 + shifts / 3) {
+                    std::vector<std::size_t> counts(shifts);
+                    for (std::size_t s = 0; s < shifts; ++s)
+                        counts[s] = (rows - s + 2) / 3;
+                    std::vector<BestRows> fast(shifts), plain(shifts);
+                    compareShifts(viewA, viewB, tolerance, 3, counts, fast);
+                    plain::compareShifts(viewA, viewB, tolerance, 3, counts, plain);
                     EXPECT_EQ(fast, plain);
                 }
                 for (std::size_t i = 0; i < rows; ++i)
