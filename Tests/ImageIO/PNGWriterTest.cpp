@@ -50,10 +50,10 @@ TEST(PNGWriter, BytesDependOnPixelsAlone) {
     for (const bool opaque : {true, false}) {
         const CGImage image = picture(700, 2000, opaque);
         const std::string expected = written(image);
-        for (const std::size_t threads : {1, 2, 5, 16}) {
+        using Case = std::pair<std::size_t, std::int64_t>;
+        for (const auto& [threads, rowsAtOnce] : {Case{1, 2000}, Case{2, 113}, Case{5, 1}, Case{16, 2000}}) {
             pool.setLimit(threads);
-            for (const std::int64_t rowsAtOnce : {1, 113, 2000})
-                EXPECT_TRUE(written(image, rowsAtOnce) == expected) << threads << ' ' << rowsAtOnce;
+            EXPECT_TRUE(written(image, rowsAtOnce) == expected) << threads << ' ' << rowsAtOnce;
         }
         pool.setLimit(usual);
     }
