@@ -67,17 +67,16 @@ void FrameBuilder::summarize(std::span<const std::uint8_t> luma) {
 Frame softened(const Frame& frame) {
     FrameBuilder builder(frame.width, frame.height);
     const auto width = static_cast<std::size_t>(frame.width);
-    std::vector<std::uint16_t> down(width);
+    std::vector<std::uint16_t> down(width + 2); // of each column, with the outermost ones twice
     std::vector<std::uint8_t> row(width);
     for (std::int64_t y = 0; y < frame.height; ++y) {
         const std::uint8_t* above = frame.row(std::max<std::int64_t>(0, y - 1));
         const std::uint8_t *here = frame.row(y), *below = frame.row(std::min(frame.height - 1, y + 1));
         for (std::size_t x = 0; x < width; ++x)
-            down[x] = static_cast<std::uint16_t>(above[x] + 2 * here[x] + below[x]);
-        for (std::size_t x = 0; x < width; ++x) {
-            const int left = down[x > 0 ? x - 1 : 0], right = down[x + 1 < width ? x + 1 : x];
-            row[x] = static_cast<std::uint8_t>((left + 2 * down[x] + right + 8) / 16);
-        }
+            down[x + 1] = static_cast<std::uint16_t>(above[x] + 2 * here[x] + below[x]);
+        down[0] = down[1], down[width + 1] = down[width];
+        for (std::size_t x = 0; x < width; ++x)
+            row[x] = static_cast<std::uint8_t>((down[x] + 2 * down[x + 1] + down[x + 2] + 8u) / 16u);
         builder.addLuma(row.data());
     }
     return builder.finish();

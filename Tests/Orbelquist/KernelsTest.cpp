@@ -128,7 +128,7 @@ TEST(Kernels, PixelsAddUpAsThePlainOnesDo) {
     });
 }
 
-TEST(Kernels, RowsAddUpAsThePlainOneDoes) {
+TEST(Kernels, RowsAreSummarizedAsByThePlainOnes) {
     onEverySet([] {
         std::mt19937 random(4);
         for (std::size_t width = 0; width < 2200; width += 1 + width / 90) {
@@ -138,6 +138,11 @@ TEST(Kernels, RowsAddUpAsThePlainOneDoes) {
             addRow(row.span(), above, fast);
             plain::addRow(row.span(), above, plain);
             ASSERT_EQ(fast, plain) << width;
+            ASSERT_EQ(cellMeans(row.span()), plain::cellMeans(row.span())) << width;
+            Bytes rgba(4 * width, random, 255), luma(width, random, 255), plainLuma = luma;
+            lumaOf(rgba.data(), luma.span());
+            plain::lumaOf(rgba.data(), plainLuma.span());
+            ASSERT_EQ(luma, plainLuma) << width;
         }
     });
 }
