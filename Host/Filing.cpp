@@ -111,9 +111,7 @@ std::optional<std::string> Filing::save(const Group& group, const platform::UIIm
     // The library does not say whether it succeeded, nor calls back in every case: a second change tells the end.
     const auto answer = std::make_shared<std::optional<StitchableItem>>();
     library_.source.save(picture, group, false, [answer](const StitchableItem& item) { *answer = item; });
-    const auto ended = awaited<bool>([](auto done) {
-        platform::PHPhotoLibrary::shared()->performChanges([] {}, [done](bool success, const auto&) { done(success); });
-    });
+    const auto ended = performChanges([] {});
     if (!ended)
         return message("interrupted");
     if (!*answer || !isStitchedAndWhole(**answer)) {
@@ -144,13 +142,9 @@ void Filing::replaceFormer(const Group& group, const StitchableItem& picture) {
             if (!noted.contains(asset.localIdentifier) && asset.creationDate == picture.date &&
                 asset.pixelWidth == picture.assetSize.width)
                 former.push_back(asset.localIdentifier);
-    awaited<bool>([&](auto done) {
-        platform::PHPhotoLibrary::shared()->performChanges(
-            [&] {
-                platform::PHAssetChangeRequest::setNote(picture.id, group.id());
-                platform::PHAssetChangeRequest::deleteAssets(PHAsset::fetchAssetsWithLocalIdentifiers(former).assets());
-            },
-            [done](bool success, const auto&) { done(success); });
+    performChanges([=, id = group.id()] {
+        platform::PHAssetChangeRequest::setNote(picture.id, id);
+        platform::PHAssetChangeRequest::deleteAssets(PHAsset::fetchAssetsWithLocalIdentifiers(former).assets());
     });
 }
 

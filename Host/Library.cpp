@@ -114,8 +114,7 @@ std::vector<LibraryGroup> Library::groups(Shown shown) {
         byHand.insert(group.id());
     std::vector<LibraryGroup> listed;
     for (Group& group : process(pipeline(shown))) {
-        const auto left = userDeleted_->process({group});
-        if (shown == Shown::ignored && !left.front().items().empty())
+        if (shown == Shown::ignored && !userDeleted_->process({group}).front().items().empty())
             continue;
         const std::string id = group.id();
         const auto state = group.prestitched()  ? LibraryGroup::State::stitched
@@ -150,6 +149,15 @@ std::expected<std::vector<LibraryGroup>, std::string> Library::find(const std::v
         found.push_back(*group);
     }
     return found;
+}
+
+std::optional<ChangeResult> performChanges(const std::function<void()>& changes) {
+    using Error = std::optional<PhotoLibraryError>;
+    return awaited<ChangeResult>([&](auto done) {
+        platform::PHPhotoLibrary::shared()->performChanges(changes, [done](bool, const Error& error) {
+            done(error ? ChangeResult(std::unexpected(*error)) : ChangeResult());
+        });
+    });
 }
 
 std::string libraryErrorMessage(const PhotoLibraryError& error) {

@@ -8,7 +8,9 @@
 #include "Velmorant/Pipeline/Pipeline.hpp"
 
 #include <expected>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -68,6 +70,12 @@ private:
     std::shared_ptr<velmorant::IgnoreInAppScreenshotsStep> inApp_ = velmorant::IgnoreInAppScreenshotsStep::make(source);
     std::shared_ptr<platform::LibraryLock> lock_; ///< while changing
 };
+
+using ChangeResult = std::expected<void, platform::PhotoLibraryError>;
+
+/// Carries changes of the photo library out and waits for their end; nothing where Ctrl-C came first. On the main
+/// thread.
+std::optional<ChangeResult> performChanges(const std::function<void()>& changes);
 
 /// One line for people: what is wrong, with which file, and what can be done.
 std::string libraryErrorMessage(const platform::PhotoLibraryError& error);

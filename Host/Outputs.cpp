@@ -2,6 +2,7 @@
 
 #include "Host/Message.hpp"
 #include "Platform/Foundation/FileManager.hpp"
+#include "Platform/ImageIO/FileEnding.hpp"
 
 #include <algorithm>
 
@@ -23,18 +24,6 @@ std::optional<ImageFormat> formatOf(const fs::path& file) {
     if (ending == ".webp")
         return ImageFormat::webp;
     return std::nullopt;
-}
-
-const char* endingOf(ImageFormat format) {
-    switch (format) {
-    case ImageFormat::png:
-        break;
-    case ImageFormat::jpeg:
-        return ".jpg";
-    case ImageFormat::webp:
-        return ".webp";
-    }
-    return ".png";
 }
 
 } // namespace
@@ -88,7 +77,7 @@ OutputFile Outputs::next(const fs::path& firstShot) {
     const std::string stem = firstShot.stem().native() + "-stitched";
     for (int number = 1;; ++number) {
         const std::string suffix = number > 1 ? "-" + std::to_string(number) : "";
-        output.path = folder / (stem + suffix + endingOf(output.format));
+        output.path = folder / (stem + suffix + platform::fileEnding(output.format));
         std::error_code unknown;
         if (!fs::exists(fs::symlink_status(output.path, unknown)) && given_.insert(output.path).second)
             return output;

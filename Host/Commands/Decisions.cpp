@@ -62,17 +62,6 @@ bool agrees(const std::string& question, bool yes) {
     return std::getline(std::cin, answer) && (answer == "y" || answer == "Y" || answer == "yes");
 }
 
-/// Carries changes of the library out; an error for people.
-std::optional<std::string> performed(const std::function<void()>& changes) {
-    using Error = std::optional<platform::PhotoLibraryError>;
-    const auto error = awaited<Error>([&](auto done) {
-        PHPhotoLibrary::shared()->performChanges(changes, [done](bool, const Error& failure) { done(failure); });
-    });
-    if (!error)
-        return message("interrupted");
-    return *error ? std::optional(libraryErrorMessage(**error)) : std::nullopt;
-}
-
 std::string countOf(std::size_t count) {
     return std::to_string(count);
 }
@@ -169,8 +158,9 @@ ExitStatus restoreItems(const NamedOptions& options) {
                 restored.push_back(asset);
         if (restored.empty())
             return refused(message("the trash holds nothing of that name; see velmorant trash"));
-        if (const auto error = performed([&] { platform::PHAssetChangeRequest::restoreAssets(restored); }))
-            return refused(*error, ExitStatus::incomplete);
+        const auto done = performChanges([restored] { platform::PHAssetChangeRequest::restoreAssets(restored); });
+        if (!done || !*done)
+            return refused(done ? libraryErrorMessage(done->error()) : message("interrupted"), ExitStatus::incomplete);
         return told(message("restored: {}", {countOf(restored.size())}), "restored", restored.size(), options.json);
     });
 }

@@ -8,7 +8,6 @@
 #include "Host/Message.hpp"
 #include "Host/PictureWriter.hpp"
 #include "Host/ScreenshotTest.hpp"
-#include "Host/Waiting.hpp"
 #include "Platform/Foundation/JSONWriter.hpp"
 #include "Platform/Photos/LibraryLock.hpp"
 #include "Platform/Photos/OriginalFile.hpp"
@@ -43,23 +42,8 @@ void request(const Arrival& arrival) {
                                                         : arrival.date);
     if (arrival.kind == Kind::screenshot)
         creation->setMediaSubtypes(platform::PHAssetMediaSubtype::screenshot);
-    if (arrival.kind != Kind::own)
-        return;
-    using AlbumRequest = platform::PHAssetCollectionChangeRequest;
-    const auto found = velmorant::findStitchedAlbum();
-    const auto album = found ? AlbumRequest::changeRequestForAssetCollection(*found)
-                             : AlbumRequest::creationRequestForAssetCollection(velmorant::stitchedAlbumTitle);
-    album->addAssets({*creation->placeholderForCreatedAsset()});
-}
-
-std::optional<platform::PhotoLibraryError> commit(const std::vector<Arrival>& arrivals) {
-    using Error = std::optional<platform::PhotoLibraryError>;
-    return awaited<Error>([&](auto done) {
-               platform::PHPhotoLibrary::shared()->performChanges(
-                   [arrivals] { std::ranges::for_each(arrivals, request); },
-                   [done](bool, const Error& error) { done(error); });
-           })
-        .value_or(std::nullopt);
+    if (arrival.kind == Kind::own)
+        velmorant::addToStitchedAlbum(*creation->placeholderForCreatedAsset());
 }
 
 void count(const Arrival& arrival, Imported& imported) {
@@ -76,18 +60,29 @@ void count(const Arrival& arrival, Imported& imported) {
     }
 }
 
+/// Nothing where Ctrl-C came before the end: what became of the arrivals is not known then, and not told.
+std::optional<ChangeResult> commit(const std::vector<Arrival>& arrivals) {
+    return performChanges([arrivals] { std::ranges::for_each(arrivals, request); });
+}
+
 /// Files a batch, or where that fails each by itself, so that a bad one does not keep the others out.
 void file(const std::vector<Arrival>& batch, Imported& imported) {
-    if (!batch.empty() && !commit(batch)) {
+    if (batch.empty())
+        return;
+    const auto whole = commit(batch);
+    if (whole && *whole)
         for (const Arrival& arrival : batch)
             count(arrival, imported);
+    if (!whole || *whole)
         return;
-    }
     for (const Arrival& arrival : batch) {
-        if (const auto error = commit({arrival}))
-            imported.failed.emplace_back(arrival.path, libraryErrorMessage(*error));
-        else
+        const auto single = commit({arrival});
+        if (!single)
+            return;
+        if (*single)
             count(arrival, imported);
+        else
+            imported.failed.emplace_back(arrival.path, libraryErrorMessage(single->error()));
     }
 }
 

@@ -39,7 +39,7 @@ std::string typeOf(const StitchableItem& item) {
     return item.type == StitchableItem::ItemType::unstitched ? message("screenshot") : message("stitched");
 }
 
-const std::string shortened(const std::string& id) {
+std::string shortened(const std::string& id) {
     return id.substr(0, 8);
 }
 

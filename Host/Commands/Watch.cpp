@@ -124,12 +124,11 @@ private:
         takeIn(folders_.ripe(Clock::now()));
         const auto library = Library::open(Library::Use::reading);
         if (!library) { // it may come back: access can be granted, a disk be mounted
-            if (std::exchange(trouble_, library.error()) != trouble_ || !isTroubled_)
-                complain(library.error());
-            isTroubled_ = true;
+            if (trouble_ != library.error())
+                complain(trouble_ = library.error());
             return true;
         }
-        isTroubled_ = false;
+        trouble_.clear();
         const auto groups = (*library)->groups();
         const bool isHeard = tell(groups);
         if (options_.save)
@@ -235,8 +234,8 @@ private:
     std::atomic<bool> isWorthALook_ = true;
     WatchedFolders folders_;
     velmorant::PipelineChangeGenerator changes_;
-    bool isTold_ = false, isTroubled_ = false;
-    std::string trouble_;
+    bool isTold_ = false;
+    std::string trouble_; ///< why the library cannot be read, once told
     Clock::time_point lastChange_ = Clock::now();
     Clock::time_point nextFiling_ = Clock::time_point::max();
     std::set<std::string> tried_;

@@ -4,6 +4,7 @@
 #include "Platform/Foundation/RegularFile.hpp"
 #include "Platform/Foundation/UUID.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
+#include "Platform/ImageIO/FileEnding.hpp"
 #include "Platform/Photos/ChangeTransaction-inl.hpp"
 #include "Platform/Photos/OriginalFile.hpp"
 #include "Platform/Photos/PHPhotoLibrary.hpp"
@@ -72,18 +73,6 @@ std::shared_ptr<PHAsset> newAsset() {
         PHAsset{.localIdentifier = UUID::make().description(), .creationDate = Date::now(), .fileName = {}});
 }
 
-const char* endingOf(ImageFormat format) {
-    switch (format) {
-    case ImageFormat::png:
-        break;
-    case ImageFormat::jpeg:
-        return ".jpg";
-    case ImageFormat::webp:
-        return ".webp";
-    }
-    return ".png";
-}
-
 Done copy(const fs::path& file, ByteSink& sink) {
     const auto failed = [&](const std::error_code& error) {
         return std::unexpected(PhotoLibraryError{PhotoLibraryError::Code::readFailed, file, error.message()});
@@ -114,7 +103,7 @@ std::shared_ptr<PHAssetCreationRequest> PHAssetCreationRequest::creationRequestF
     const auto asset = newAsset();
     asset->pixelWidth = static_cast<std::int64_t>(pixels.width);
     asset->pixelHeight = static_cast<std::int64_t>(pixels.height);
-    addCreation(asset, endingOf(ImageFormat::png), [asset, recipe](ByteSink& sink) -> Done {
+    addCreation(asset, fileEnding(ImageFormat::png), [asset, recipe](ByteSink& sink) -> Done {
         const Date date = asset->creationDate.value_or(Date::now());
         if (const auto drawn = writeImage(recipe, ImageFormat::png, {}, date, sink); !drawn) {
             const bool full = drawn.error().code == ImageError::Code::writeFailed;
@@ -133,7 +122,7 @@ PHAssetCreationRequest::creationRequestForAssetFromImageAtFileURL(const fs::path
         return nullptr;
     const auto asset = newAsset();
     const auto source = CGImageSource::open(file);
-    const std::string ending = source ? endingOf(source->properties().format) : "";
+    const std::string ending = source ? fileEnding(source->properties().format) : "";
     addCreation(asset, ending, [=](ByteSink& sink) -> Done {
         if (!source)
             return std::unexpected(badImage(file, source.error()));

@@ -26,6 +26,7 @@ using ItemType = StitchableItem::ItemType;
 
 namespace {
 
+constexpr const char* albumTitle = "Davren";
 constexpr int plainMark = 630'000'000, watermarkMark = 631'000'000; // nanoseconds
 
 PHAuthorizationStatus authorization() {
@@ -44,9 +45,18 @@ StitchableItem itemOf(const PHAsset& asset, bool isStitched) {
 
 std::optional<platform::PHAssetCollection> findStitchedAlbum() {
     for (const PHCollection& collection : PHCollection::fetchTopLevelUserCollections())
-        if (collection.kind() == PHCollection::Kind::album && collection.localizedTitle() == stitchedAlbumTitle)
+        if (collection.kind() == PHCollection::Kind::album && collection.localizedTitle() == albumTitle)
             return collection.assetCollection();
     return std::nullopt;
+}
+
+void addToStitchedAlbum(const platform::PHObjectPlaceholder& asset) {
+    using AlbumRequest = platform::PHAssetCollectionChangeRequest;
+    const auto found = findStitchedAlbum();
+    const auto album = found ? AlbumRequest::changeRequestForAssetCollection(*found)
+                             : AlbumRequest::creationRequestForAssetCollection(albumTitle);
+    if (album)
+        album->addAssets({asset});
 }
 
 ItemType itemType(const Date& forCreationDate) {
@@ -174,12 +184,7 @@ void PhotosStitchableDataSource::save(const platform::UIImage& stitched, const G
         request->setCreationDate(markedCreationDate(group.date(), watermarked));
         saved->date = request->creationDate();
         saved->placeholder = request->placeholderForCreatedAsset();
-        using AlbumRequest = platform::PHAssetCollectionChangeRequest;
-        const auto found = findStitchedAlbum();
-        const auto album = found ? AlbumRequest::changeRequestForAssetCollection(*found)
-                                 : AlbumRequest::creationRequestForAssetCollection(stitchedAlbumTitle);
-        if (album)
-            album->addAssets({*saved->placeholder});
+        addToStitchedAlbum(*saved->placeholder);
     };
     PHPhotoLibrary::shared()->performChanges(
         changes, [saved, group, watermarked, completion = std::move(completion)](bool, const auto&) {

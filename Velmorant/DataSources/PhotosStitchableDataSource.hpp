@@ -2,6 +2,7 @@
 
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Foundation/Date.hpp"
+#include "Platform/Photos/PHChangeRequests.hpp"
 #include "Platform/Photos/PHCollection.hpp"
 #include "Velmorant/DataSources/StitchableDataSource.hpp"
 
@@ -43,11 +44,11 @@ private:
     platform::DispatchQueue fetchQueue_; ///< serial
 };
 
-/// The title of the album of stitched images.
-inline constexpr const char* stitchedAlbumTitle = "Davren";
-
-/// The first album at the top level of that title.
+/// The first album at the top level that is titled "Davren".
 std::optional<platform::PHAssetCollection> findStitchedAlbum();
+
+/// Adds an asset to that album, which is made when it is missing. Within a change block.
+void addToStitchedAlbum(const platform::PHObjectPlaceholder& asset);
 
 /// A saved image carries its type in the fraction of its date: .631 s with a watermark, .630 s without. Rounded to
 /// whole milliseconds; every other fraction is `prestitched`.
