@@ -160,8 +160,9 @@ void import(benchmark::State& state) {
         files.push_back(device.home() / ("shot" + std::to_string(i) + ".png"));
         const auto picture = platform::pictureOf(i + 1, 500, 700);
         auto file = platform::AtomicFile::create(files.back(), platform::AtomicFile::Existing::keep);
-        std::ignore = platform::writeImage(platform::CIImage(*picture.cgImage()), platform::ImageFormat::png, {},
-                                           platform::Date{0}, *file);
+        const platform::CIImage recipe(*picture.cgImage());
+        std::ignore = platform::writeImage(recipe, recipe.extent(), platform::ImageFormat::png, {}, platform::Date{0},
+                                           *file);
         std::ignore = file->commit();
     }
     double importing = 0, copying = 0;

@@ -89,6 +89,17 @@ velmorant::PixelSize sizeFrom(const std::string& text) {
     return size;
 }
 
+/// Rows that are cut off at the top and at the bottom.
+void readCut(const std::string& text, PictureOptions& options) {
+    const char *end = text.data() + text.size(), *comma = std::find(text.data(), end, ',');
+    const auto reads = [](const char* from, const char* to, std::int64_t& number) {
+        const auto read = std::from_chars(from, to, number);
+        return read.ec == std::errc() && read.ptr == to && number >= 0 && number <= 1'000'000'000;
+    };
+    if (comma == end || !reads(text.data(), comma, options.cutTop) || !reads(comma + 1, end, options.cutBottom))
+        throw CLI::ValidationError("--crop", message("write the rows to cut off at top and bottom, as in 132,90"));
+}
+
 Place placeFrom(const std::string& text) {
     const std::size_t equals = text.rfind('=');
     Place place{.path = text.substr(0, equals)};
@@ -266,18 +277,42 @@ void addPictureOptions(CLI::App& command, StitchOptions& options) {
     auto* width = command.add_option("--width", options.picture.width, "scale pictures to this width")
                       ->type_name("PIXELS")
                       ->check(CLI::Range(1, 1'000'000).description(""));
+    auto* size = command
+                     .add_option_function<std::string>(
+                         "--size", [&options](const std::string& text) { options.picture.size = sizeFrom(text); },
+                         "scale pictures to a width and cut them off at a height")
+                     ->type_name("WxH")
+                     ->excludes(width);
     command
         .add_option_function<std::string>(
-            "--size", [&options](const std::string& text) { options.picture.size = sizeFrom(text); },
-            "scale pictures to a width and cut them off at a height")
-        ->type_name("WxH")
-        ->excludes(width);
+            "--crop", [&options](const std::string& text) { readCut(text, options.picture); },
+            "cut so many rows of the finished pictures off at the top and at the bottom")
+        ->type_name("TOP,BOTTOM");
+    auto* bars =
+        command
+            .add_option("--bars", options.picture.dropBars,
+                        "keep, or drop the bars at the two ends of a picture, where they stand still while "
+                        "the page moves")
+            ->type_name("keep|drop")
+            ->transform(
+                CLI::CheckedTransformer(std::map<std::string, bool>{{"keep", false}, {"drop", true}}).description(""));
+    bars->excludes(size);
     using Renderer = PictureOptions::Renderer;
-    command.add_option("--renderer", options.picture.renderer, "blend, or overlay to show where screenshots overlap")
-        ->type_name("NAME")
-        ->transform(CLI::CheckedTransformer(
-                        std::map<std::string, Renderer>{{"blend", Renderer::blend}, {"overlay", Renderer::overlay}})
-                        .description(""));
+    auto* renderer =
+        command
+            .add_option("--renderer", options.picture.renderer, "blend, or overlay to show where screenshots overlap")
+            ->type_name("NAME")
+            ->transform(CLI::CheckedTransformer(
+                            std::map<std::string, Renderer>{{"blend", Renderer::blend}, {"overlay", Renderer::overlay}})
+                            .description(""));
+    auto* verify = command.add_flag("--verify", options.picture.verify,
+                                    "read each picture back and hold every row that is not blended to its screenshot");
+    auto* rows = command
+                     .add_option("--rows-json", options.rows,
+                                 "write a file that tells which screenshot's rows each row of the pictures shows")
+                     ->type_name("FILE");
+    for (auto* proof : {verify, rows}) // of screenshots as they are
+        proof->excludes(width)->excludes(size)->excludes(renderer);
 }
 
 ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {

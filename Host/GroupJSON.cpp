@@ -19,10 +19,6 @@ const char* typeName(StitchableItem::ItemType type) {
     return "unstitched";
 }
 
-void writeRange(JSONWriter& json, const velmorant::RowRange& range) {
-    json.beginArray().value(range.lower).value(range.upper).endArray();
-}
-
 void writeAlignment(JSONWriter& json, const velmorant::Alignment& alignment, const ImageFiles& files) {
     const velmorant::PixelSize size = alignment.size();
     json.beginObject().key("size").beginObject();
@@ -66,6 +62,10 @@ void writeItem(JSONWriter& json, const StitchableItem& item, const std::filesyst
     json.endObject();
 }
 
+void writeRange(JSONWriter& json, const velmorant::RowRange& range) {
+    json.beginArray().value(range.lower).value(range.upper).endArray();
+}
+
 void writePaths(JSONWriter& json, const std::vector<StitchableItem>& items, const ImageFiles& files) {
     json.beginArray();
     for (const StitchableItem& item : items)
@@ -92,6 +92,12 @@ void writeGroup(JSONWriter& json, const StitchedGroup& stitched, MemoryShown mem
     stitched.error ? json.value(*stitched.error) : json.null();
     json.key("output");
     stitched.output ? json.value(stitched.output->native()) : json.null();
+    if (stitched.proof)
+        json.key("verified")
+            .beginObject()
+            .member("equal", stitched.proof->equal)
+            .member("blended", stitched.proof->blended)
+            .endObject();
     if (memory == MemoryShown::yes)
         json.member("memory", stitched.memory);
     json.endObject();

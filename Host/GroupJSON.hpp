@@ -19,6 +19,9 @@ std::string isoDate(const platform::Date& date);
 void writeItem(platform::JSONWriter& json, const velmorant::StitchableItem& item, const std::filesystem::path& path,
                bool isMissing = false);
 
+/// The first row in and the one after the last.
+void writeRange(platform::JSONWriter& json, const velmorant::RowRange& range);
+
 /// A list of paths.
 void writePaths(platform::JSONWriter& json, const std::vector<velmorant::StitchableItem>& items,
                 const ImageFiles& files);

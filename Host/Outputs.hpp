@@ -40,6 +40,9 @@ public:
     /// Whether there is room for more than one picture.
     bool takeSeveral() const { return !single_; }
 
+    /// Whether the pictures' format keeps every pixel.
+    bool areLossless() const { return (single_ ? *single_ : pattern_).format == platform::ImageFormat::png; }
+
     /// The place of the picture whose earliest screenshot is `firstShot`: where only a folder is known, a name that
     /// overwrites nothing and that no other picture of the call has. One thread at a time.
     OutputFile next(const std::filesystem::path& firstShot);

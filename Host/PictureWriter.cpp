@@ -33,23 +33,24 @@ Written writeError(const std::error_code& error) {
     return std::unexpected(ImageError{ImageError::Code::writeFailed, error.message()});
 }
 
-Written draw(const platform::CIImage& recipe, const OutputFile& output, const platform::Date& captureDate,
-             ByteSink& sink) {
-    return platform::writeImage(recipe, output.format, {.quality = output.quality}, captureDate, sink,
+Written draw(const platform::CIImage& recipe, const platform::CGRect& extent, const OutputFile& output,
+             const platform::Date& captureDate, ByteSink& sink) {
+    return platform::writeImage(recipe, extent, output.format, {.quality = output.quality}, captureDate, sink,
                                 Interrupt::requested);
 }
 
 } // namespace
 
-Written writePicture(const platform::CIImage& recipe, const OutputFile& output, const platform::Date& captureDate) {
+Written writePicture(const platform::CIImage& recipe, const platform::CGRect& extent, const OutputFile& output,
+                     const platform::Date& captureDate) {
     if (output.path.empty()) {
         StandardOutput sink;
-        return draw(recipe, output, captureDate, sink);
+        return draw(recipe, extent, output, captureDate, sink);
     }
     auto file = platform::AtomicFile::create(output.path, output.existing);
     if (!file)
         return writeError(file.error());
-    if (auto drawn = draw(recipe, output, captureDate, *file); !drawn)
+    if (auto drawn = draw(recipe, extent, output, captureDate, *file); !drawn)
         return drawn;
     if (auto committed = file->commit(); !committed)
         return writeError(committed.error());

@@ -64,4 +64,21 @@ std::vector<Seam> Seams::of(const velmorant::Group& group) const {
     return found == seams_.end() ? std::vector<Seam>() : found->second;
 }
 
+Bars Seams::barsOf(const velmorant::Group& group, const velmorant::Alignment& alignment) const {
+    const auto& positions = alignment.positions();
+    const auto lowest = std::ranges::max_element(
+        positions, {}, [](const auto& entry) { return entry.second.offset + entry.first.size().height; });
+    Bars bars;
+    for (const Seam& seam : of(group)) {
+        const auto joins = [&](const StitchableItem& item) { return seam.upper == item || seam.lower == item; };
+        if (!seam.verdict.valid() || positions.empty())
+            continue;
+        if (joins(positions.front().first))
+            bars.top = std::max(bars.top, seam.verdict.topBar);
+        if (joins(lowest->first))
+            bars.bottom = std::max(bars.bottom, seam.verdict.bottomBar);
+    }
+    return bars;
+}
+
 } // namespace host

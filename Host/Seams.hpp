@@ -3,6 +3,7 @@
 #include "Host/ImageFiles.hpp"
 #include "Orbelquist/KSVPattern.hpp"
 #include "Platform/Dispatch/Mutex.hpp"
+#include "Velmorant/Alignment/Alignment.hpp"
 #include "Velmorant/Model/Group.hpp"
 
 #include <cstdint>
@@ -32,6 +33,10 @@ struct Place {
     std::int64_t rows = 0;
 };
 
+struct Bars {
+    std::int64_t top = 0, bottom = 0; ///< rows
+};
+
 /// What the matcher found in every group that was matched, but for the places given by hand. Any thread.
 class Seams {
 public:
@@ -45,6 +50,10 @@ public:
 
     /// In the group's order; none for a group that was not matched in this run.
     std::vector<Seam> of(const velmorant::Group& group) const;
+
+    /// The bars that stand still at the top of the uppermost screenshot and at the bottom of the lowest one, in rows of
+    /// the canvas; none for a group that was not matched in this run.
+    Bars barsOf(const velmorant::Group& group, const velmorant::Alignment& alignment) const;
 
 private:
     const Place* placeOf(const velmorant::StitchableItem& item) const;

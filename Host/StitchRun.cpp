@@ -15,6 +15,7 @@
 
 namespace host {
 
+namespace fs = std::filesystem;
 using platform::DispatchQueue;
 using platform::UIImage;
 using velmorant::Alignment;
@@ -31,6 +32,10 @@ constexpr auto tick = 50ms;
 /// Pictures that are being written when Ctrl-C comes stop at their next band.
 constexpr auto longestStop = 800ms;
 
+fs::path pathOf(const OutputFile& output) {
+    return output.path.empty() ? "-" : output.path;
+}
+
 } // namespace
 
 std::vector<StitchableItem> StitchedGroup::leftOut() const {
@@ -43,19 +48,21 @@ std::vector<StitchableItem> StitchedGroup::leftOut() const {
 
 std::shared_ptr<StitchRun> StitchRun::make(std::shared_ptr<velmorant::StitchingStore> store,
                                            std::shared_ptr<ImageFiles> files, std::shared_ptr<FileLoader> loader,
-                                           std::shared_ptr<velmorant::AlignerCache> cache, Outputs outputs,
+                                           std::shared_ptr<velmorant::AlignerCache> cache,
+                                           std::shared_ptr<const Seams> seams, Outputs outputs,
                                            const PictureOptions& options) {
     const std::shared_ptr<StitchRun> run(new StitchRun(std::move(store), std::move(files), std::move(loader),
-                                                       std::move(cache), std::move(outputs), options));
+                                                       std::move(cache), std::move(seams), std::move(outputs),
+                                                       options));
     run->store_->setDelegate(run);
     return run;
 }
 
 StitchRun::StitchRun(std::shared_ptr<velmorant::StitchingStore> store, std::shared_ptr<ImageFiles> files,
                      std::shared_ptr<FileLoader> loader, std::shared_ptr<velmorant::AlignerCache> cache,
-                     Outputs outputs, const PictureOptions& options)
+                     std::shared_ptr<const Seams> seams, Outputs outputs, const PictureOptions& options)
     : store_(std::move(store)), files_(std::move(files)), loader_(std::move(loader)), cache_(std::move(cache)),
-      blend_(loader_),
+      seams_(std::move(seams)), blend_(loader_),
       writingQueue_(DispatchQueue::concurrent(platform::Device::current().hostIdentifier + ".writing")),
       outputs_(std::move(outputs)), options_(options) {}
 
@@ -117,8 +124,14 @@ void StitchRun::analysed(const Group& group) {
         stitched.error = message("no two neighbours show the same rows");
     if (result && options_.strict && !stitched.leftOut().empty())
         stitched.error = message("a screenshot would be left out");
-    if (result)
-        stitched.pictureSize = pictureSize(*result);
+    if (result) {
+        stitched.pictureSize = wholeSize(*result);
+        stitched.shown = rowsShown(stitched);
+        if (stitched.shown.lower >= stitched.shown.upper)
+            stitched.error = message("nothing is left of a picture of {} rows when so many are cut off",
+                                     {std::to_string(stitched.pictureSize.height)});
+        stitched.pictureSize.height = stitched.shown.upper - stitched.shown.lower;
+    }
     if (result && options_.dryRun)
         stitched.memory = memoryFor(stitched);
     if (stitched.error || options_.dryRun || isGivenUp(group) || Interrupt::requested())
@@ -158,12 +171,25 @@ std::optional<PixelSize> StitchRun::targetSize(const Alignment& alignment) const
                      static_cast<std::int64_t>(std::ceil(static_cast<double>(whole.height) * ratio)) + 1, 1};
 }
 
-PixelSize StitchRun::pictureSize(const Alignment& alignment) const {
+PixelSize StitchRun::wholeSize(const Alignment& alignment) const {
     const PixelSize whole = alignment.size();
     const PixelSize target = targetSize(alignment).value_or(whole);
     const double ratio = static_cast<double>(target.width) / static_cast<double>(whole.width);
     const auto height = static_cast<std::int64_t>(static_cast<double>(whole.height) * ratio);
     return {target.width, std::min(target.height, height), 1};
+}
+
+/// Of the picture in its size, without what is cut off.
+velmorant::RowRange StitchRun::rowsShown(const StitchedGroup& group) const {
+    velmorant::RowRange rows{options_.cutTop, group.pictureSize.height - options_.cutBottom};
+    if (options_.dropBars) {
+        const double ratio =
+            static_cast<double>(group.pictureSize.width) / static_cast<double>(group.alignment->size().width);
+        const auto [top, bottom] = seams_->barsOf(group.group, *group.alignment);
+        rows.lower += std::llround(static_cast<double>(top) * ratio);
+        rows.upper -= std::llround(static_cast<double>(bottom) * ratio);
+    }
+    return rows;
 }
 
 /// The decoded screenshots that are kept, the frames that are compared, a picture that is not drawn straight into its
@@ -185,19 +211,31 @@ std::int64_t StitchRun::memoryFor(const StitchedGroup& group) const {
 
 void StitchRun::write(StitchedGroup group, const UIImage& picture, const OutputFile& output) {
     writingQueue_.async([self = shared_from_this(), group = std::move(group), picture, output] {
-        const auto date = self->earliest(group.group).date;
-        const auto done = writePicture(velmorant::ksv_ciImage(picture), output, date);
+        const auto done = self->writtenAndProved(group, picture, output);
         DispatchQueue::main().async([=] { self->written(group, output, done); });
     });
 }
 
+std::expected<std::optional<PictureProof>, std::string>
+StitchRun::writtenAndProved(const StitchedGroup& group, const UIImage& picture, const OutputFile& output) const {
+    const platform::CIImage recipe = velmorant::ksv_ciImage(picture);
+    platform::CGRect extent = recipe.extent(); // y points up
+    extent.origin.y = extent.maxY() - static_cast<double>(group.shown.upper);
+    extent.size.height = static_cast<double>(group.shown.upper - group.shown.lower);
+    if (const auto written = writePicture(recipe, extent, output, earliest(group.group).date); !written)
+        return std::unexpected(imageErrorMessage(pathOf(output), written.error()));
+    if (!options_.verify)
+        return std::nullopt;
+    return provePicture(output.path, *group.alignment, group.shown, *loader_);
+}
+
 void StitchRun::written(StitchedGroup group, const OutputFile& output,
-                        const std::expected<void, platform::ImageError>& written) {
-    const std::filesystem::path path = output.path.empty() ? "-" : output.path;
+                        const std::expected<std::optional<PictureProof>, std::string>& written) {
     if (written) {
-        group.output = path;
+        group.output = pathOf(output);
+        group.proof = *written;
     } else {
-        group.error = imageErrorMessage(path, written.error());
+        group.error = written.error();
         outputs_.giveBack(output);
     }
     store_->setCache({});

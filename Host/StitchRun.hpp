@@ -3,6 +3,8 @@
 #include "Host/FileLoader.hpp"
 #include "Host/ImageFiles.hpp"
 #include "Host/Outputs.hpp"
+#include "Host/PictureProof.hpp"
+#include "Host/Seams.hpp"
 #include "Velmorant/Alignment/AlignerCache.hpp"
 #include "Velmorant/Rendering/CoreImageRenderer.hpp"
 #include "Velmorant/Store/StitchingStore.hpp"
@@ -23,7 +25,9 @@ struct StitchedGroup {
     std::optional<std::string> error; ///< for people; there is no picture then
     std::optional<std::filesystem::path> output;
     velmorant::PixelSize pictureSize; ///< of the output, or what it would be
-    std::int64_t memory = 0;          ///< bytes that the group takes at most, about; of a dry run
+    velmorant::RowRange shown;        ///< the rows of the whole picture that the output shows
+    std::optional<PictureProof> proof;
+    std::int64_t memory = 0; ///< bytes that the group takes at most, about; of a dry run
 
     /// The items that have no place in the picture; none where nothing was aligned at all.
     std::vector<velmorant::StitchableItem> leftOut() const;
@@ -36,6 +40,9 @@ struct PictureOptions {
     Renderer renderer = Renderer::blend;
     std::optional<std::int64_t> width;        ///< pixels; the height follows
     std::optional<velmorant::PixelSize> size; ///< fitted to the width, cut off at the height
+    std::int64_t cutTop = 0, cutBottom = 0;   ///< rows of the finished picture that are cut off
+    bool dropBars = false;                    ///< those at its two ends are cut off, too
+    bool verify = false;                      ///< pictures are read back and held to their screenshots
     std::int64_t imageMemory = 0;             ///< bytes in which decoded screenshots are kept
     bool strict = false;                      ///< a group that leaves a screenshot out fails
     bool dryRun = false;                      ///< nothing is drawn
@@ -50,7 +57,8 @@ class StitchRun final : public velmorant::StitchingStoreDelegate, public std::en
 public:
     static std::shared_ptr<StitchRun> make(std::shared_ptr<velmorant::StitchingStore> store,
                                            std::shared_ptr<ImageFiles> files, std::shared_ptr<FileLoader> loader,
-                                           std::shared_ptr<velmorant::AlignerCache> cache, Outputs outputs,
+                                           std::shared_ptr<velmorant::AlignerCache> cache,
+                                           std::shared_ptr<const Seams> seams, Outputs outputs,
                                            const PictureOptions& options);
 
     /// Until all groups are done, or a while after Ctrl-C: what was begun then leaves nothing broken.
@@ -66,8 +74,8 @@ public:
 
 private:
     StitchRun(std::shared_ptr<velmorant::StitchingStore> store, std::shared_ptr<ImageFiles> files,
-              std::shared_ptr<FileLoader> loader, std::shared_ptr<velmorant::AlignerCache> cache, Outputs outputs,
-              const PictureOptions& options);
+              std::shared_ptr<FileLoader> loader, std::shared_ptr<velmorant::AlignerCache> cache,
+              std::shared_ptr<const Seams> seams, Outputs outputs, const PictureOptions& options);
 
     bool isDone() const;
     void tellProgress() const;
@@ -75,13 +83,16 @@ private:
     void analysed(const velmorant::Group& group);
     void draw(StitchedGroup group);
     void write(StitchedGroup group, const platform::UIImage& picture, const OutputFile& output);
+    std::expected<std::optional<PictureProof>, std::string>
+    writtenAndProved(const StitchedGroup& group, const platform::UIImage& picture, const OutputFile& output) const;
     void written(StitchedGroup group, const OutputFile& output,
-                 const std::expected<void, platform::ImageError>& written);
+                 const std::expected<std::optional<PictureProof>, std::string>& written);
     void end(StitchedGroup group);
 
     bool isGivenUp(const velmorant::Group& group) const;
     const velmorant::StitchableItem& earliest(const velmorant::Group& group) const;
-    velmorant::PixelSize pictureSize(const velmorant::Alignment& alignment) const;
+    velmorant::PixelSize wholeSize(const velmorant::Alignment& alignment) const;
+    velmorant::RowRange rowsShown(const StitchedGroup& group) const;
     std::int64_t memoryFor(const StitchedGroup& group) const;
     std::optional<velmorant::PixelSize> targetSize(const velmorant::Alignment& alignment) const;
 
@@ -89,6 +100,7 @@ private:
     const std::shared_ptr<ImageFiles> files_;
     const std::shared_ptr<FileLoader> loader_;
     const std::shared_ptr<velmorant::AlignerCache> cache_;
+    const std::shared_ptr<const Seams> seams_;
     const velmorant::CoreImageRenderer blend_; ///< of whole pictures, which the store never holds
     const platform::DispatchQueue writingQueue_;
     Outputs outputs_;

@@ -114,7 +114,8 @@ ExitStatus explain(const ExplainOptions& options) {
         }
         const OutputFile output = Outputs(*outputs).next(items.front().path);
         if (auto picture = pairPicture(*images[0], *images[1], pairs.front())) {
-            const auto done = writePicture(platform::CIImage(std::move(*picture)), output, items.front().item.date);
+            const platform::CIImage recipe(std::move(*picture));
+            const auto done = writePicture(recipe, recipe.extent(), output, items.front().item.date);
             if (!done)
                 complain(imageErrorMessage(output.path, done.error()));
             complete &= done.has_value();

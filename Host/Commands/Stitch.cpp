@@ -6,8 +6,10 @@
 #include "Host/Interrupt.hpp"
 #include "Host/Message.hpp"
 #include "Host/NoCache.hpp"
+#include "Host/RowsJSON.hpp"
 #include "Host/StitchReport.hpp"
 #include "Orbelquist/AlignerVersion.hpp"
+#include "Platform/Foundation/FileManager.hpp"
 #include "Velmorant/Alignment/AlignerDiskCache.hpp"
 #include "Velmorant/Alignment/OpenCVAligner.hpp"
 #include "Velmorant/Pipeline/Steps/AddPrestitchedStep.hpp"
@@ -20,6 +22,8 @@
 #include <unordered_set>
 
 namespace host {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -73,6 +77,23 @@ ExitStatus tell(const StitchReport& report, const StitchOptions& options) {
     return report.status();
 }
 
+/// What is wrong with the options beside these outputs, for people.
+std::optional<std::string> contradictionWith(const Outputs& outputs, const StitchOptions& options) {
+    std::error_code unknown;
+    if (!options.rows.empty() && !options.output.force && fs::exists(fs::symlink_status(options.rows, unknown)))
+        return message("{}: the file exists; use --force to replace it", {shown(options.rows)});
+    if (options.picture.verify && !outputs.areLossless())
+        return message("--verify holds every pixel to the screenshots, which only a png keeps");
+    return std::nullopt;
+}
+
+bool writeRows(const StitchReport& report, const fs::path& path) {
+    const auto written = platform::FileManager::write(path, rowsJSON(report.groups, *report.files));
+    if (!written)
+        complain(message("{}: the rows could not be written ({})", {shown(path), written.error().message()}));
+    return written.has_value();
+}
+
 } // namespace
 
 ExitStatus stitch(const StitchOptions& options) {
@@ -107,6 +128,10 @@ std::shared_ptr<velmorant::LogStore> loggerFor(const StitchOptions& options) {
 ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline& pipeline,
                         const std::shared_ptr<ImageFiles>& files, const Outputs& outputs,
                         const std::function<void(StitchReport&)>& addRest) {
+    if (const auto contradiction = contradictionWith(outputs, options)) {
+        complain(*contradiction);
+        return ExitStatus::wrongCall;
+    }
     const auto loader = FileLoader::make(files, options.picture.imageMemory);
     const auto diskCache = options.cache && options.places.empty() // what is placed by hand is no finding
                                ? velmorant::AlignerDiskCache::make(orbelquist::alignerVersion)
@@ -116,7 +141,7 @@ ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline&
         diskCache->waitUntilLoaded();
     else
         cache = std::make_shared<NoCache>();
-    if (diskCache && options.explain)
+    if (diskCache && (options.explain || options.picture.dropBars))
         cache = std::make_shared<KeepingCache>(diskCache);
 
     const auto seams = std::make_shared<Seams>(files, options.places);
@@ -124,7 +149,7 @@ ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline&
         loader, cache, loggerFor(options),
         [seams](const velmorant::Group& group, velmorant::OpenCVAligner::Pairs& pairs) { seams->take(group, pairs); });
     const auto run = StitchRun::make(velmorant::StitchingStore::make(pipeline, aligner, rendererFor(options, loader)),
-                                     files, loader, cache, outputs, options.picture);
+                                     files, loader, cache, seams, outputs, options.picture);
     run->run();
 
     if (Interrupt::requested()) {
@@ -151,7 +176,9 @@ ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline&
                         .together = options.together,
                         .strict = options.picture.strict};
     addRest(report);
-    return tell(report, options);
+    const bool areRowsTold = options.rows.empty() || options.picture.dryRun || writeRows(report, options.rows);
+    const ExitStatus status = tell(report, options);
+    return areRowsTold ? status : ExitStatus::incomplete;
 }
 
 } // namespace host

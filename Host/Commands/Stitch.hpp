@@ -17,11 +17,12 @@ struct StitchOptions {
     InputOptions input;
     OutputOptions output;
     PictureOptions picture;
-    double interval = 20;      ///< seconds by which the screenshots of two groups are apart, at least
-    std::vector<Place> places; ///< of screenshots placed by hand
-    bool together = false;     ///< one group of all files, in the order in which they are named
-    bool cache = true;         ///< alignments found earlier are used, and those found now are kept
-    bool explain = false;      ///< groups whose alignment was found earlier are matched anew, to tell why
+    double interval = 20;       ///< seconds by which the screenshots of two groups are apart, at least
+    std::vector<Place> places;  ///< of screenshots placed by hand
+    std::filesystem::path rows; ///< a file that tells where every row of the pictures comes from; empty: none
+    bool together = false;      ///< one group of all files, in the order in which they are named
+    bool cache = true;          ///< alignments found earlier are used, and those found now are kept
+    bool explain = false;       ///< groups whose alignment was found earlier are matched anew, to tell why
     bool json = false;
     bool verbose = false;
 };

@@ -4,39 +4,19 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
-#include <numeric>
 
 namespace platform::ci {
 
 namespace {
 
-/// For each layer the row after the last one that it shows in: later layers hide what they cover whole.
-std::vector<std::int64_t> endsOf(const std::vector<Layer>& layers) {
-    std::vector<std::int64_t> ends(layers.size());
-    std::map<std::int64_t, std::int64_t> hidden; // first row -> end, apart from each other
-    for (auto i = layers.size(); i-- > 0;) {
-        const Layer& layer = layers[i];
-        std::int64_t end = layer.bottom();
-        auto after = hidden.lower_bound(end);
-        if (after != hidden.begin() && std::prev(after)->second >= end)
-            end = std::prev(after)->first;
-        ends[i] = std::max(end, layer.top);
+using Done = std::expected<void, ImageError>;
 
-        std::int64_t first = std::max(layer.top, layer.fadeEnd), last = layer.bottom();
-        if (first >= last)
-            continue;
-        auto overlapping = hidden.upper_bound(first);
-        if (overlapping != hidden.begin() && std::prev(overlapping)->second >= first)
-            --overlapping;
-        while (overlapping != hidden.end() && overlapping->first <= last) {
-            first = std::min(first, overlapping->first);
-            last = std::max(last, overlapping->second);
-            overlapping = hidden.erase(overlapping);
-        }
-        hidden.emplace(first, last);
-    }
-    return ends;
+template <class Result, class Projection>
+std::vector<Result> mapped(const std::vector<Layer>& layers, Projection projection) {
+    std::vector<Result> results;
+    results.reserve(layers.size());
+    std::ranges::transform(layers, std::back_inserter(results), projection);
+    return results;
 }
 
 void blendRow(std::uint8_t* background, const std::uint8_t* input, std::size_t bytes, std::uint32_t weight) {
@@ -46,94 +26,54 @@ void blendRow(std::uint8_t* background, const std::uint8_t* input, std::size_t b
 
 } // namespace
 
-BandRenderer::BandRenderer(std::vector<Layer> layers, std::int64_t width)
-    : layers_(std::move(layers)), width_(static_cast<std::size_t>(width)), end_(endsOf(layers_)),
-      byTop_(layers_.size()), scratch_(4 * width_) {
-    std::iota(byTop_.begin(), byTop_.end(), 0);
-    std::ranges::stable_sort(byTop_, std::greater(),
-                             [&](std::ptrdiff_t i) { return layers_[static_cast<std::size_t>(i)].top; });
-}
+BandRenderer::BandRenderer(const std::vector<Layer>& layers, std::int64_t width)
+    : images_(mapped<CGImage>(layers, &Layer::image)), stack_(mapped<RowPlacement>(layers, &Layer::rows)),
+      width_(static_cast<std::size_t>(width)), scratch_(4 * width_) {}
 
-std::expected<void, ImageError> BandRenderer::draw(std::uint8_t* rows, std::size_t stride, std::int64_t count) {
+Done BandRenderer::draw(std::uint8_t* rows, std::size_t stride, std::int64_t count) {
     for (const std::int64_t end = row_ + count; row_ < end;) {
-        advanceTo(row_);
-        const Composition composed = composition(row_);
-        // Rows that are made up alike are read together, straight to where they belong; fades go row by row.
-        const std::int64_t length = composed.fading.empty() ? std::min(end, nextChange(row_)) - row_ : 1;
-        if (composed.base < 0) {
-            for (std::int64_t i = 0; i < length; ++i)
-                std::memset(rows + stride * static_cast<std::size_t>(i), 0, 4 * width_);
-        } else if (auto result = read(composed.base, row_, rows, stride, length); !result) {
-            return result;
+        if (row_ >= stretch_.end) {
+            stretch_ = stack_.at(row_);
+            std::erase_if(open_, [&](const auto& open) { return stack_.lastRow(open.first) <= row_; });
         }
-        for (const std::ptrdiff_t i : composed.fading) {
-            if (auto result = read(i, row_, scratch_.data(), 0, 1); !result)
-                return result;
-            const Layer& layer = layers_[static_cast<std::size_t>(i)];
-            blendRow(rows, scratch_.data(), 4 * width_, gradientWeight(row_, layer.fadeStart, layer.fadeEnd));
-        }
+        const std::int64_t length = std::min(end, stretch_.end) - row_;
+        if (auto drawn = drawAlike(rows, stride, length); !drawn)
+            return drawn;
         row_ += length;
         rows += stride * static_cast<std::size_t>(length);
     }
     return {};
 }
 
-/// Takes up the layers that begin above or at `row` and drops those that show no more.
-void BandRenderer::advanceTo(std::int64_t row) {
-    while (!byTop_.empty() && layers_[static_cast<std::size_t>(byTop_.back())].top <= row) {
-        active_.insert(std::ranges::upper_bound(active_, byTop_.back()), byTop_.back());
-        byTop_.pop_back();
+/// Rows of one stretch: the base straight to where it belongs, then what fades over it, row by row.
+Done BandRenderer::drawAlike(std::uint8_t* rows, std::size_t stride, std::int64_t count) {
+    if (stretch_.base == RowStretch::none) {
+        for (std::int64_t i = 0; i < count; ++i)
+            std::memset(rows + stride * static_cast<std::size_t>(i), 0, 4 * width_);
+    } else if (auto result = read(stretch_.base, row_, rows, stride, count); !result) {
+        return result;
     }
-    std::erase_if(active_, [&](std::ptrdiff_t i) {
-        const bool isOver = end_[static_cast<std::size_t>(i)] <= row;
-        if (isOver)
-            open_.erase(i);
-        return isOver;
-    });
-}
-
-BandRenderer::Composition BandRenderer::composition(std::int64_t row) const {
-    Composition composed;
-    for (auto at = active_.rbegin(); at != active_.rend(); ++at) {
-        const Layer& layer = layers_[static_cast<std::size_t>(*at)];
-        const bool isLowest = std::next(at) == active_.rend(); // nothing to fade over: it shows whole
-        if (isLowest || row >= layer.fadeEnd) {
-            composed.base = *at;
-            break;
+    for (const std::ptrdiff_t layer : stretch_.fading) {
+        const RowPlacement& placement = stack_.placements()[static_cast<std::size_t>(layer)];
+        for (std::int64_t i = 0; i < count; ++i) {
+            if (auto result = read(layer, row_ + i, scratch_.data(), 0, 1); !result)
+                return result;
+            blendRow(rows + stride * static_cast<std::size_t>(i), scratch_.data(), 4 * width_,
+                     gradientWeight(row_ + i, placement.fadeStart, placement.fadeEnd));
         }
-        if (row >= layer.fadeStart)
-            composed.fading.push_back(*at);
     }
-    std::ranges::reverse(composed.fading);
-    return composed;
+    return {};
 }
 
-/// The first row after `row` that may be made up otherwise.
-std::int64_t BandRenderer::nextChange(std::int64_t row) const {
-    std::int64_t next = std::numeric_limits<std::int64_t>::max();
-    const auto consider = [&](std::int64_t change) {
-        if (change > row)
-            next = std::min(next, change);
-    };
-    if (!byTop_.empty())
-        consider(layers_[static_cast<std::size_t>(byTop_.back())].top);
-    for (const std::ptrdiff_t i : active_) {
-        consider(layers_[static_cast<std::size_t>(i)].fadeStart);
-        consider(layers_[static_cast<std::size_t>(i)].fadeEnd);
-        consider(end_[static_cast<std::size_t>(i)]);
-    }
-    return next;
-}
-
-std::expected<void, ImageError> BandRenderer::read(std::ptrdiff_t index, std::int64_t row, std::uint8_t* rows,
-                                                   std::size_t stride, std::int64_t count) {
-    const Layer& layer = layers_[static_cast<std::size_t>(index)];
-    auto open = open_.find(index);
+Done BandRenderer::read(std::ptrdiff_t layer, std::int64_t row, std::uint8_t* rows, std::size_t stride,
+                        std::int64_t count) {
+    auto open = open_.find(layer);
     if (open == open_.end()) {
-        auto reader = layer.image.reader();
+        const auto place = static_cast<std::size_t>(layer);
+        auto reader = images_[place].reader();
         if (!reader)
             return std::unexpected(reader.error());
-        open = open_.emplace(index, Open{std::move(*reader), layer.top}).first;
+        open = open_.emplace(layer, Open{std::move(*reader), stack_.placements()[place].top}).first;
     }
     auto& [reader, next] = open->second;
     if (next < row)

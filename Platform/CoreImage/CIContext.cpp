@@ -14,11 +14,11 @@ namespace {
 
 /// Whether the layers' images, all as wide as the picture, leave none of its rows uncovered.
 bool coverAll(std::vector<ci::Layer> layers, std::int64_t height) {
-    std::ranges::sort(layers, {}, &ci::Layer::top);
+    std::ranges::sort(layers, {}, [](const ci::Layer& layer) { return layer.rows.top; });
     std::int64_t covered = 0;
     for (const ci::Layer& layer : layers)
-        if (layer.top <= covered)
-            covered = std::max(covered, layer.bottom());
+        if (layer.rows.top <= covered)
+            covered = std::max(covered, layer.rows.bottom);
     return covered >= height;
 }
 
@@ -38,14 +38,14 @@ CIContext::Format CIContext::format(const CIImage& image, const CGRect& extent) 
 std::expected<void, ImageError> CIContext::render(const CIImage& image, const CGRect& extent,
                                                   const BandHandler& handler) const {
     const Format form = format(image, extent);
-    auto layers = ci::layersOf(image, extent, form.colorSpace);
+    const auto layers = ci::layersOf(image, extent, form.colorSpace);
     if (!layers) { // no stack of screenshots: rare, so the definition itself will do
         const auto whole = evaluatePlainly(image, extent);
         if (!whole)
             return std::unexpected(whole.error());
         return handler(whole->pixels()->row(0), whole->pixels()->stride(), form.height);
     }
-    ci::BandRenderer renderer(std::move(*layers), form.width);
+    ci::BandRenderer renderer(*layers, form.width);
     Bitmap band(form.width, std::min(options_.bandHeight, form.height));
     for (std::int64_t row = 0; row < form.height; row += band.height()) {
         const std::int64_t count = std::min(band.height(), form.height - row);
@@ -59,10 +59,10 @@ std::expected<void, ImageError> CIContext::render(const CIImage& image, const CG
 
 std::expected<CGImage, ImageError> CIContext::createCGImage(const CIImage& image, const CGRect& extent) const {
     const Format form = format(image, extent);
-    auto layers = ci::layersOf(image, extent, form.colorSpace);
+    const auto layers = ci::layersOf(image, extent, form.colorSpace);
     if (!layers)
         return evaluatePlainly(image, extent);
-    ci::BandRenderer renderer(std::move(*layers), form.width);
+    ci::BandRenderer renderer(*layers, form.width);
     Bitmap pixels(form.width, form.height);
     if (auto drawn = renderer.draw(pixels.row(0), pixels.stride(), form.height); !drawn)
         return std::unexpected(drawn.error());

@@ -5,11 +5,10 @@
 
 namespace platform {
 
-std::expected<void, ImageError> writeImage(const CIImage& recipe, ImageFormat format, const EncodeOptions& options,
-                                           const Date& captureDate, ByteSink& sink,
+std::expected<void, ImageError> writeImage(const CIImage& recipe, const CGRect& extent, ImageFormat format,
+                                           const EncodeOptions& options, const Date& captureDate, ByteSink& sink,
                                            const std::function<bool()>& isCancelled) {
     const CIContext context;
-    const CGRect extent = recipe.extent();
     const CIContext::Format drawn = context.format(recipe, extent);
     const ImageHeader header{.width = drawn.width,
                              .height = drawn.height,

@@ -37,7 +37,8 @@ std::optional<std::vector<Layer>> layersOf(const CIImage& image, const CGRect& e
         if (!source || placed.x != left || source->image.width() != width)
             return false;
         const std::int64_t firstRow = top - (placed.y + source->image.height());
-        layers.push_back({sourceIn(space, source->image), firstRow, fadeStart, fadeEnd});
+        layers.push_back({.image = sourceIn(space, source->image),
+                          .rows = {firstRow, firstRow + source->image.height(), fadeStart, fadeEnd}});
         return true;
     };
 

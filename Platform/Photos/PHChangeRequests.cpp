@@ -105,7 +105,7 @@ std::shared_ptr<PHAssetCreationRequest> PHAssetCreationRequest::creationRequestF
     asset->pixelHeight = static_cast<std::int64_t>(pixels.height);
     addCreation(asset, fileEnding(ImageFormat::png), [asset, recipe](ByteSink& sink) -> Done {
         const Date date = asset->creationDate.value_or(Date::now());
-        if (const auto drawn = writeImage(recipe, ImageFormat::png, {}, date, sink); !drawn) {
+        if (const auto drawn = writeImage(recipe, recipe.extent(), ImageFormat::png, {}, date, sink); !drawn) {
             const bool full = drawn.error().code == ImageError::Code::writeFailed;
             return std::unexpected(
                 full ? PhotoLibraryError{PhotoLibraryError::Code::writeFailed, originalsFolder(), drawn.error().detail}

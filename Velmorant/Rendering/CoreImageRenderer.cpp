@@ -3,6 +3,7 @@
 #include "Platform/CoreImage/CIContext.hpp"
 #include "Platform/CoreImage/CIFilter.hpp"
 #include "Velmorant/Rendering/ImageHelpers.hpp"
+#include "Velmorant/Rendering/PictureRows.hpp"
 
 namespace velmorant {
 
@@ -41,34 +42,33 @@ std::optional<UIImage> CoreImageRenderer::load(const StitchableItem& item) const
     return image;
 }
 
-/// y points up: the first image's top edge, the canvas's row 0, stays at y = `top`, its height.
 CIImage CoreImageRenderer::recipe(const Alignment& alignment) const {
-    CIImage accumulated;
-    CGFloat top = 0;
-    const Position* above = nullptr;
-    for (const auto& [item, position] : alignment.positions()) {
-        const auto loaded = load(item);
-        if (!loaded)
-            continue;
-        const CIImage image = ksv_ciImage(*loaded);
-        const CGFloat height = image.extent().size.height;
-        if (!above) {
-            accumulated = image;
-            top = height;
-        } else {
-            const auto row = [&](std::int64_t canvasRow) { return top - static_cast<CGFloat>(canvasRow); };
-            // The band counts from this image's top edge: `globalOverlap` from that of the image above.
-            const std::int64_t fade = position.offset - above->offset;
-            const platform::CILinearGradient gradient{.inputPoint0 = {0, row(fade + position.globalOverlap.lower)},
-                                                      .inputPoint1 = {0, row(fade + position.globalOverlap.upper)},
-                                                      .inputColor0 = platform::CIColor::black,
-                                                      .inputColor1 = platform::CIColor::white};
-            accumulated = platform::CIBlendWithMask{.inputImage = image.translatedBy(0, row(position.offset) - height),
-                                                    .inputBackgroundImage = accumulated,
-                                                    .inputMaskImage = gradient.outputImage()}
-                              .outputImage();
+    std::vector<Alignment::Entry> loaded;
+    std::vector<CIImage> images;
+    for (const Alignment::Entry& entry : alignment.positions())
+        if (const auto image = load(entry.first)) {
+            loaded.push_back(entry);
+            images.push_back(ksv_ciImage(*image));
         }
-        above = &position;
+    if (images.empty())
+        return CIImage();
+
+    CIImage accumulated = images.front();
+    // y points up: the first image's top edge, the canvas's row 0, stays at its height.
+    const auto y = [top = images.front().extent().size.height](std::int64_t row) {
+        return top - static_cast<CGFloat>(row);
+    };
+    const auto stack = pictureStack(Alignment(std::move(loaded), alignment.size()));
+    for (std::size_t i = 1; i < images.size(); ++i) {
+        const platform::CILinearGradient gradient{.inputPoint0 = {0, y(stack[i].fadeStart)},
+                                                  .inputPoint1 = {0, y(stack[i].fadeEnd)},
+                                                  .inputColor0 = platform::CIColor::black,
+                                                  .inputColor1 = platform::CIColor::white};
+        const CGFloat bottom = y(stack[i].top) - images[i].extent().size.height;
+        accumulated = platform::CIBlendWithMask{.inputImage = images[i].translatedBy(0, bottom),
+                                                .inputBackgroundImage = accumulated,
+                                                .inputMaskImage = gradient.outputImage()}
+                          .outputImage();
     }
     return accumulated.translatedBy(0, -accumulated.extent().minY());
 }
