@@ -141,11 +141,14 @@ std::vector<Stretch> candidates(const FramePair& pair) {
     return bestPlaces(std::move(shortlist), examinedPlaces);
 }
 
-/// By how much the pixels of a stretch differ at a shift, in square levels.
+/// By how much the pixels of a stretch differ at a shift, in square levels. A stretch ends with a block, which may reach
+/// into a bar: the bar's edge would outweigh all of a pale page.
 double pixelDifference(const FramePair& pair, const Examination& stretch, std::int64_t shift) {
     const auto width = static_cast<std::size_t>(pair.b().width);
-    const std::int64_t first = std::max(stretch.first, pair.firstRow(shift));
-    const std::int64_t last = std::min(stretch.last, pair.lastRow(shift));
+    const std::int64_t topBar = pair.furniture().topRows, bottomBar = pair.furniture().bottomRows;
+    const std::int64_t first = std::max({stretch.first, pair.firstRow(shift), topBar, topBar - shift});
+    const std::int64_t last = std::min({stretch.last, pair.lastRow(shift), pair.b().height - bottomBar,
+                                        pair.a().height - bottomBar - shift});
     std::uint64_t sum = 0;
     for (std::int64_t row = first; row < last; ++row)
         sum += squaredDifference(pair.a().row(row + shift) + 1, pair.b().row(row) + 1, width, width - 1, 1);

@@ -1,6 +1,8 @@
 #include "Benchmarks/WholeJob/Shots.hpp"
 
 #include "Platform/CoreGraphics/Resampler.hpp"
+#include "Platform/Foundation/FileManager.hpp"
+#include "Platform/Foundation/JSONDecoder.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
 
 #include <png.h>
@@ -9,7 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <set>
+#include <map>
 #include <string>
 
 namespace whole_job {
@@ -19,7 +21,9 @@ using platform::Bitmap;
 
 namespace {
 
-constexpr std::int64_t enlarged = 3, exampleTopBar = 92, exampleBottomBar = 72;
+const fs::path example = fs::path(VELMORANT_SOURCE_DIR) / "Examples" / "trip-chat";
+constexpr const char* firstShot = "Screenshot_20260301-101112.png";
+constexpr std::int64_t enlarged = 3, topBar = enlarged * 92, bottomBar = enlarged * 72;
 
 /// An example's screenshot as a telephone with more pixels would take it.
 Bitmap large(const fs::path& file) {
@@ -31,6 +35,30 @@ Bitmap large(const fs::path& file) {
         [&](std::int64_t y, const std::uint8_t* row) { std::memcpy(pixels.row(y), row, pixels.stride()); });
     resampler.push(shot->pixels()->row(0), shot->pixels()->stride(), shot->height());
     return pixels;
+}
+
+/// All that the example's screenshots show between their bars, below each other.
+Bitmap examplesPage() {
+    std::map<std::int64_t, std::string> byOffset;
+    if (!platform::json::decode(*platform::FileManager::contents(example / "truth.json"),
+                                [&](const platform::JSONValue& truth) {
+                                    for (const auto& [file, offset] : truth["offsets"].members())
+                                        byOffset.emplace(enlarged * offset.integer(), file);
+                                }))
+        std::abort();
+    std::vector<std::uint8_t> bytes;
+    std::int64_t width = 0;
+    for (auto shot = byOffset.begin(); shot != byOffset.end(); ++shot) {
+        const Bitmap pixels = large(example / shot->second);
+        const auto next = std::next(shot);
+        const std::int64_t end =
+            next != byOffset.end() ? topBar + next->first - shot->first : pixels.height() - bottomBar;
+        bytes.insert(bytes.end(), pixels.row(topBar), pixels.row(end));
+        width = pixels.width();
+    }
+    Bitmap page(width, std::ssize(bytes) / (4 * width));
+    std::memcpy(page.row(0), bytes.data(), page.bytes().size());
+    return page;
 }
 
 void writePNG(const fs::path& file, const Bitmap& pixels) {
@@ -50,31 +78,22 @@ void writePNG(const fs::path& file, const Bitmap& pixels) {
 } // namespace
 
 Shots makeShots(const fs::path& folder, int count, std::int64_t step) {
-    const fs::path example = fs::path(VELMORANT_SOURCE_DIR) / "Examples" / "trip-chat";
-    std::set<fs::path> files; // by name: from the top down
-    for (const auto& entry : fs::directory_iterator(example))
-        if (entry.path().extension() == ".png")
-            files.insert(entry.path());
-    std::vector<Bitmap> pages;
-    for (const fs::path& file : files)
-        pages.push_back(large(file));
+    const Bitmap page = examplesPage();
+    const Bitmap bars = large(example / firstShot);
 
-    Shots shots{.step = step, .topBar = enlarged * exampleTopBar, .bottomBar = enlarged * exampleBottomBar};
-    const std::int64_t inside = pages.front().height() - shots.topBar - shots.bottomBar; // of each example's shot
+    Shots shots{.step = step, .topBar = topBar, .bottomBar = bottomBar};
     fs::create_directories(folder);
     for (int i = 0; i < count; ++i) {
         Bitmap shot(shots.width, shots.height);
         for (std::int64_t y = 0; y < shots.height; ++y) {
             const std::int64_t fromBottom = shots.height - y;
             if (y < shots.topBar || fromBottom <= shots.bottomBar) {
-                const Bitmap& bars = pages.front();
                 std::memcpy(shot.row(y), bars.row(y < shots.topBar ? y : bars.height() - fromBottom), shot.stride());
                 continue;
             }
-            const std::int64_t row = i * step + y - shots.topBar, repetition = row / inside;
-            const Bitmap& page = pages[static_cast<std::size_t>(repetition) % pages.size()];
-            const std::uint8_t* from = page.row(shots.topBar + row % inside);
-            const auto turned = 4 * static_cast<std::size_t>(37 * (repetition / std::ssize(pages)) % shots.width);
+            const std::int64_t row = i * step + y - shots.topBar;
+            const auto turned = 4 * static_cast<std::size_t>(37 * (row / page.height()) % shots.width);
+            const std::uint8_t* from = page.row(row % page.height());
             std::memcpy(shot.row(y), from + turned, shot.stride() - turned);
             std::memcpy(shot.row(y) + shot.stride() - turned, from, turned);
         }

@@ -157,6 +157,20 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
     }
 }
 
+/// Pale words differ little from row to row: the edge of a dark bar right behind them must not decide.
+TEST(KSVPatternMaker, IsExactInPaleContentBesideABar) {
+    const Page page(15), bars(4711);
+    const auto pale = [&](std::int64_t x, std::int64_t y) { return 225 + page.luma(x, y) / 16; };
+    const auto taken = [&](std::int64_t top) {
+        return screen([&, top](auto x, auto y) {
+            const bool isBar = y < topBar || y >= height - bottomBar;
+            return isBar ? bars.luma(x, y) / 2 : pale(x, y + top);
+        });
+    };
+    for (std::int64_t down = 200; down < 420; ++down)
+        EXPECT_EQ(offsetOf(match({taken(0), taken(down)})[0]), "+" + std::to_string(down));
+}
+
 TEST(KSVPatternMaker, SaysWhyItDoesNotJoin) {
     const Page verses(12), others(13), refrain(14), lines(5, 60);
     // Eight lines of refrain, between other verses: at the end of the first screen, at the start of the second.
