@@ -16,8 +16,7 @@ public:
     Bitmap() = default;
     Bitmap(std::int64_t width, std::int64_t height)
         : width_(width), height_(height),
-          bytes_(std::make_unique_for_overwrite<std::uint8_t[]>(bytesPerPixel * static_cast<std::size_t>(width) *
-                                                                static_cast<std::size_t>(height))) {}
+          bytes_(allocate(bytesPerPixel * static_cast<std::size_t>(width) * static_cast<std::size_t>(height))) {}
 
     std::int64_t width() const { return width_; }
     std::int64_t height() const { return height_; }
@@ -32,9 +31,15 @@ public:
     std::span<const std::uint8_t> bytes() const { return {bytes_.get(), stride() * static_cast<std::size_t>(height_)}; }
 
 private:
+    struct Free {
+        void operator()(std::uint8_t* memory) const;
+    };
+    using Memory = std::unique_ptr<std::uint8_t[], Free>;
+    static Memory allocate(std::size_t bytes);
+
     std::int64_t width_ = 0;
     std::int64_t height_ = 0;
-    std::unique_ptr<std::uint8_t[]> bytes_;
+    Memory bytes_;
 };
 
 } // namespace platform
