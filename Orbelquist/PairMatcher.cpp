@@ -50,7 +50,7 @@ constexpr std::int64_t sampledRows = 256;
 constexpr std::size_t shortlistedPlaces = 32, examinedPlaces = 10;
 /// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
 /// it nor leaves it open.
-constexpr std::int64_t negligible = 15;
+constexpr std::int64_t negligible = 25;
 
 /// The best places by score; by score over contradictions: in dense tables the truth stands far down the first list;
 /// and by score over those of the whole overlap: where two frames share a line or two, little can contradict. By score,
