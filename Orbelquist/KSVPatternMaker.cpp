@@ -110,7 +110,8 @@ private:
     KSVPatternMaker::Images images_;
     std::vector<KSVPatternPair> pairs_;
 
-    const std::size_t mostFrames_ = 2 + platform::ThreadPool::shared().limit();
+    /// One more than threads: while one frame is read, the others match the pairs of those that are there.
+    const std::size_t mostFrames_ = 1 + platform::ThreadPool::shared().limit();
 
     platform::Mutex mutex_;
     platform::Condition change_;

@@ -20,8 +20,8 @@ Bitmap::Memory Bitmap::allocate(std::size_t bytes) {
         void* memory = std::malloc(bytes > 0 ? bytes : 1);
         return memory ? Memory(static_cast<std::uint8_t*>(memory)) : throw std::bad_alloc();
     }
-    const std::size_t whole = (bytes + hugePage - 1) / hugePage * hugePage;
-    void* memory = std::aligned_alloc(hugePage, whole);
+    const std::size_t whole = bytes / hugePage * hugePage; // the rest takes no more memory than it needs
+    void* memory = std::aligned_alloc(hugePage, whole + hugePage);
     if (!memory)
         throw std::bad_alloc();
     madvise(memory, whole, MADV_HUGEPAGE); // where there are none, small ones do

@@ -47,6 +47,11 @@ void DispatchQueue::concurrentPerform(std::size_t iterations, const std::functio
         pool.submit(DispatchQoS::unspecified, [shared, block = &block] { shared->take(block); });
     shared->take(&block);
 
+    {
+        const MutexLock lock(shared->mutex);
+        if (shared->done == iterations)
+            return;
+    }
     const ThreadPool::Waiting waiting;
     const MutexLock lock(shared->mutex);
     while (shared->done < iterations)

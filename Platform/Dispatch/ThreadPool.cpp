@@ -27,8 +27,15 @@ void ThreadPool::submit(DispatchQoS qos, std::function<void()> block) {
 
 void ThreadPool::startThreads() {
     for (std::size_t waiting = urgent_.size() + blocks_.size(); idle_ < waiting && working_ < limit_;
-         ++idle_, ++working_)
-        std::thread([this] { work(); }).detach();
+         ++idle_, ++working_) {
+        if (parked_ > 0) {
+            --parked_;
+            ++recalled_;
+            recall_.notifyOne();
+        } else {
+            std::thread([this] { work(); }).detach();
+        }
+    }
 }
 
 void ThreadPool::work() {
@@ -44,7 +51,13 @@ void ThreadPool::work() {
                 --working_;
                 startThreads();
                 wake_.notifyOne();
-                return;
+                if (parked_ >= limit_)
+                    return;
+                ++parked_;
+                while (recalled_ == 0)
+                    recall_.wait(mutex_);
+                --recalled_;
+                continue;
             }
             auto& from = urgent_.empty() ? blocks_ : urgent_;
             block = std::move(from.front());

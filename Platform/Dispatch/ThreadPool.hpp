@@ -29,7 +29,7 @@ public:
 
     std::size_t limit() const;
 
-    /// How many threads work at a time, at least 1; as many as cores at first. Those above the limit end once they are
+    /// How many threads work at a time, at least 1; as many as cores at first. Those above the limit stop once they are
     /// free.
     void setLimit(std::size_t limit);
 
@@ -43,6 +43,9 @@ private:
     std::size_t limit_ VELMORANT_GUARDED_BY(mutex_);
     std::size_t working_ VELMORANT_GUARDED_BY(mutex_) = 0; ///< threads started and not waiting within a block
     std::size_t idle_ VELMORANT_GUARDED_BY(mutex_) = 0;    ///< of these, those without a block
+    Condition recall_;
+    std::size_t parked_ VELMORANT_GUARDED_BY(mutex_) = 0;   ///< threads that were too many, until one waits again
+    std::size_t recalled_ VELMORANT_GUARDED_BY(mutex_) = 0; ///< of those that were parked, yet to notice
     std::deque<std::function<void()>> urgent_ VELMORANT_GUARDED_BY(mutex_);
     std::deque<std::function<void()>> blocks_ VELMORANT_GUARDED_BY(mutex_);
 };

@@ -35,13 +35,12 @@ void store(Lanes lanes, std::uint8_t* pixel) {
 
 /// The one of `left`, `up` and `upLeft` that is nearest to left + up - upLeft, found without distances: the sum lies
 /// beyond `left` and `up` on the side away from `upLeft`, or between them.
-template <class T>
-T nearestToSum(T left, T up, T upLeft) {
+constexpr auto nearestToSum = []<class T>(T left, T up, T upLeft) {
     const auto threshold = static_cast<T>(3 * upLeft - up - left);
     const T low = left < up ? left : up, high = left < up ? up : left;
     const T notBelow = threshold >= high ? low : upLeft;
     return threshold <= low ? high : notBelow;
-}
+};
 
 /// `predict(left, up, upLeft)` pixel by pixel; each needs its left neighbour's values. Four bytes move faster than
 /// three: the next pixel is loaded before its first byte is overwritten.
@@ -73,7 +72,7 @@ void unfilterFromLeft(RowFilter filter, std::uint8_t* row, const std::uint8_t* a
     else if (filter == RowFilter::average)
         unfilterPixels<pixelBytes>(row, above, size, [](Lanes left, Lanes up, Lanes) { return (left + up) >> 1; });
     else if (filter == RowFilter::paeth)
-        unfilterPixels<pixelBytes>(row, above, size, nearestToSum<Lanes>);
+        unfilterPixels<pixelBytes>(row, above, size, nearestToSum);
 }
 
 /// One loop over bytes that depend on nothing but values, in steps short enough for sums of 16 bits.
@@ -130,7 +129,7 @@ std::uint64_t filterRow(RowFilter filter, const std::uint8_t* row, const std::ui
     case RowFilter::average:
         return first + rest([](Value left, Value up, Value) { return static_cast<Value>((left + up) >> 1); });
     case RowFilter::paeth:
-        return first + rest(nearestToSum<Value>);
+        return first + rest(nearestToSum);
     }
     return first + rest([](Value, Value, Value) { return Value{0}; });
 }

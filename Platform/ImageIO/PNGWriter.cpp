@@ -6,6 +6,7 @@
 #include "Platform/ImageIO/PNGChunks.hpp"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstring>
 
@@ -48,8 +49,17 @@ private:
     std::vector<std::byte> bytes_;
 };
 
-/// Rows are gathered until there are enough for some bands, which are then made side by side. The bands' height depends
-/// on the picture's width alone, so that the same picture gives the same bytes everywhere.
+/// Rows that become bands side by side, behind the row above the first of them.
+struct Batch {
+    std::vector<std::uint8_t> pixels; ///< the row above, zeros at first, and the rows gathered
+    std::size_t rows = 0;
+    std::vector<Band> bands;
+    bool isEnd = false;
+    std::atomic<bool> sound = true;
+};
+
+/// Rows are gathered in one batch while the bands of the batch before it are made. The bands' height depends on the
+/// picture's width alone, so that the same picture gives the same bytes everywhere.
 class Writer final : public CGImageDestination {
 public:
     Writer(ByteSink& sink, const ImageHeader& header)
@@ -57,10 +67,14 @@ public:
           bandRows_(std::max<std::size_t>(1, bandBytes / storedRowBytes(header))), left_(header.height) {
         const auto height = static_cast<std::size_t>(header.height);
         const std::size_t most = std::max<std::size_t>(1, bytesAtOnce / (bandRows_ * storedRowBytes(header)));
-        bands_ =
-            std::vector<Band>(std::min({(height + bandRows_ - 1) / bandRows_, most, 2 * ThreadPool::shared().limit()}));
-        pixels_.resize(rowBytes_ * (1 + std::min(height, bands_.size() * bandRows_)));
+        const std::size_t bands = std::min({(height + bandRows_ - 1) / bandRows_, most, ThreadPool::shared().limit()});
+        for (Batch& batch : batches_) {
+            batch.bands = std::vector<Band>(bands);
+            batch.pixels.resize(rowBytes_ * (1 + std::min(height, bands * bandRows_)));
+        }
     }
+
+    ~Writer() override { await(); }
 
     static std::size_t storedRowBytes(const ImageHeader& header) {
         return 1 + static_cast<std::size_t>(header.width) * (header.opaque ? 3 : 4);
@@ -85,11 +99,12 @@ public:
         for (; count > 0; --count, rows += stride) {
             if (left_ == 0)
                 return std::unexpected(ImageError{ImageError::Code::writeFailed, "too many rows"});
-            std::memcpy(pixels_.data() + ++gathered_ * rowBytes_, rows, rowBytes_);
-            --left_;
-            if (left_ == 0 || (gathered_ + 1) * rowBytes_ == pixels_.size())
-                if (auto written = writeBands(); !written)
-                    return written;
+            Batch& batch = *gathering_;
+            std::memcpy(batch.pixels.data() + ++batch.rows * rowBytes_, rows, rowBytes_);
+            batch.isEnd = --left_ == 0;
+            if (batch.isEnd || (batch.rows + 1) * rowBytes_ == batch.pixels.size())
+                if (auto handed = handOn(); !handed)
+                    return handed;
         }
         return {};
     }
@@ -97,39 +112,62 @@ public:
     Done finish() override {
         if (left_ > 0)
             return std::unexpected(ImageError{ImageError::Code::writeFailed, "rows are missing"});
-        return {}; // the end was written with the last row
+        return writeMade();
     }
 
 private:
     // Fits the second cache with all that is made of it: 128 rows of a telephone's screenshot.
     static constexpr std::size_t bandBytes = 448 << 10;
     // Rows that are stored at once. Making them takes six times as much.
-    static constexpr std::size_t bytesAtOnce = 16 * bandBytes;
+    static constexpr std::size_t bytesAtOnce = 8 * bandBytes;
 
-    Done writeBands() {
-        const std::size_t count = (gathered_ + bandRows_ - 1) / bandRows_;
-        const bool isEnd = left_ == 0;
-        std::atomic<bool> sound = true;
+    /// The batch gathered becomes the one that is made; gathering goes on in the one made before it.
+    Done handOn() {
+        if (auto written = writeMade(); !written)
+            return written;
+        std::swap(gathering_, making_);
+        const Batch& made = *making_;
+        std::memcpy(gathering_->pixels.data(), made.pixels.data() + made.rows * rowBytes_, rowBytes_);
+        gathering_->rows = 0;
+        queue_.async([this, &batch = *making_] { make(batch); });
+        return {};
+    }
+
+    void await() {
+        queue_.sync([] {});
+    }
+
+    void make(Batch& batch) const {
+        const std::size_t count = bandsOf(batch);
         DispatchQueue::concurrentPerform(count, [&](std::size_t i) {
             const std::size_t first = i * bandRows_;
-            if (!bands_[i].make(pixels_.data() + first * rowBytes_, std::min(bandRows_, gathered_ - first),
-                                static_cast<std::size_t>(header_.width), header_.opaque, isEnd && i + 1 == count))
-                sound = false;
+            if (!batch.bands[i].make(batch.pixels.data() + first * rowBytes_, std::min(bandRows_, batch.rows - first),
+                                     static_cast<std::size_t>(header_.width), header_.opaque,
+                                     batch.isEnd && i + 1 == count))
+                batch.sound = false;
         });
-        if (!sound)
-            return std::unexpected(ImageError{ImageError::Code::writeFailed, "the rows could not be compressed"});
+    }
 
-        for (const Band& band : std::span(bands_).first(count)) {
+    std::size_t bandsOf(const Batch& batch) const { return (batch.rows + bandRows_ - 1) / bandRows_; }
+
+    /// Waits for the batch that is being made, and writes it.
+    Done writeMade() {
+        await();
+        Batch& batch = *making_;
+        if (!batch.sound)
+            return std::unexpected(ImageError{ImageError::Code::writeFailed, "the rows could not be compressed"});
+        const std::size_t count = bandsOf(batch);
+        for (std::size_t i = 0; i < count; ++i) {
+            const Band& band = batch.bands[i];
             checksum_ = joinedChecksum(checksum_, band.checksum(), band.inflatedSize());
-            const bool isFirst = !std::exchange(begun_, true), isLast = isEnd && &band == &bands_[count - 1];
+            const bool isFirst = !std::exchange(begun_, true), isLast = batch.isEnd && i + 1 == count;
             const auto end = bytesOf(checksum_);
             chunks_.addChunk("IDAT", {bytesIn(isFirst ? "\x78\x5e" : ""), // deflate, window of 32 KiB, fast
                                       band.deflated(), std::span(end).first(isLast ? end.size() : 0)});
         }
-        if (isEnd)
+        if (batch.isEnd)
             chunks_.addChunk("IEND", {});
-        std::memcpy(pixels_.data(), pixels_.data() + gathered_ * rowBytes_, rowBytes_);
-        gathered_ = 0;
+        batch.rows = 0;
         return chunks_.writeTo(sink_);
     }
 
@@ -138,10 +176,10 @@ private:
     const ImageHeader header_;
     const std::size_t rowBytes_; ///< in memory
     const std::size_t bandRows_;
+    const DispatchQueue queue_ = DispatchQueue::serial("png");
 
-    std::vector<Band> bands_;          ///< those made side by side
-    std::vector<std::uint8_t> pixels_; ///< the row above, zeros at first, and the rows gathered
-    std::size_t gathered_ = 0;
+    std::array<Batch, 2> batches_;
+    Batch *gathering_ = &batches_[0], *making_ = &batches_[1];
     std::int64_t left_;          ///< rows
     std::uint32_t checksum_ = 1; ///< of all rows so far, as stored
     bool begun_ = false;         ///< the stream was
