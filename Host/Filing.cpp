@@ -63,9 +63,11 @@ Filing::~Filing() {
     cache_->waitUntilSaved();
 }
 
-bool Filing::isFiled(const Group& group) const {
-    return std::ranges::any_of(platform::notesOfAssets(platform::Deleted::included),
-                               [id = group.id()](const PHAssetNote& note) { return note.note == id; });
+std::unordered_set<std::string> Filing::filedGroups() const {
+    std::unordered_set<std::string> ids;
+    for (const PHAssetNote& note : platform::notesOfAssets(platform::Deleted::included))
+        ids.insert(note.note);
+    return ids;
 }
 
 Filed Filing::file(const Group& group) {

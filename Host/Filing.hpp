@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace host {
@@ -29,8 +30,8 @@ public:
     /// Matches, draws and files. A picture filed for a part of this group is replaced: it goes into the trash.
     Filed file(const velmorant::Group& group);
 
-    /// Whether the group as it is has been filed, be its picture in the trash by now.
-    bool isFiled(const velmorant::Group& group) const;
+    /// The ids of all groups that were filed as they are, be their pictures in the trash by now.
+    std::unordered_set<std::string> filedGroups() const;
 
 private:
     std::optional<std::string> save(const velmorant::Group& group, const platform::UIImage& picture, Filed& filed);

@@ -1,6 +1,8 @@
 #include "Host/Library.hpp"
 
+#include "Host/Console.hpp"
 #include "Host/ConsoleLog.hpp"
+#include "Host/Interrupt.hpp"
 #include "Host/Message.hpp"
 #include "Host/Waiting.hpp"
 #include "Platform/Foundation/ContentHash.hpp"
@@ -13,6 +15,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 
 namespace host {
 
@@ -47,6 +50,16 @@ std::expected<Thing, std::string> only(const std::vector<Thing>& things, const s
     return *found.front();
 }
 
+/// Until Ctrl-C; tells the user once it takes a while.
+std::function<bool()> toldToWait() {
+    using Clock = std::chrono::steady_clock;
+    return [begun = Clock::now()] {
+        if (Clock::now() - begun > std::chrono::milliseconds(500))
+            showStatus(message("another velmorant is changing the library; waiting for it"));
+        return !Interrupt::requested();
+    };
+}
+
 } // namespace
 
 std::string LibraryGroup::shortId() const {
@@ -62,7 +75,8 @@ std::expected<std::unique_ptr<Library>, std::string> Library::open(Use use) {
         return std::unexpected(libraryErrorMessage(checked.error()));
     std::shared_ptr<platform::LibraryLock> lock;
     if (use == Use::changing) {
-        auto taken = photos->lock();
+        auto taken = photos->lock(toldToWait());
+        showStatus({});
         if (!taken)
             return std::unexpected(libraryErrorMessage(taken.error()));
         lock = *taken;
@@ -177,6 +191,8 @@ std::string libraryErrorMessage(const PhotoLibraryError& error) {
     case PhotoLibraryError::Code::writeFailed:
         return message("{}: it cannot be written ({}); nothing was changed; make room or look at its permissions",
                        {file, error.detail});
+    case PhotoLibraryError::Code::busy:
+        return message("interrupted while another velmorant changed the library; nothing was changed");
     case PhotoLibraryError::Code::badImage:
         break;
     }

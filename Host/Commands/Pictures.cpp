@@ -71,8 +71,8 @@ ExitStatus saveGroups(const NamedOptions& options) {
     std::vector<LibraryGroup> groups;
     if (options.all) {
         groups = library.groups();
-        std::erase_if(groups, [&](const LibraryGroup& group) {
-            return group.state != LibraryGroup::State::open || filing.isFiled(group.group);
+        std::erase_if(groups, [filed = filing.filedGroups()](const LibraryGroup& group) {
+            return group.state != LibraryGroup::State::open || filed.contains(group.group.id());
         });
     } else {
         auto found = library.find(options.names, Shown::groups);

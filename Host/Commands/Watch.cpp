@@ -207,7 +207,7 @@ private:
     void file(Library& library, const LibraryGroup& group) {
         tried_.insert(group.group.id());
         Filing filing(library);
-        if (filing.isFiled(group.group)) // and its picture was deleted since: that is not undone here
+        if (filing.filedGroups().contains(group.group.id())) // and its picture was deleted since: that is not undone here
             return;
         const Filed filed = filing.file(group.group);
         for (const BadFile& bad : filed.bad)

@@ -5,11 +5,14 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <chrono>
 #include <system_error>
+#include <thread>
 
 namespace platform {
 
-std::expected<std::shared_ptr<LibraryLock>, PhotoLibraryError> LibraryLock::take(const std::filesystem::path& folder) {
+std::expected<std::shared_ptr<LibraryLock>, PhotoLibraryError>
+LibraryLock::take(const std::filesystem::path& folder, const std::function<bool()>& keepsWaiting) {
     const std::filesystem::path name = folder / ".lock";
     const auto failed = [&] {
         return std::unexpected(PhotoLibraryError{PhotoLibraryError::Code::writeFailed, name,
@@ -18,9 +21,13 @@ std::expected<std::shared_ptr<LibraryLock>, PhotoLibraryError> LibraryLock::take
     FileDescriptor file(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
     if (!file)
         return failed();
-    while (flock(file.number(), LOCK_EX) != 0)
-        if (errno != EINTR)
+    while (flock(file.number(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR)
             return failed();
+        if (!keepsWaiting())
+            return std::unexpected(PhotoLibraryError{PhotoLibraryError::Code::busy, name});
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
     struct stat state = {};
     const bool followsKill = fstat(file.number(), &state) == 0 && state.st_size > 0;
     std::ignore = ftruncate(file.number(), 1); // takes no space, so a full disk does not hinder it

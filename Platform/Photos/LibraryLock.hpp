@@ -5,6 +5,7 @@
 
 #include <expected>
 #include <filesystem>
+#include <functional>
 #include <memory>
 
 namespace platform {
@@ -13,9 +14,10 @@ namespace platform {
 /// file then says that it was not let go in order.
 class LibraryLock {
 public:
-    /// Waits for the process that holds it. The folder must exist.
+    /// Waits for the process that holds it, as long as `keepsWaiting`, which is asked some times a second, says so;
+    /// then fails with `busy`. The folder must exist.
     [[nodiscard]] static std::expected<std::shared_ptr<LibraryLock>, PhotoLibraryError>
-    take(const std::filesystem::path& folder);
+    take(const std::filesystem::path& folder, const std::function<bool()>& keepsWaiting = [] { return true; });
 
     ~LibraryLock();
     LibraryLock(const LibraryLock&) = delete;

@@ -187,14 +187,15 @@ std::expected<std::int64_t, PhotoLibraryError> PHPhotoLibrary::emptyTrash(std::i
     return removed.count;
 }
 
-std::expected<std::shared_ptr<LibraryLock>, PhotoLibraryError> PHPhotoLibrary::lock() {
+std::expected<std::shared_ptr<LibraryLock>, PhotoLibraryError>
+PHPhotoLibrary::lock(const std::function<bool()>& keepsWaiting) {
     const MutexLock guard(mutex_);
     if (auto held = lock_.lock())
         return held;
     if (const auto made = FileManager::createDirectory(catalogue_->folder()); !made)
         return std::unexpected(
             PhotoLibraryError{PhotoLibraryError::Code::writeFailed, catalogue_->folder(), made.error().message()});
-    auto taken = LibraryLock::take(catalogue_->folder());
+    auto taken = LibraryLock::take(catalogue_->folder(), keepsWaiting);
     if (!taken)
         return taken;
     lock_ = *taken;

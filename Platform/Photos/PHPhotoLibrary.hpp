@@ -81,7 +81,8 @@ public:
     [[nodiscard]] std::expected<std::int64_t, PhotoLibraryError> emptyTrash(std::int64_t age = 0);
 
     /// Keeps other processes from changing the library for as long as the answer lives. Waits for one that is at it.
-    [[nodiscard]] std::expected<std::shared_ptr<LibraryLock>, PhotoLibraryError> lock();
+    [[nodiscard]] std::expected<std::shared_ptr<LibraryLock>, PhotoLibraryError>
+    lock(const std::function<bool()>& keepsWaiting = [] { return true; });
 
     /// How often the library has changed; rises with each change.
     std::int64_t changeNumber();

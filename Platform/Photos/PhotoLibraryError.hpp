@@ -13,6 +13,7 @@ struct PhotoLibraryError {
         newerVersion, ///< the catalogue was written by a later version of this program
         readFailed,   ///< the system could not read it
         writeFailed,  ///< the system could not write it
+        busy,         ///< another process changes it, and the caller waits no longer
         badImage,     ///< an image to be added cannot be read or drawn
     };
 

@@ -254,6 +254,19 @@ TEST_F(PhotoLibraryTest, WhatAKilledProcessLeftIsSweptButNothingElse) {
     EXPECT_THAT(originalNames(folder / "Originals"), SizeIs(4));
 }
 
+TEST_F(PhotoLibraryTest, WaitsForAnotherProcessAsLongAsItIsToldTo) {
+    addScreenshot(1);
+    auto held = *LibraryLock::take(folder);
+    int asked = 0;
+    const auto given = LibraryLock::take(folder, [&] { return ++asked < 3; });
+    EXPECT_EQ(asked, 3);
+    EXPECT_EQ(given.error().code, PhotoLibraryError::Code::busy);
+    EXPECT_TRUE(LibraryLock::take(folder, [&] {
+        held = nullptr; // it has finished
+        return true;
+    }));
+}
+
 TEST_F(PhotoLibraryTest, ACatalogueThatCannotBeUsedSaysWhyAndStaysAsItIs) {
     addScreenshot(1);
     using Code = PhotoLibraryError::Code;
