@@ -1,5 +1,7 @@
 #include "Platform/Foundation/JSONWriter.hpp"
+#include "Platform/Foundation/UUID.hpp"
 #include "Platform/Photos/AssetQuery-inl.hpp"
+#include "Platform/Photos/OriginalFile.hpp"
 #include "Platform/Photos/PHPhotoLibrary.hpp"
 
 #include <algorithm>
@@ -61,6 +63,12 @@ std::string jsonOf(const std::vector<std::string>& texts) {
     return json.text();
 }
 
+/// Identifiers become names of files and are shown to people: those that this program did not make count for nothing.
+bool isIdentifier(const std::string& text) {
+    return text.size() == UUID().description().size() &&
+           text.find_first_not_of("0123456789ABCDEF-") == std::string::npos;
+}
+
 SQLite::Statement statementFor(const AssetQuery& query, PHAuthorizationStatus status, SQLite::Database& database) {
     std::string sql = "SELECT localIdentifier, creationDate, mediaSubtype, pixelWidth, pixelHeight, file FROM assets";
     if (query.collection)
@@ -102,13 +110,16 @@ std::vector<PHAsset> assetsOf(const AssetQuery& query, SQLite::Database& databas
     std::vector<PHAsset> assets;
     SQLite::Statement rows = statementFor(query, status, database);
     while (rows.executeStep()) {
+        if (!isIdentifier(rows.getColumn(0).getString()))
+            continue;
         const SQLite::Column date = rows.getColumn(1);
+        std::string fileName = rows.getColumn(5).getString();
         assets.push_back({.localIdentifier = rows.getColumn(0).getString(),
                           .creationDate = date.isNull() ? std::nullopt : std::optional(Date{date.getDouble()}),
                           .mediaSubtypes = rows.getColumn(2).getInt64(),
                           .pixelWidth = rows.getColumn(3).getInt64(),
                           .pixelHeight = rows.getColumn(4).getInt64(),
-                          .fileName = rows.getColumn(5).getString()});
+                          .fileName = isOriginalName(fileName) ? std::move(fileName) : "unknown"});
     }
     return assets;
 }

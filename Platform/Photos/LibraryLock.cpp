@@ -18,7 +18,8 @@ LibraryLock::take(const std::filesystem::path& folder, const std::function<bool(
         return std::unexpected(PhotoLibraryError{PhotoLibraryError::Code::writeFailed, name,
                                                  std::error_code(errno, std::generic_category()).message()});
     };
-    FileDescriptor file(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+    // A link could have another file emptied below.
+    FileDescriptor file(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666));
     if (!file)
         return failed();
     while (flock(file.number(), LOCK_EX | LOCK_NB) != 0) {

@@ -91,6 +91,15 @@ bool haveSameBytes(const fs::path& a, const fs::path& b) {
     }
 }
 
+bool isOriginalName(std::string_view name) {
+    constexpr std::string_view usual = "abcdefghijklmnopqrstuvwxyz0123456789-";
+    const std::size_t folder = name.find('/'), ending = name.rfind('.');
+    return folder == 2 && ending != std::string_view::npos && ending > folder + 2 &&
+           name.substr(0, folder) == name.substr(folder + 1, 2) &&
+           name.substr(folder + 1, ending - folder - 1).find_first_not_of(usual) == std::string_view::npos &&
+           name.substr(ending + 1).find_first_not_of(usual) == std::string_view::npos;
+}
+
 std::vector<std::string> originalNames(const fs::path& originals) {
     std::vector<std::string> names;
     std::error_code error;

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace platform {
@@ -25,6 +26,10 @@ struct OriginalFile {
 
 /// False where either cannot be read.
 bool haveSameBytes(const std::filesystem::path& a, const std::filesystem::path& b);
+
+/// Whether `name` is of the kind that `write` gives. A catalogue may come from anyone: what it names otherwise, such as
+/// "../../letter.txt", is no original, and is neither read nor removed.
+bool isOriginalName(std::string_view name);
 
 /// The names of all that lies below `originals`.
 std::vector<std::string> originalNames(const std::filesystem::path& originals);

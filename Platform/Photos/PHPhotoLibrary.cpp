@@ -39,7 +39,8 @@ Removed removeDeleted(std::int64_t age, SQLite::Database& database) {
                   "assets WHERE deleted IS NULL OR deleted > unixepoch() - ?1");
     files.bind(1, age);
     while (files.executeStep())
-        removed.files.push_back(files.getColumn(0).getString());
+        if (std::string name = files.getColumn(0).getString(); isOriginalName(name))
+            removed.files.push_back(std::move(name));
     SQLite::Statement statement(database, "DELETE FROM assets WHERE deleted <= unixepoch() - ?");
     statement.bind(1, age);
     removed.count = statement.exec();

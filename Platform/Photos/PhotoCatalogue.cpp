@@ -3,6 +3,8 @@
 
 #include <sqlite3.h>
 
+#include <utility>
+
 namespace platform {
 
 namespace fs = std::filesystem;
@@ -54,6 +56,16 @@ int pragma(SQLite::Database& database, const std::string& name) {
     return database.execAndGet("PRAGMA " + name).getInt();
 }
 
+/// The file may come from anyone: what it defines besides tables does not run.
+void distrust(SQLite::Database& database) {
+    for (const auto& [option, value] : {std::pair(SQLITE_DBCONFIG_DEFENSIVE, 1),
+                                        {SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
+                                        {SQLITE_DBCONFIG_ENABLE_VIEW, 0},
+                                        {SQLITE_DBCONFIG_ENABLE_TRIGGER, 0}})
+        sqlite3_db_config(database.getHandle(), option, value, nullptr);
+    database.exec("PRAGMA cell_size_check = ON");
+}
+
 bool isEmpty(SQLite::Database& database) {
     return database.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() == 0;
 }
@@ -90,6 +102,7 @@ std::expected<void, PhotoLibraryError> PhotoCatalogue::open(Missing missing) {
     try {
         const int flags = SQLite::OPEN_READWRITE | (missing == Missing::make ? SQLite::OPEN_CREATE : 0);
         auto database = std::make_unique<SQLite::Database>(file_.native(), flags, busyMilliseconds);
+        distrust(*database);
         database->exec("PRAGMA journal_mode = TRUNCATE");
         database->exec("PRAGMA synchronous = EXTRA");
         database->exec("PRAGMA foreign_keys = ON");

@@ -6,6 +6,7 @@
 #include "Platform/Photos/PHCollection.hpp"
 #include "Tests/Support/TestLibrary.hpp"
 
+#include <SQLiteCpp/Database.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -115,6 +116,35 @@ TEST_F(PhotoLibraryTest, DeletedAssetsWaitInTheTrashWithTheirPlaces) {
     perform([&] { PHAssetChangeRequest::deleteAssets(assetsNamed({a})); });
     EXPECT_EQ(PHPhotoLibrary::shared()->emptyTrash(), 1);
     EXPECT_THAT(originalNames(folder / "Originals"), IsEmpty());
+}
+
+/// A library may come from anyone: what its catalogue and its folder name is its own, or nothing.
+TEST_F(PhotoLibraryTest, TouchesNothingOutsideOfItsFolder) {
+    const std::string a = addScreenshot(1, 1), b = addScreenshot(2, 2), c = addScreenshot(3, 3);
+    const fs::path letter = device.home() / "letter.txt";
+    writeFile(letter, "mine");
+    perform([&] { PHAssetChangeRequest::deleteAssets(assetsNamed({a, b})); });
+    const auto inCatalogue = [&](const std::string& sql) {
+        SQLite::Database((folder / "Catalogue.sqlite").native(), SQLite::OPEN_READWRITE).exec(sql);
+    };
+    inCatalogue("UPDATE assets SET file = '../../letter.txt' WHERE localIdentifier = '" + a + "'");
+    inCatalogue("UPDATE assets SET file = '" + letter.native() + "' WHERE localIdentifier = '" + b + "'");
+    inCatalogue("UPDATE assets SET file = '../../letter.txt' WHERE localIdentifier = '" + c + "'");
+    EXPECT_EQ(assetsNamed({c})[0].file().parent_path(), folder / "Originals");
+    EXPECT_EQ(PHPhotoLibrary::shared()->emptyTrash(), 2);
+    EXPECT_TRUE(fs::exists(letter));
+
+    inCatalogue("UPDATE assets SET localIdentifier = '../../' || localIdentifier");
+    EXPECT_THAT(PHAsset::fetchAssets({}).assets(), IsEmpty());
+
+    inCatalogue("CREATE TRIGGER t AFTER INSERT ON assets BEGIN DELETE FROM assets; END");
+    const std::string d = addScreenshot(4, 4);
+    EXPECT_THAT(idsOf(PHAsset::fetchAssets({})), ElementsAre(d)); // the trigger did not run
+
+    fs::remove(folder / ".lock");
+    fs::create_symlink(letter, folder / ".lock");
+    EXPECT_EQ(addScreenshot(5, 5), "");
+    EXPECT_EQ(contentOf(letter), "mine");
 }
 
 TEST_F(PhotoLibraryTest, AlbumsAndFoldersAreATree) {
