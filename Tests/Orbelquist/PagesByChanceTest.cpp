@@ -1,8 +1,8 @@
+#include "Tests/Support/Chance.hpp"
 #include "Tests/Support/TestImages.hpp"
 #include "Tests/Support/TestPages.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 
 namespace orbelquist {
@@ -80,19 +80,14 @@ private:
     unsigned seed_ = 0;
 };
 
-/// `VELMORANT_ROUNDS` asks for more.
-unsigned rounds() {
-    const char* asked = std::getenv("VELMORANT_ROUNDS");
-    return asked != nullptr ? static_cast<unsigned>(std::strtoul(asked, nullptr, 10)) : 60;
-}
-
 } // namespace
 
 /// Pages, bars, overlays, films, noise, repeats, blanks, strangers of one template and shifts of both signs by chance:
 /// whatever is answered is right to the row, and the band lies where both screens show the page.
 TEST(PagesByChance, AreJoinedRightOrNotAtAll) {
     unsigned joined = 0, joinable = 0;
-    for (unsigned seed = 0; seed < rounds(); ++seed) {
+    const unsigned rounds = chance::numberFrom("VELMORANT_ROUNDS", 60); // more are asked for now and then
+    for (unsigned seed = 0; seed < rounds; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
         const Scene scene(random);
