@@ -4,6 +4,7 @@
 
 #include <jerror.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -14,7 +15,8 @@ namespace {
 /// A decoder on a file that has been opened. Stays where it is: the codec keeps addresses of its parts.
 class Decoder {
 public:
-    Decoder(InputFile file, const ImageLimits& limits) : stream_(std::move(file)), maxScans_(limits.maxJpegScans) {
+    Decoder(InputFile file, const ImageLimits& limits)
+        : stream_(std::move(file)), maxScans_(limits.maxJpegScans), headerBytesLeft_(limits.maxChunkBytes) {
         info_.err = &errors_;
         source_.self = this;
         source_.init_source = [](j_decompress_ptr) {};
@@ -43,8 +45,14 @@ public:
 
     jpeg_decompress_struct& info() { return info_; }
 
+    /// Keeps the metadata that stand before the first scan.
     bool readHeader() {
-        return run([&] { jpeg_read_header(&info_, TRUE); });
+        return run([&] {
+            jpeg_read_header(&info_, TRUE);
+            jpeg_save_markers(&info_, JPEG_APP0 + 1, 0);
+            jpeg_save_markers(&info_, JPEG_APP0 + 2, 0);
+            headerIsRead_ = true;
+        });
     }
 
     ImageError error() const {
@@ -52,6 +60,8 @@ public:
             return *stream_.error();
         if (errors_.code == JERR_OUT_OF_MEMORY)
             return {ImageError::Code::outOfMemory, {}};
+        if (headerBytesLeft_ < 0)
+            return {ImageError::Code::tooLarge, "its metadata"};
         if (tooManyScans_)
             return {ImageError::Code::tooLarge, "more than " + std::to_string(maxScans_) + " scans"};
         const bool endsEarly = errors_.code == JWRN_JPEG_EOF || errors_.code == JERR_INPUT_EOF || atEnd_;
@@ -84,6 +94,8 @@ private:
             self.atEnd_ = true;
             ERREXIT(info, JERR_INPUT_EOF);
         }
+        if (!self.headerIsRead_ && (self.headerBytesLeft_ -= static_cast<std::int64_t>(bytes.size())) < 0)
+            ERREXIT(info, JERR_BAD_LENGTH);
         self.source_.next_input_byte = reinterpret_cast<const JOCTET*>(bytes.data());
         self.source_.bytes_in_buffer = bytes.size();
         return TRUE;
@@ -103,9 +115,13 @@ private:
         self.stream_.skip(count - atHand);
     }
 
+    /// Each scan passes over all pixels, though it may take next to no bytes: a large image may have fewer of them.
     static void limitScans(j_common_ptr common) {
+        constexpr std::int64_t mostPixelsPassed = 6'000'000'000; // a second or two; 30 scans of 200 megapixels
         const auto info = reinterpret_cast<j_decompress_ptr>(common);
         Decoder& self = of(info);
+        const std::int64_t pixels = std::int64_t{info->image_width} * info->image_height;
+        self.maxScans_ = static_cast<int>(std::min<std::int64_t>(self.maxScans_, mostPixelsPassed / pixels));
         if (info->input_scan_number <= self.maxScans_)
             return;
         self.tooManyScans_ = true;
@@ -113,7 +129,9 @@ private:
     }
 
     InputStream stream_;
-    const int maxScans_;
+    int maxScans_;
+    std::int64_t headerBytesLeft_; ///< that may be read before the first scan; below 0 there are too many
+    bool headerIsRead_ = false;
     bool tooManyScans_ = false;
     bool atEnd_ = false;
     bool created_ = false;

@@ -36,9 +36,17 @@ const std::uint8_t* bytesOf(const std::vector<std::byte>& content) {
     return reinterpret_cast<const std::uint8_t*>(content.data());
 }
 
-/// The whole file: more than its largest picture could take is refused.
+/// The whole file: more than its picture and its metadata could take is refused, by what its start says.
 std::expected<std::vector<std::byte>, ImageError> content(const InputFile& file, const ImageLimits& limits) {
-    if (file.size() > limits.maxPixels * 4 + limits.maxChunkBytes)
+    std::vector<std::byte> start(static_cast<std::size_t>(std::min<std::int64_t>(file.size(), 1 << 16)));
+    WebPBitstreamFeatures features = {};
+    if (const auto read = file.read(0, start); !read)
+        return std::unexpected(read.error());
+    if (const auto status = WebPGetFeatures(bytesOf(start), start.size(), &features); status != VP8_STATUS_OK)
+        return std::unexpected(errorOf(status));
+    if (auto error = sizeError(features.width, features.height, limits))
+        return std::unexpected(*error);
+    if (file.size() > std::int64_t{features.width} * features.height * 4 + 2 * limits.maxChunkBytes)
         return std::unexpected(ImageError{Code::tooLarge, std::to_string(file.size()) + " bytes"});
     return file.readAll();
 }

@@ -1,11 +1,10 @@
 #include "Platform/ImageIO/PNG.hpp"
-#include "Platform/ImageIO/PNGChunks.hpp"
 #include "Platform/ImageIO/PNGFiltersPlain.hpp"
 #include "Platform/ImageIO/PNGRowLayout.hpp"
+#include "Tests/Support/PNGParts.hpp"
 #include "Tests/Support/TestDevice.hpp"
 
 #include <gtest/gtest.h>
-#include <isa-l/igzip_lib.h>
 
 #include <algorithm>
 #include <random>
@@ -25,30 +24,6 @@ struct Bytes {
     std::size_t start;
     std::vector<std::uint8_t> all;
 };
-
-std::string text(std::span<const std::byte> bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-std::string chunk(std::string_view type, const std::string& data) {
-    const std::string covered = std::string(type) + data;
-    return text(bytesOf(static_cast<std::uint32_t>(data.size()))) + covered +
-           text(bytesOf(crcOf(std::as_bytes(std::span(covered)))));
-}
-
-std::string deflated(std::string bytes) {
-    std::string result(bytes.size() + 1000, '\0');
-    isal_zstream stream;
-    isal_deflate_stateless_init(&stream);
-    stream.gzip_flag = IGZIP_ZLIB;
-    stream.next_in = reinterpret_cast<std::uint8_t*>(bytes.data());
-    stream.avail_in = static_cast<std::uint32_t>(bytes.size());
-    stream.next_out = reinterpret_cast<std::uint8_t*>(result.data());
-    stream.avail_out = static_cast<std::uint32_t>(result.size());
-    EXPECT_EQ(isal_deflate_stateless(&stream), COMP_OK);
-    result.resize(stream.total_out);
-    return result;
-}
 
 struct Kind {
     ColorType colorType;
