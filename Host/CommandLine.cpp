@@ -315,10 +315,10 @@ void addPictureOptions(CLI::App& command, StitchOptions& options) {
         proof->excludes(width)->excludes(size)->excludes(renderer);
 }
 
-ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
+std::expected<std::function<ExitStatus()>, ExitStatus> commandOf(int argumentCount, const char* const* arguments) {
     auto words = wordsOf(argumentCount, arguments);
     if (!words)
-        return wrongCall(words.error());
+        return std::unexpected(wrongCall(words.error()));
 
     Call call;
     CLI::App app{"velmorant joins overlapping screenshots into tall pictures, exact to the row.", "velmorant"};
@@ -339,23 +339,31 @@ ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
         std::ranges::reverse(*words); // as CLI11 wants them
         app.parse(std::move(*words));
     } catch (const CLI::CallForHelp&) {
-        return printed(app.get_subcommands().empty() ? helpPage : app.help());
+        return std::unexpected(printed(app.get_subcommands().empty() ? helpPage : app.help()));
     } catch (const CLI::CallForAllHelp&) {
-        return printed(app.help("", CLI::AppFormatMode::All));
+        return std::unexpected(printed(app.help("", CLI::AppFormatMode::All)));
     } catch (const CLI::CallForVersion& version) {
-        return printed(std::string(version.what()) + "\n");
+        return std::unexpected(printed(std::string(version.what()) + "\n"));
     } catch (const CLI::ParseError& error) {
-        return wrongCall(error.what());
+        return std::unexpected(wrongCall(shown(error.what())));
     }
     if (const auto contradiction = contradictionIn(call))
-        return wrongCall(*contradiction);
+        return std::unexpected(wrongCall(*contradiction));
     call.usesLibrary = static_cast<bool>(library.chosen());
-    setUpDevice(call);
-    if (library.chosen())
-        return library.chosen()();
-    if (explanation.parsed())
-        return explain(call.explain);
-    return cache.parsed() ? clearCache() : stitch(std::move(call));
+    return [call = std::move(call), onLibrary = library.chosen(), explains = explanation.parsed(),
+            clears = cache.parsed()] {
+        setUpDevice(call);
+        if (onLibrary)
+            return onLibrary();
+        if (explains)
+            return explain(call.explain);
+        return clears ? clearCache() : stitch(call);
+    };
+}
+
+ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
+    const auto command = commandOf(argumentCount, arguments);
+    return command ? (*command)() : command.error();
 }
 
 } // namespace host
