@@ -18,6 +18,8 @@ endfunction()
 
 velmorant_dependency(spng HEADER spng.h LIBRARIES spng)
 velmorant_dependency(isal HEADER isa-l/igzip_lib.h LIBRARIES isal)
+velmorant_dependency(deflate HEADER libdeflate.h LIBRARIES deflate)
+velmorant_dependency(zlib HEADER zlib.h LIBRARIES z)
 velmorant_dependency(jpeg HEADER jpeglib.h LIBRARIES jpeg)
 velmorant_dependency(webp HEADER webp/decode.h LIBRARIES webpdemux webpmux webp)
 velmorant_dependency(exif HEADER libexif/exif-data.h LIBRARIES exif)

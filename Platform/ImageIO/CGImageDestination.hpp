@@ -23,8 +23,16 @@ struct ImageHeader {
     std::string software;                      ///< the mark by which the program knows its own pictures
 };
 
+/// What a lossless format spends time on.
+enum class EncodeEffort {
+    fast,  ///< the least time
+    usual, ///< a size like other programs'
+    small, ///< the least size
+};
+
 struct EncodeOptions {
     int quality = 92; ///< of lossy formats, 1 to 100
+    EncodeEffort effort = EncodeEffort::usual;
 };
 
 /// Encodes one image from its rows, in bands, top to bottom. One thread at a time.

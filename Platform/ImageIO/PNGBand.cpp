@@ -1,7 +1,7 @@
 #include "Platform/ImageIO/PNGBand.hpp"
 
 #include "Platform/CoreGraphics/Premultiplication.hpp"
-#include "Platform/ImageIO/PNGFilters.hpp"
+#include "Platform/ImageIO/SmallDeflate.hpp"
 
 #include <isa-l/igzip_lib.h>
 
@@ -13,13 +13,18 @@ namespace platform::png {
 
 namespace {
 
-constexpr std::uint32_t level = 2;
-constexpr std::size_t deflaterBytes = ISAL_DEF_LVL2_MEDIUM;
+constexpr std::uint32_t fastLevel = 1, usualLevel = 2;
+constexpr std::size_t deflaterBytes = std::max(ISAL_DEF_LVL1_MEDIUM, ISAL_DEF_LVL2_MEDIUM);
+constexpr int smallLevel = 10; // libdeflate's
+
+constexpr RowFilter allFilters[] = {RowFilter::none, RowFilter::sub, RowFilter::up, RowFilter::average,
+                                    RowFilter::paeth};
+constexpr RowFilter quickFilters[] = {RowFilter::none, RowFilter::up};
 
 /// Deflates all of `bytes` in one call: in pieces, the result would depend on where they are cut. A stream that does
 /// not end is flushed to a whole byte, and what follows does not refer to it.
-bool deflateAtOnce(std::span<const std::uint8_t> bytes, int wrapper, bool isLast, std::vector<std::uint8_t>& memory,
-                   Deflated& result) {
+bool deflateAtOnce(std::span<const std::uint8_t> bytes, std::uint32_t level, int wrapper, bool isLast,
+                   std::vector<std::uint8_t>& memory, Deflated& result) {
     memory.resize(deflaterBytes);
     const std::size_t most = bytes.size() + bytes.size() / 1000 + 1000; // a stored block is little more than its bytes
     result.memory.resize(std::max(result.memory.size(), most));
@@ -42,21 +47,27 @@ bool deflateAtOnce(std::span<const std::uint8_t> bytes, int wrapper, bool isLast
 
 } // namespace
 
-bool Band::make(const std::uint8_t* rows, std::size_t count, std::size_t width, bool opaque, bool isLast) {
+bool Band::make(const std::uint8_t* rows, std::size_t count, std::size_t width, bool opaque, bool isLast,
+                EncodeEffort effort) {
     width_ = width;
     opaque_ = opaque;
     rowSize_ = 1 + width * (opaque ? 3 : 4);
     plain_.resize(rowSize_ * (1 + count));
     for (std::size_t row = 0; row <= count; ++row)
         pack(rows + row * 4 * width, plain_.data() + row * rowSize_);
-    filterRows();
+    const bool isFast = effort == EncodeEffort::fast;
+    filterRows(isFast ? std::span<const RowFilter>(quickFilters) : allFilters);
 
+    const auto deflate = [&](std::span<const std::uint8_t> bytes, Deflated& result) {
+        if (effort == EncodeEffort::small)
+            return deflateSmall(bytes, smallLevel, isLast, result);
+        return deflateAtOnce(bytes, isFast ? fastLevel : usualLevel, IGZIP_DEFLATE, isLast, deflater_, result);
+    };
     const auto plain = std::span(plain_).subspan(rowSize_);
-    if (!deflateAtOnce(plain, IGZIP_DEFLATE, isLast, deflater_, deflatedPlain_) ||
-        !deflateAtOnce(filtered_, IGZIP_DEFLATE, isLast, deflater_, deflatedFiltered_))
+    if (!deflate(filtered_, deflatedFiltered_) || (!isFast && !deflate(plain, deflatedPlain_)))
         return false;
-    filteredIsSmaller_ = deflatedFiltered_.size < deflatedPlain_.size;
-    checksum_ = isal_adler32(1, filteredIsSmaller_ ? filtered_.data() : plain.data(), plain.size());
+    isFiltered_ = isFast || deflatedFiltered_.size < deflatedPlain_.size;
+    checksum_ = isal_adler32(1, isFiltered_ ? filtered_.data() : plain.data(), plain.size());
     return true;
 }
 
@@ -70,7 +81,7 @@ void Band::pack(const std::uint8_t* pixels, std::uint8_t* row) const {
         std::memcpy(row + 3 * x, pixels + 4 * x, 3);
 }
 
-void Band::filterRows() {
+void Band::filterRows(std::span<const RowFilter> filters) {
     const std::size_t pixelBytes = opaque_ ? 3 : 4;
     candidate_.resize(rowSize_);
     best_.resize(rowSize_);
@@ -78,8 +89,7 @@ void Band::filterRows() {
     for (std::size_t at = 0; at < filtered_.size(); at += rowSize_) {
         const std::uint8_t* above = plain_.data() + at;
         std::uint64_t least = std::numeric_limits<std::uint64_t>::max();
-        for (const auto filter :
-             {RowFilter::none, RowFilter::sub, RowFilter::up, RowFilter::average, RowFilter::paeth}) {
+        for (const RowFilter filter : filters) {
             candidate_[0] = static_cast<std::uint8_t>(filter);
             const auto sum =
                 filterRow(filter, above + rowSize_ + 1, above + 1, rowSize_ - 1, pixelBytes, candidate_.data() + 1);
@@ -97,8 +107,8 @@ void Band::filterRows() {
 std::vector<std::byte> zlibStream(std::span<const std::byte> bytes) {
     std::vector<std::uint8_t> memory;
     Deflated result;
-    if (!deflateAtOnce({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, IGZIP_ZLIB, true, memory,
-                       result))
+    if (!deflateAtOnce({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, usualLevel, IGZIP_ZLIB,
+                       true, memory, result))
         return {};
     const auto stream = std::as_bytes(std::span(result.memory).first(result.size));
     return {stream.begin(), stream.end()};

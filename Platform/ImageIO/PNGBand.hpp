@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Platform/ImageIO/CGImageDestination.hpp"
+#include "Platform/ImageIO/PNGFilters.hpp"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -20,10 +23,11 @@ public:
     /// Makes the band of `count` rows. `rows` holds them without gaps, RGBA8, premultiplied, and before them the row
     /// above, zeros where there is none. Opaque pixels are stored without alpha, others straight. `isLast` ends the
     /// stream. The same rows give the same bytes. False where the deflater fails.
-    bool make(const std::uint8_t* rows, std::size_t count, std::size_t width, bool opaque, bool isLast);
+    bool make(const std::uint8_t* rows, std::size_t count, std::size_t width, bool opaque, bool isLast,
+              EncodeEffort effort = EncodeEffort::usual);
 
     std::span<const std::byte> deflated() const {
-        const Deflated& smaller = filteredIsSmaller_ ? deflatedFiltered_ : deflatedPlain_;
+        const Deflated& smaller = isFiltered_ ? deflatedFiltered_ : deflatedPlain_;
         return std::as_bytes(std::span(smaller.memory).first(smaller.size));
     }
     std::size_t inflatedSize() const { return plain_.size() - rowSize_; }
@@ -31,7 +35,7 @@ public:
 
 private:
     void pack(const std::uint8_t* pixels, std::uint8_t* row) const;
-    void filterRows();
+    void filterRows(std::span<const RowFilter> filters);
 
     std::size_t width_ = 0;
     bool opaque_ = false;
@@ -42,7 +46,7 @@ private:
     std::vector<std::uint8_t> candidate_, best_;
     std::vector<std::uint8_t> deflater_; ///< memory that the deflater works in
     Deflated deflatedPlain_, deflatedFiltered_;
-    bool filteredIsSmaller_ = false;
+    bool isFiltered_ = false;
     std::uint32_t checksum_ = 1;
 };
 

@@ -62,8 +62,8 @@ struct Batch {
 /// picture's width alone, so that the same picture gives the same bytes everywhere.
 class Writer final : public CGImageDestination {
 public:
-    Writer(ByteSink& sink, const ImageHeader& header)
-        : sink_(sink), header_(header), rowBytes_(4 * static_cast<std::size_t>(header.width)),
+    Writer(ByteSink& sink, const ImageHeader& header, EncodeEffort effort)
+        : sink_(sink), header_(header), effort_(effort), rowBytes_(4 * static_cast<std::size_t>(header.width)),
           bandRows_(std::max<std::size_t>(1, bandBytes / storedRowBytes(header))), left_(header.height) {
         const auto height = static_cast<std::size_t>(header.height);
         const std::size_t most = std::max<std::size_t>(1, bytesAtOnce / (bandRows_ * storedRowBytes(header)));
@@ -143,7 +143,7 @@ private:
             const std::size_t first = i * bandRows_;
             if (!batch.bands[i].make(batch.pixels.data() + first * rowBytes_, std::min(bandRows_, batch.rows - first),
                                      static_cast<std::size_t>(header_.width), header_.opaque,
-                                     batch.isEnd && i + 1 == count))
+                                     batch.isEnd && i + 1 == count, effort_))
                 batch.sound = false;
         });
     }
@@ -174,6 +174,7 @@ private:
     // Constant after construction.
     ByteSink& sink_;
     const ImageHeader header_;
+    const EncodeEffort effort_;
     const std::size_t rowBytes_; ///< in memory
     const std::size_t bandRows_;
     const DispatchQueue queue_ = DispatchQueue::serial("png");
@@ -189,14 +190,14 @@ private:
 } // namespace
 
 std::expected<std::unique_ptr<CGImageDestination>, ImageError> writer(ByteSink& sink, const ImageHeader& header,
-                                                                      const EncodeOptions&) {
+                                                                      const EncodeOptions& options) {
     if (header.width <= 0 || header.height <= 0)
         return std::unexpected(ImageError{ImageError::Code::writeFailed, "no pixels"});
     if (constexpr std::int64_t widest = 1 << 28; header.width > widest) // lengths of chunks have 31 bits
         return std::unexpected(ImageError{ImageError::Code::tooLarge, std::to_string(header.width) +
                                                                           " pixels wide, at most " +
                                                                           std::to_string(widest) + " are written"});
-    auto writer = std::make_unique<Writer>(sink, header);
+    auto writer = std::make_unique<Writer>(sink, header, options.effort);
     if (auto begun = writer->begin(); !begun)
         return std::unexpected(begun.error());
     return writer;

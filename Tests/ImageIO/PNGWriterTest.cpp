@@ -31,9 +31,11 @@ CGImage picture(std::int64_t width, std::int64_t height, bool opaque) {
         opaque);
 }
 
-std::string written(const CGImage& image, std::int64_t rowsAtOnce = 1 << 20) {
+std::string written(const CGImage& image, std::int64_t rowsAtOnce = 1 << 20,
+                    EncodeEffort effort = EncodeEffort::usual) {
     MemorySink sink;
-    auto destination = writer(sink, {.width = image.width(), .height = image.height(), .opaque = image.opaque()}, {});
+    auto destination =
+        writer(sink, {.width = image.width(), .height = image.height(), .opaque = image.opaque()}, {.effort = effort});
     const Bitmap& pixels = *image.pixels();
     for (std::int64_t row = 0; row < image.height(); row += rowsAtOnce)
         EXPECT_TRUE(
@@ -47,13 +49,13 @@ std::string written(const CGImage& image, std::int64_t rowsAtOnce = 1 << 20) {
 TEST(PNGWriter, BytesDependOnPixelsAlone) {
     ThreadPool& pool = ThreadPool::shared();
     const std::size_t usual = pool.limit();
-    for (const bool opaque : {true, false}) {
-        const CGImage image = picture(700, 2000, opaque);
-        const std::string expected = written(image);
+    for (const auto effort : {EncodeEffort::usual, EncodeEffort::fast, EncodeEffort::small}) {
+        const CGImage image = picture(700, 2000, effort == EncodeEffort::usual);
+        const std::string expected = written(image, 2000, effort);
         using Case = std::pair<std::size_t, std::int64_t>;
         for (const auto& [threads, rowsAtOnce] : {Case{1, 2000}, Case{2, 113}, Case{5, 1}, Case{16, 2000}}) {
             pool.setLimit(threads);
-            EXPECT_TRUE(written(image, rowsAtOnce) == expected) << threads << ' ' << rowsAtOnce;
+            EXPECT_TRUE(written(image, rowsAtOnce, effort) == expected) << threads << ' ' << rowsAtOnce;
         }
         pool.setLimit(usual);
     }
@@ -66,10 +68,12 @@ TEST(PNGWriter, BothReadersGiveThePixelsBack) {
     // A band holds 655 rows of 233 opaque pixels; the widest picture has one row a band.
     for (const auto& [width, height] : {Size{1, 1}, Size{3, 5000}, Size{233, 654}, Size{233, 655}, Size{233, 656},
                                         Size{233, 1310}, Size{233, 4000}, Size{200'000, 3}})
-        for (const bool opaque : {true, false}) {
+        for (const auto& [opaque, effort] :
+             {std::pair(true, EncodeEffort::usual), std::pair(false, EncodeEffort::usual),
+              std::pair(true, EncodeEffort::fast), std::pair(true, EncodeEffort::small)}) {
             SCOPED_TRACE(testing::Message() << width << " x " << height << ' ' << opaque);
             const CGImage image = picture(width, height, opaque);
-            writeFile(file, written(image));
+            writeFile(file, written(image, height, effort));
             const auto description = inspect(*InputFile::open(file), {});
             ASSERT_TRUE(description) << description.error().detail;
             auto input = *InputFile::open(file);
@@ -80,7 +84,9 @@ TEST(PNGWriter, BothReadersGiveThePixelsBack) {
                 Bitmap back(width, height);
                 const auto read = reader->read(back.row(0), back.stride(), height);
                 ASSERT_TRUE(read) << read.error().detail;
-                const auto near = [&](int a, int b) { return std::abs(a - b) <= (opaque ? 0 : 1); }; // rounded twice
+                const auto near = [alpha = !opaque](int a, int b) {
+                    return std::abs(a - b) <= (alpha ? 1 : 0);
+                }; // rounded twice
                 EXPECT_TRUE(std::ranges::equal(back.bytes(), image.pixels()->bytes(), near));
             }
         }
