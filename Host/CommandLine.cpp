@@ -41,6 +41,8 @@ Examples:
   velmorant --together 1.png 2.png -o a.png  one picture of just these, in this order
   velmorant Screenshots/ -o Pictures/ --dry-run
                                              tells what would be joined and writes nothing
+  velmorant Screenshots/ --format pdf --page a4
+                                             documents to print
   velmorant explain 1.png 2.png --image why.png
                                              tells and draws why two screenshots match or do not
 
@@ -56,7 +58,9 @@ Which screenshots belong together:
 Pictures:
   -o, --output PLACE    a file, a folder, or - for standard output
   --force               replace a file that exists
-  --format FORMAT       png, jpg or webp; otherwise by the file's ending
+  --format FORMAT       png, jpg, webp, avif, jxl or pdf; otherwise by the file's ending
+  --split ROWS          into files of at most so many rows, cut between lines
+  --page a4|letter|ROWS the pages of a pdf; otherwise a single tall one
   --width PIXELS        scale to this width
   --renderer overlay    show the overlaps instead of blending them
 Telling:
@@ -67,14 +71,21 @@ Exit status: 0 every screenshot found its place; 1 a run was refused, a screensh
 file could not be read or written; 2 the call was wrong; 130 interrupted.
 )";
 
+/// An eighth of the machine's, and at most 768; in megabytes.
+std::int64_t defaultMemory() {
+    const std::int64_t pages = sysconf(_SC_PHYS_PAGES), pageBytes = sysconf(_SC_PAGE_SIZE);
+    return std::clamp<std::int64_t>(pages * pageBytes / 8 / 1'000'000, 64, 768);
+}
+
 struct Call {
     StitchOptions stitch;
     ExplainOptions explain;
     fs::path library;         ///< empty: the user's own
     bool usesLibrary = false; ///< the command is one on a library
     std::string timeZone;
-    std::size_t jobs = 0;     ///< 0: as many as there are cores
-    std::int64_t memory = 64; ///< megabytes
+    std::size_t jobs = 0; ///< 0: as many as there are cores
+    platform::ImageLimits limits;
+    std::int64_t memory = defaultMemory(); ///< megabytes
 };
 
 velmorant::PixelSize sizeFrom(const std::string& text) {
@@ -98,6 +109,19 @@ void readCut(const std::string& text, PictureOptions& options) {
     };
     if (comma == end || !reads(text.data(), comma, options.cutTop) || !reads(comma + 1, end, options.cutBottom))
         throw CLI::ValidationError("--crop", message("write the rows to cut off at top and bottom, as in 132,90"));
+}
+
+Page pageFrom(const std::string& text) {
+    if (text == "a4")
+        return {.width = 595, .height = 842}; // points
+    if (text == "letter")
+        return {.width = 612, .height = 792};
+    Page page;
+    const char* end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, page.rows);
+    if (read.ec != std::errc() || read.ptr != end || page.rows < 1)
+        throw CLI::ValidationError("--page", message("write a4, letter or a number of rows"));
+    return page;
 }
 
 Place placeFrom(const std::string& text) {
@@ -156,10 +180,20 @@ void addStitch(CLI::App& app, Call& call) {
     command.add_option("--jobs", call.jobs, "threads, and runs worked on at a time; default: as many as cores")
         ->type_name("NUMBER")
         ->check(CLI::Range(1, 1024).description(""));
-    command.add_option("--memory", call.memory, "in which decoded screenshots are kept, so that they are decoded once")
-        ->type_name("MEGABYTES")
-        ->check(CLI::Range(0, 1'000'000).description(""))
+}
+
+/// What a file may demand; for commands that read pictures.
+void addLimits(CLI::App& command, Call& call) {
+    command.add_option("--max-pixels", call.limits.maxPixels, "larger pictures are refused")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{1'000'000'000'000}).description(""))
         ->capture_default_str();
+    command
+        .add_option("--memory", call.memory,
+                    "what one picture may take that has to be decoded or encoded whole; larger ones are refused "
+                    "beforehand; default: an eighth of the machine's, 768 at most")
+        ->type_name("MEGABYTES")
+        ->check(CLI::Range(0, 1'000'000).description(""));
 }
 
 CLI::App& addExplain(CLI::App& app, ExplainOptions& options) {
@@ -238,16 +272,17 @@ platform::DeviceFolders foldersFor(const Call& call) {
 }
 
 void setUpDevice(const Call& call) {
+    platform::ImageLimits limits = call.limits;
+    limits.maxMemory = call.memory * 1'000'000;
     // Never ended: after Ctrl-C threads may still be at work that ask for it.
-    [[maybe_unused]] static const auto& device =
-        *new platform::Device({.folders = foldersFor(call), .timeZone = call.timeZone, .softwareMark = softwareMark});
+    [[maybe_unused]] static const auto& device = *new platform::Device(
+        {.folders = foldersFor(call), .timeZone = call.timeZone, .softwareMark = softwareMark, .imageLimits = limits});
 }
 
 ExitStatus stitch(Call call) {
     if (call.jobs > 0)
         platform::ThreadPool::shared().setLimit(call.jobs);
     call.stitch.picture.jobs = platform::ThreadPool::shared().limit();
-    call.stitch.picture.imageMemory = call.memory * 1'000'000;
     call.stitch.explain = call.stitch.json;
     return stitch(call.stitch);
 }
@@ -262,18 +297,33 @@ void addPictureOptions(CLI::App& command, StitchOptions& options) {
     command.add_flag("--force", options.output.force, "replace a file that exists");
     command
         .add_option("--format", options.output.format,
-                    "of the pictures: png, jpg or webp; default: by the file's ending, else png")
+                    "of the pictures: png, jpg, webp, avif, jxl or pdf; default: by the file's ending, else png")
         ->type_name("FORMAT")
         ->transform(CLI::CheckedTransformer(std::map<std::string, ImageFormat>{{"png", ImageFormat::png},
                                                                                {"jpg", ImageFormat::jpeg},
                                                                                {"jpeg", ImageFormat::jpeg},
-                                                                               {"webp", ImageFormat::webp}},
+                                                                               {"webp", ImageFormat::webp},
+                                                                               {"avif", ImageFormat::avif},
+                                                                               {"jxl", ImageFormat::jxl},
+                                                                               {"pdf", ImageFormat::pdf}},
                                             CLI::ignore_case)
                         .description(""));
-    command.add_option("--quality", options.output.quality, "of jpg and webp, 1 to 100")
+    command
+        .add_option("--quality", options.output.quality,
+                    "of jpg, webp, avif and jxl, 1 to 100; webp and jxl lose nothing at 100")
         ->type_name("NUMBER")
         ->check(CLI::Range(1, 100).description(""))
         ->capture_default_str();
+    command
+        .add_option("--split", options.output.mostRows,
+                    "into files of at most so many rows, cut between lines, with -1, -2 … at the end of their names")
+        ->type_name("ROWS")
+        ->check(CLI::Range(1, 1'000'000'000).description(""));
+    command
+        .add_option_function<std::string>(
+            "--page", [&options](const std::string& text) { options.output.page = pageFrom(text); },
+            "of pdf: a4, letter, or the most rows on one, cut between lines; default: one page, as tall as the picture")
+        ->type_name("a4|letter|ROWS");
     auto* width = command.add_option("--width", options.picture.width, "scale pictures to this width")
                       ->type_name("PIXELS")
                       ->check(CLI::Range(1, 1'000'000).description(""));
@@ -334,6 +384,8 @@ std::expected<std::function<ExitStatus()>, ExitStatus> commandOf(int argumentCou
     CLI::App& cache = *app.add_subcommand("cache", "what was found earlier");
     cache.require_subcommand(1);
     cache.add_subcommand("clear", "forget it");
+    for (const char* reading : {"stitch", "explain", "import", "show", "render", "save", "watch"})
+        addLimits(*app.get_subcommand(reading), call);
 
     try {
         std::ranges::reverse(*words); // as CLI11 wants them

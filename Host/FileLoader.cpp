@@ -1,5 +1,8 @@
 #include "Host/FileLoader.hpp"
 
+#include "Platform/Foundation/Device.hpp"
+
+#include <algorithm>
 #include <cstring>
 #include <optional>
 
@@ -100,6 +103,10 @@ private:
     const std::shared_ptr<FileLoader> loader_;
     const std::string id_;
 };
+
+std::int64_t FileLoader::budget() {
+    return std::min<std::int64_t>(64'000'000, platform::Device::current().imageLimits.maxMemory);
+}
 
 void FileLoader::loadImage(const velmorant::StitchableItem& item, bool, const Completion& completion) {
     std::optional<CGImage> kept;

@@ -19,10 +19,12 @@ namespace host {
 /// bad. Any thread.
 class FileLoader final : public velmorant::Loader, public std::enable_shared_from_this<FileLoader> {
 public:
-    /// `budget` in bytes.
-    static std::shared_ptr<FileLoader> make(std::shared_ptr<ImageFiles> files, std::int64_t budget) {
-        return std::shared_ptr<FileLoader>(new FileLoader(std::move(files), budget));
+    static std::shared_ptr<FileLoader> make(std::shared_ptr<ImageFiles> files) {
+        return std::shared_ptr<FileLoader>(new FileLoader(std::move(files), budget()));
     }
+
+    /// Decoded images are kept in so many bytes: 64 MB, or less where the device allows less for one picture.
+    static std::int64_t budget();
 
     void loadImage(const velmorant::StitchableItem& item, bool synchronous, const Completion& completion) override;
 

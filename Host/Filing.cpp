@@ -26,9 +26,6 @@ using velmorant::StitchableItem;
 
 namespace {
 
-/// Decoded screenshots are kept in so many bytes.
-constexpr std::int64_t imageMemory = 64'000'000;
-
 std::set<std::string> idsIn(const std::string& groupId) {
     std::set<std::string> ids;
     for (std::size_t from = 0; from <= groupId.size();) {
@@ -75,7 +72,7 @@ Filed Filing::file(const Group& group) {
     Filed filed;
     for (;;) {
         const auto files = AssetSource::make(rest.items());
-        const auto loader = FileLoader::make(files, imageMemory);
+        const auto loader = FileLoader::make(files);
         velmorant::OpenCVAligner aligner(loader, cache_, std::make_shared<ConsoleLog>(velmorant::LogStoreType::fault));
         auto result = awaited<velmorant::Aligner::Result>([&](auto done) {
             aligner.alignment(rest, platform::DispatchQueue::global(), platform::DispatchWorkItemFlags::none, done);

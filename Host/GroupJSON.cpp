@@ -98,6 +98,12 @@ void writeGroup(JSONWriter& json, const StitchedGroup& stitched, MemoryShown mem
             .member("equal", stitched.proof->equal)
             .member("blended", stitched.proof->blended)
             .endObject();
+    if (!stitched.outputs.empty()) {
+        json.key("outputs").beginArray();
+        for (const auto& path : stitched.outputs)
+            json.value(path.native());
+        json.endArray();
+    }
     if (memory == MemoryShown::yes)
         json.member("memory", stitched.memory);
     json.endObject();

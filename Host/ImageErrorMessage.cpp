@@ -16,7 +16,7 @@ const char* sentence(platform::ImageError::Code code) {
     case notRegularFile:
         return "{}: not a regular file; name an image file or a folder of them";
     case notAnImage:
-        return "{}: not an image of a known format; PNG, JPEG and WebP are read";
+        return "{}: not an image of a known format; PNG, JPEG, WebP, HEIF, AVIF and JPEG XL are read";
     case unsupported:
         return "{}: a kind of image that is not supported; convert it to PNG";
     case truncated:
@@ -24,7 +24,7 @@ const char* sentence(platform::ImageError::Code code) {
     case damaged:
         return "{}: the image is damaged; copy it again from where it came";
     case tooLarge:
-        return "{}: the image is too large";
+        return "{}: the image is larger than allowed; --max-pixels sets the limit on its size";
     case changed:
         return "{}: the file changed while it was read; try again";
     case readFailed:
@@ -33,6 +33,8 @@ const char* sentence(platform::ImageError::Code code) {
         return "{}: the picture could not be written; make room, or name another place";
     case outOfMemory:
         return "{}: there is not enough memory for this image";
+    case overMemory:
+        return "{}: it takes more memory at once than is allowed; allow more with --memory";
     case cancelled:
         return "{}: interrupted";
     }

@@ -20,7 +20,7 @@ bool isHidden(const fs::path& file) {
 bool namedAsImage(const fs::path& file) {
     std::string ending = file.extension().native();
     std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return std::tolower(c); });
-    constexpr const char* endings[] = {".png", ".jpg", ".jpeg", ".webp"};
+    constexpr const char* endings[] = {".png", ".jpg", ".jpeg", ".webp", ".heic", ".heif", ".hif", ".avif", ".jxl"};
     return std::ranges::any_of(endings, [&](const char* known) { return ending == known; });
 }
 

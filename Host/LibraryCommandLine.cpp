@@ -147,7 +147,6 @@ void LibraryCommandLine::addTo(CLI::App& app) {
     const auto stitching = std::make_shared<StitchOptions>();
     const auto prepare = [stitching] {
         stitching->picture.jobs = platform::ThreadPool::shared().limit();
-        stitching->picture.imageMemory = 64'000'000;
     };
     CLI::App& showing = add(app, "show", "tell how the screenshots of a group lie and why, or why they do not join",
                             "  velmorant show 3f2a\n  velmorant show 3f2a --json", [group, stitching, prepare] {

@@ -23,14 +23,33 @@ std::optional<ImageFormat> formatOf(const fs::path& file) {
         return ImageFormat::jpeg;
     if (ending == ".webp")
         return ImageFormat::webp;
+    if (ending == ".avif")
+        return ImageFormat::avif;
+    if (ending == ".jxl")
+        return ImageFormat::jxl;
+    if (ending == ".pdf")
+        return ImageFormat::pdf;
     return std::nullopt;
 }
 
 } // namespace
 
 std::expected<Outputs, std::string> Outputs::of(const OutputOptions& options, const std::vector<fs::path>& inputs) {
+    auto outputs = placesOf(options, inputs);
+    if (outputs && options.page && outputs->form().format != ImageFormat::pdf)
+        return Refusal(message("--page is for PDF; use --format pdf, or name a file that ends in .pdf"));
+    if (outputs && options.mostRows > 0 && options.named == "-")
+        return Refusal(message("--split makes several files, and -o - is one; name a file or a folder"));
+    return outputs;
+}
+
+std::expected<Outputs, std::string> Outputs::placesOf(const OutputOptions& options,
+                                                      const std::vector<fs::path>& inputs) {
     Outputs outputs;
-    outputs.pattern_ = {.format = options.format.value_or(ImageFormat::png), .quality = options.quality};
+    outputs.pattern_ = {.format = options.format.value_or(ImageFormat::png),
+                        .quality = options.quality,
+                        .mostRows = options.mostRows,
+                        .page = options.page.value_or(Page())};
     const fs::path& named = options.named;
     std::error_code unknown;
     if (named.empty())
@@ -48,7 +67,7 @@ std::expected<Outputs, std::string> Outputs::of(const OutputOptions& options, co
 
     const auto byEnding = formatOf(named);
     if (!byEnding && !options.format)
-        return Refusal(message("{}: the ending names no picture format; use .png, .jpg or .webp", {shown(named)}));
+        return Refusal(message("{}: the ending names no format that is written; use .png, .jpg, .webp, .avif, .jxl or .pdf", {shown(named)}));
     if (byEnding && options.format && *byEnding != *options.format)
         return Refusal(message("{}: the ending names another format than --format", {shown(named)}));
     if (const fs::path folder = named.parent_path(); !folder.empty() && !fs::is_directory(folder, unknown))

@@ -49,7 +49,8 @@ bool isScreenshot(const fs::path& file, const platform::ImageProperties& propert
         return false;
     const std::int64_t narrow = std::min(properties.width, properties.height);
     const std::int64_t wide = std::max(properties.width, properties.height);
-    if (properties.format == platform::ImageFormat::jpeg)
+    using enum platform::ImageFormat;
+    if (properties.format == jpeg || properties.format == heif) // as cameras write
         return (std::ranges::find(screenWidths, narrow) != std::end(screenWidths) && 2 * wide >= 3 * narrow) ||
                (properties.height == wide && 100 * wide >= 177 * narrow); // longer than any camera's picture
     return narrow >= 240 && 4 * wide >= 5 * narrow && wide <= 3 * narrow; // from tablets to the longest phones

@@ -50,6 +50,9 @@ std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const ImageFil
                   "{} screenshots from {} on would be joined: {} x {} pixels, with about {} MB of memory\n",
                   {count, shown(files.path(items.front())), width, height, std::to_string(stitched.memory / 1'000'000)})
             : message("{} screenshots joined: {} x {} pixels, {}\n", {count, width, height, shown(*stitched.output)});
+    if (stitched.outputs.size() > 1)
+        text += message("  in {} files, down to {}\n",
+                        {std::to_string(stitched.outputs.size()), shown(stitched.outputs.back())});
     if (stitched.proof)
         text += message("read back: {} rows equal their screenshots' and {} are blended\n",
                         {std::to_string(stitched.proof->equal), std::to_string(stitched.proof->blended)});

@@ -7,6 +7,7 @@
 #include "Host/PictureWriter.hpp"
 #include "Platform/Dispatch/MainLoop.hpp"
 #include "Platform/Foundation/Device.hpp"
+#include "Platform/ImageIO/CGImageDestination.hpp"
 #include "Velmorant/Rendering/ImageHelpers.hpp"
 
 #include <algorithm>
@@ -132,6 +133,8 @@ void StitchRun::analysed(const Group& group) {
                                      {std::to_string(stitched.pictureSize.height)});
         stitched.pictureSize.height = stitched.shown.upper - stitched.shown.lower;
     }
+    if (result && !stitched.error)
+        stitched.error = refusalOf(outputs_.form(), stitched.pictureSize.width, stitched.pictureSize.height);
     if (result && options_.dryRun)
         stitched.memory = memoryFor(stitched);
     if (stitched.error || options_.dryRun || isGivenUp(group) || Interrupt::requested())
@@ -193,7 +196,7 @@ velmorant::RowRange StitchRun::rowsShown(const StitchedGroup& group) const {
 }
 
 /// The decoded screenshots that are kept, the frames that are compared, a picture that is not drawn straight into its
-/// file, and the program itself.
+/// file, one that is encoded whole, and the program itself.
 std::int64_t StitchRun::memoryFor(const StitchedGroup& group) const {
     constexpr std::int64_t program = 15'000'000, bytesPerPixel = 4;
     constexpr std::int64_t bytesPerFramePixel = 1, bytesPerFrameRow = 456; // luma; signature, mask and totals
@@ -206,7 +209,12 @@ std::int64_t StitchRun::memoryFor(const StitchedGroup& group) const {
     const auto frames =
         std::min<std::int64_t>(std::ssize(group.group.items()), static_cast<std::int64_t>(options_.jobs) + 2);
     const std::int64_t drawn = targetSize(*group.alignment) ? group.pictureSize.width * group.pictureSize.height : 0;
-    return program + std::min(options_.imageMemory, pixels * bytesPerPixel) + frames * frame + drawn * bytesPerPixel;
+    const OutputFile& form = outputs_.form();
+    const std::int64_t height = group.pictureSize.height;
+    const std::int64_t encoder = platform::CGImageDestination::memoryFor(
+        form.format, group.pictureSize.width, form.mostRows > 0 ? std::min(form.mostRows, height) : height);
+    return program + std::min(FileLoader::budget(), pixels * bytesPerPixel) + frames * frame + drawn * bytesPerPixel +
+           encoder;
 }
 
 void StitchRun::write(StitchedGroup group, const UIImage& picture, const OutputFile& output) {
@@ -216,24 +224,32 @@ void StitchRun::write(StitchedGroup group, const UIImage& picture, const OutputF
     });
 }
 
-std::expected<std::optional<PictureProof>, std::string>
+std::expected<StitchRun::Written, std::string>
 StitchRun::writtenAndProved(const StitchedGroup& group, const UIImage& picture, const OutputFile& output) const {
     const platform::CIImage recipe = velmorant::ksv_ciImage(picture);
     platform::CGRect extent = recipe.extent(); // y points up
     extent.origin.y = extent.maxY() - static_cast<double>(group.shown.upper);
     extent.size.height = static_cast<double>(group.shown.upper - group.shown.lower);
-    if (const auto written = writePicture(recipe, extent, output, earliest(group.group).date); !written)
-        return std::unexpected(imageErrorMessage(pathOf(output), written.error()));
+    auto paths = writePicture(recipe, extent, output, earliest(group.group).date);
+    if (!paths)
+        return std::unexpected(imageErrorMessage(pathOf(output), paths.error()));
+    Written written{.paths = std::move(*paths), .proof = {}};
     if (!options_.verify)
-        return std::nullopt;
-    return provePicture(output.path, *group.alignment, group.shown, *loader_);
+        return written;
+    const auto proof = provePicture(output.path, *group.alignment, group.shown, *loader_);
+    if (!proof)
+        return std::unexpected(proof.error());
+    written.proof = *proof;
+    return written;
 }
 
 void StitchRun::written(StitchedGroup group, const OutputFile& output,
-                        const std::expected<std::optional<PictureProof>, std::string>& written) {
+                        const std::expected<Written, std::string>& written) {
     if (written) {
-        group.output = pathOf(output);
-        group.proof = *written;
+        group.output = written->paths.front();
+        if (output.mostRows > 0)
+            group.outputs = written->paths;
+        group.proof = written->proof;
     } else {
         group.error = written.error();
         outputs_.giveBack(output);

@@ -24,6 +24,7 @@ struct StitchedGroup {
     std::optional<velmorant::Alignment> alignment;
     std::optional<std::string> error; ///< for people; there is no picture then
     std::optional<std::filesystem::path> output;
+    std::vector<std::filesystem::path> outputs; ///< of a picture that may be split: all its files, `output` first
     velmorant::PixelSize pictureSize; ///< of the output, or what it would be
     velmorant::RowRange shown;        ///< the rows of the whole picture that the output shows
     std::optional<PictureProof> proof;
@@ -43,7 +44,6 @@ struct PictureOptions {
     std::int64_t cutTop = 0, cutBottom = 0;   ///< rows of the finished picture that are cut off
     bool dropBars = false;                    ///< those at its two ends are cut off, too
     bool verify = false;                      ///< pictures are read back and held to their screenshots
-    std::int64_t imageMemory = 0;             ///< bytes in which decoded screenshots are kept
     bool strict = false;                      ///< a group that leaves a screenshot out fails
     bool dryRun = false;                      ///< nothing is drawn
     bool quiet = false;                       ///< no progress is told
@@ -80,13 +80,18 @@ private:
     bool isDone() const;
     void tellProgress() const;
     void beginMore();
+    struct Written {
+        std::vector<std::filesystem::path> paths;
+        std::optional<PictureProof> proof;
+    };
+
     void analysed(const velmorant::Group& group);
     void draw(StitchedGroup group);
     void write(StitchedGroup group, const platform::UIImage& picture, const OutputFile& output);
-    std::expected<std::optional<PictureProof>, std::string>
+    std::expected<Written, std::string>
     writtenAndProved(const StitchedGroup& group, const platform::UIImage& picture, const OutputFile& output) const;
     void written(StitchedGroup group, const OutputFile& output,
-                 const std::expected<std::optional<PictureProof>, std::string>& written);
+                 const std::expected<Written, std::string>& written);
     void end(StitchedGroup group);
 
     bool isGivenUp(const velmorant::Group& group) const;

@@ -30,3 +30,7 @@ velmorant_dependency(xxhash HEADER xxhash.h LIBRARIES xxhash)
 velmorant_dependency(sqlite HEADER SQLiteCpp/Database.h LIBRARIES SQLiteCpp sqlite3)
 velmorant_dependency(cli11 HEADER CLI/CLI.hpp)
 velmorant_dependency(hwy HEADER hwy/highway.h) # headers alone: loading the library takes 4 ms
+velmorant_dependency(heif HEADER libheif/heif.h LIBRARIES heif)
+velmorant_dependency(jxl HEADER jxl/decode.h LIBRARIES jxl jxl_threads)
+velmorant_dependency(hpdf HEADER hpdf.h LIBRARIES hpdf)
+velmorant_dependency(seccomp HEADER seccomp.h LIBRARIES seccomp)

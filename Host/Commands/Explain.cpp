@@ -24,9 +24,6 @@ using velmorant::StitchableItem;
 
 namespace {
 
-/// Decoded screenshots are kept in so many bytes.
-constexpr std::int64_t imageMemory = 64'000'000;
-
 std::vector<KSVPatternPair> match(const std::vector<std::shared_ptr<LoaderLazyImage>>& images) {
     std::promise<std::vector<KSVPatternPair>> answer;
     orbelquist::KSVPatternMaker().patternsForImages(
@@ -98,7 +95,7 @@ ExitStatus explain(const ExplainOptions& options) {
         complain(message("--image draws one pair; name two screenshots"));
         return ExitStatus::wrongCall;
     }
-    const auto loader = FileLoader::make(files, imageMemory);
+    const auto loader = FileLoader::make(files);
     std::vector<std::shared_ptr<LoaderLazyImage>> images;
     for (const FileItem& file : items)
         images.push_back(std::make_shared<LoaderLazyImage>(file.item, loader));

@@ -84,6 +84,8 @@ std::optional<std::string> contradictionWith(const Outputs& outputs, const Stitc
         return message("{}: the file exists; use --force to replace it", {shown(options.rows)});
     if (options.picture.verify && !outputs.areLossless())
         return message("--verify holds every pixel to the screenshots, which only a png keeps");
+    if (options.picture.verify && options.output.mostRows > 0)
+        return message("--verify reads one file back; leave --split out");
     return std::nullopt;
 }
 
@@ -132,7 +134,7 @@ ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline&
         complain(*contradiction);
         return ExitStatus::wrongCall;
     }
-    const auto loader = FileLoader::make(files, options.picture.imageMemory);
+    const auto loader = FileLoader::make(files);
     const auto diskCache = options.cache && options.places.empty() // what is placed by hand is no finding
                                ? velmorant::AlignerDiskCache::make(orbelquist::alignerVersion)
                                : nullptr;

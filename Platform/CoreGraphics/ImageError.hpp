@@ -19,6 +19,7 @@ struct ImageError {
         readFailed,     ///< the system could not read it
         writeFailed,    ///< the system could not write it
         outOfMemory,
+        overMemory, ///< it would take more memory at once than allowed; nothing was decoded or encoded
         cancelled,
     };
 

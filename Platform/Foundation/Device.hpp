@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/ImageIO/ImageLimits.hpp"
+
 #include <compare>
 #include <filesystem>
 #include <memory>
@@ -44,7 +46,9 @@ public:
         double screenScale = 1;    ///< pixels per point
         OperatingSystemVersion operatingSystem = {14, 0};
         std::string hostIdentifier = "com.velmorant.host"; ///< reverse-DNS; queue labels and cache paths begin with it
-        std::string softwareMark = {}; ///< goes into the metadata of pictures that the device writes
+        std::string softwareMark = {};     ///< goes into the metadata of pictures that the device writes
+        ImageLimits imageLimits = {};      ///< of pictures for which nothing else is said
+        std::filesystem::path codecs = {}; ///< the helper for further formats; empty: it is looked for
     };
 
     explicit Device(Settings settings);

@@ -31,6 +31,7 @@ public:
     /// As it was when it was opened.
     const FileIdentity& identity() const { return identity_; }
     std::uint64_t size() const { return static_cast<std::uint64_t>(identity_.size); }
+    int number() const { return descriptor_.number(); }
 
     /// Up to `into.size()` bytes that follow those read so far; none at the file's end.
     [[nodiscard]] std::expected<std::size_t, std::error_code> read(std::span<std::byte> into) const;

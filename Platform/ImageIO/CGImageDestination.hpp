@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace platform {
 
@@ -30,9 +31,17 @@ enum class EncodeEffort {
     small, ///< the least size
 };
 
+/// How a picture lies on the pages of a document.
+struct PDFPages {
+    std::vector<std::int64_t> rows; ///< of the picture on each page, from the top; empty: all on one
+    int width = 0;                  ///< of every page, in points, filled by the picture's width; 0: as tall and wide
+    int height = 0; ///< as its part of the picture, at a point a pixel, or as small as 14,400 points need
+};
+
 struct EncodeOptions {
     int quality = 92; ///< of lossy formats, 1 to 100
     EncodeEffort effort = EncodeEffort::usual;
+    PDFPages pages = {}; ///< of PDF
 };
 
 /// Encodes one image from its rows, in bands, top to bottom. One thread at a time.
@@ -40,12 +49,15 @@ class CGImageDestination {
 public:
     virtual ~CGImageDestination() = default;
 
-    /// Fails before anything is written where the format cannot hold the image: `tooLarge`, `detail` naming the limit.
+    /// Fails before anything is written where the format cannot hold the image: `tooLarge`, `detail` naming the limit,
+    /// or `overMemory`, where that would take more than the device allows.
     [[nodiscard]] static std::expected<std::unique_ptr<CGImageDestination>, ImageError>
     make(ImageFormat format, ByteSink& sink, const ImageHeader& header, const EncodeOptions& options = {});
 
     /// The most rows that a picture of the format can have.
     static std::int64_t maxHeight(ImageFormat format);
+    /// Bytes that encoding a picture takes at once, about; 0 where it is done row by row.
+    static std::int64_t memoryFor(ImageFormat format, std::int64_t width, std::int64_t height);
 
     /// Takes the next `count` rows, `stride` bytes apart: RGBA8, premultiplied.
     [[nodiscard]] virtual std::expected<void, ImageError> write(const std::uint8_t* rows, std::size_t stride,

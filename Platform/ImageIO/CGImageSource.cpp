@@ -1,7 +1,9 @@
 #include "Platform/ImageIO/CGImageSource.hpp"
 
+#include "Platform/Foundation/Device.hpp"
 #include "Platform/ImageIO/ImageCodec.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <new>
@@ -17,6 +19,24 @@ struct CGImageSource::State {
 
 namespace {
 
+/// ISO/IEC 14496-12, 4.3: a box of a length in four bytes, "ftyp", the major brand, a version, compatible brands.
+std::optional<ImageFormat> formatOfBrands(const InputFile& file) {
+    std::array<char, 256> start = {};
+    const auto count = file.read(0, std::as_writable_bytes(std::span(start)));
+    const auto length = static_cast<std::size_t>(static_cast<unsigned char>(start[2]) << 8 |
+                                                 static_cast<unsigned char>(start[3]));
+    const std::size_t end = count ? std::min(*count, length) : 0;
+    std::optional<ImageFormat> format;
+    for (std::size_t at = 8; at + 4 <= end; at += at == 8 ? 8 : 4) {
+        const std::string_view brand(start.data() + at, 4);
+        if (brand == "avif" || brand == "avis")
+            return ImageFormat::avif; // such files may name "mif1" as well
+        if (brand == "mif1" || brand == "msf1" || brand.starts_with("hei") || brand.starts_with("hev"))
+            format = ImageFormat::heif;
+    }
+    return format;
+}
+
 /// Told by content, never by name.
 std::optional<ImageFormat> formatOf(const InputFile& file) {
     std::array<std::byte, 12> start = {};
@@ -31,10 +51,25 @@ std::optional<ImageFormat> formatOf(const InputFile& file) {
         return ImageFormat::jpeg;
     if (stands(0, "RIFF") && stands(8, "WEBP"))
         return ImageFormat::webp;
+    if (stands(0, "\xff\x0a") || stands(0, std::string_view("\0\0\0\x0cJXL \r\n\x87\n", 12)))
+        return ImageFormat::jxl;
+    if (stands(4, "ftyp"))
+        return formatOfBrands(file);
     return std::nullopt;
 }
 
+/// What is taken at once for the upright picture. A turned one is held twice, as stored and as shown.
+std::int64_t memoryOf(const ImageDescription& description) {
+    const auto& properties = description.properties;
+    const bool isTurned = properties.orientation != ImageOrientation::up;
+    return description.memory + (isTurned ? 8 * properties.width * properties.height : 0);
+}
+
 } // namespace
+
+std::expected<CGImageSource, ImageError> CGImageSource::open(const std::filesystem::path& path) {
+    return open(path, Device::current().imageLimits);
+}
 
 std::expected<CGImageSource, ImageError> CGImageSource::open(const std::filesystem::path& path,
                                                              const ImageLimits& limits) {
@@ -53,6 +88,8 @@ std::expected<CGImageSource, ImageError> CGImageSource::open(const std::filesyst
     state->description.properties.format = *format;
     const ImageProperties& properties = state->description.properties;
     if (auto error = sizeError(properties.width, properties.height, limits))
+        return std::unexpected(*error);
+    if (auto error = memoryError(memoryOf(state->description), limits))
         return std::unexpected(*error);
     return CGImageSource(std::move(state));
 }

@@ -2,6 +2,7 @@
 
 #include "Platform/CoreGraphics/CGImage.hpp"
 #include "Platform/Foundation/Calendar.hpp"
+#include "Platform/ImageIO/ImageLimits.hpp"
 #include "Platform/UIKit/ImageOrientation.hpp"
 
 #include <cstdint>
@@ -13,14 +14,7 @@
 
 namespace platform {
 
-enum class ImageFormat { png, jpeg, webp };
-
-/// What may be read. Checked before memory is taken.
-struct ImageLimits {
-    std::int64_t maxPixels = 200'000'000;
-    std::int64_t maxChunkBytes = 32 << 20; ///< a metadata chunk or a profile
-    int maxJpegScans = 500;
-};
+enum class ImageFormat { png, jpeg, webp, heif, avif, jxl, pdf };
 
 /// What is known of an image file without decoding its pixels.
 struct ImageProperties {
@@ -38,9 +32,11 @@ struct ImageProperties {
 /// regular files are opened, without blocking. Damaged metadata never fails a picture. A cheap handle; any thread.
 class CGImageSource {
 public:
-    /// Reads the header and the metadata, not the pixels. The file is not kept open.
+    /// Reads the header and the metadata, not the pixels. The file is not kept open. Within the device's limits where
+    /// none are given.
+    [[nodiscard]] static std::expected<CGImageSource, ImageError> open(const std::filesystem::path& file);
     [[nodiscard]] static std::expected<CGImageSource, ImageError> open(const std::filesystem::path& file,
-                                                                       const ImageLimits& limits = {});
+                                                                       const ImageLimits& limits);
 
     const ImageProperties& properties() const;
 

@@ -13,6 +13,14 @@ constexpr const char* fileEnding(ImageFormat format) {
         return ".jpg";
     case ImageFormat::webp:
         return ".webp";
+    case ImageFormat::heif:
+        return ".heic";
+    case ImageFormat::avif:
+        return ".avif";
+    case ImageFormat::jxl:
+        return ".jxl";
+    case ImageFormat::pdf:
+        return ".pdf";
     }
     return ".png";
 }

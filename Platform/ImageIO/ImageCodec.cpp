@@ -13,6 +13,14 @@ const ImageCodec& codecOf(ImageFormat format) {
         return jpegCodec;
     case ImageFormat::webp:
         return webpCodec;
+    case ImageFormat::heif:
+        return heifCodec;
+    case ImageFormat::avif:
+        return avifCodec;
+    case ImageFormat::jxl:
+        return jxlCodec;
+    case ImageFormat::pdf:
+        return pdfCodec;
     }
     return pngCodec;
 }
@@ -24,6 +32,14 @@ std::optional<ImageError> sizeError(std::int64_t width, std::int64_t height, con
         return ImageError{ImageError::Code::tooLarge, std::to_string(width) + " x " + std::to_string(height) +
                                                           " pixels, " + std::to_string(limits.maxPixels) + " at most"};
     return std::nullopt;
+}
+
+std::optional<ImageError> memoryError(std::int64_t bytes, const ImageLimits& limits) {
+    if (bytes <= limits.maxMemory)
+        return std::nullopt;
+    const auto megabytes = [](std::int64_t count) { return std::to_string((count + 999'999) / 1'000'000) + " MB"; };
+    return ImageError{ImageError::Code::overMemory,
+                      "about " + megabytes(bytes) + ", " + megabytes(limits.maxMemory) + " are allowed"};
 }
 
 CGColorSpace colorSpaceOf(std::vector<std::byte> profile) {

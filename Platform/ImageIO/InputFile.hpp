@@ -24,6 +24,8 @@ public:
 
     const FileIdentity& identity() const { return file_.identity(); }
     std::int64_t size() const { return identity().size; }
+    /// The open file's number, for another process to read; it stays this object's.
+    int number() const { return file_.number(); }
 
     /// Up to `into.size()` bytes from `offset`; fewer only at the file's end.
     [[nodiscard]] std::expected<std::size_t, ImageError> read(std::int64_t offset, std::span<std::byte> into) const;

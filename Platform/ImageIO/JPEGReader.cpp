@@ -55,6 +55,16 @@ public:
         });
     }
 
+    /// Of a file in several scans, all of whose coefficients are held until the last one is read.
+    std::int64_t coefficientBytes() {
+        if (!jpeg_has_multiple_scans(&info_))
+            return 0;
+        std::int64_t blocks = 0;
+        for (int i = 0; i < info_.num_components; ++i)
+            blocks += std::int64_t{info_.comp_info[i].width_in_blocks} * info_.comp_info[i].height_in_blocks;
+        return blocks * static_cast<std::int64_t>(DCTSIZE2 * sizeof(JCOEF));
+    }
+
     ImageError error() const {
         if (stream_.error())
             return *stream_.error();
@@ -204,6 +214,7 @@ std::expected<ImageDescription, ImageError> inspect(InputFile file, const ImageL
     description.properties.width = info.image_width;
     description.properties.height = info.image_height;
     description.properties.opaque = true;
+    description.memory = decoder.coefficientBytes();
     if (info.num_components != 1) // a profile for grey or CMYK values says nothing of the RGB that they become
         description.colorSpace = colorSpaceOf(decoder.profile());
     for (auto marker = info.marker_list; marker; marker = marker->next)

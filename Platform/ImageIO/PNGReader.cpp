@@ -132,6 +132,8 @@ std::expected<ImageDescription, ImageError> inspect(InputFile file, const ImageL
     if (auto error = sizeError(header.width, header.height, limits))
         return std::unexpected(*error);
 
+    if (header.interlace_method != SPNG_INTERLACE_NONE)
+        description.memory = 4 * std::int64_t{header.width} * header.height;
     spng_trns transparency = {};
     const bool hasAlpha = (header.color_type & 4) != 0; // PNG: bit 2 of the colour type
     const int transparent = spng_get_trns(decoder.get(), &transparency);

@@ -48,6 +48,8 @@ std::expected<std::vector<std::byte>, ImageError> content(const InputFile& file,
         return std::unexpected(*error);
     if (file.size() > std::int64_t{features.width} * features.height * 4 + 2 * limits.maxChunkBytes)
         return std::unexpected(ImageError{Code::tooLarge, std::to_string(file.size()) + " bytes"});
+    if (auto error = memoryError(file.size(), limits))
+        return std::unexpected(*error);
     return file.readAll();
 }
 
@@ -78,6 +80,9 @@ std::expected<ImageDescription, ImageError> inspect(InputFile file, const ImageL
     description.properties.width = features.width;
     description.properties.height = features.height;
     description.properties.opaque = !features.has_alpha;
+    constexpr int lossless = 2;
+    const int bytesPerPixel = features.format == lossless ? 8 : features.has_alpha ? 5 : 4;
+    description.memory = file.size() + bytesPerPixel * std::int64_t{features.width} * features.height;
     const WebPData data{bytesOf(*bytes), bytes->size()};
     if (const Demuxer demuxer(WebPDemux(&data)); demuxer) {
         description.colorSpace = colorSpaceOf(chunk(demuxer.get(), "ICCP", limits.maxChunkBytes));
@@ -205,6 +210,6 @@ std::expected<std::unique_ptr<CGImageDestination>, ImageError> writer(ByteSink& 
 
 namespace platform {
 
-const ImageCodec webpCodec{webp::inspect, webp::reader, webp::writer, WEBP_MAX_DIMENSION};
+const ImageCodec webpCodec{webp::inspect, webp::reader, webp::writer, WEBP_MAX_DIMENSION, 12};
 
 } // namespace platform
