@@ -1,17 +1,24 @@
-# Libraries from Debian packages. Those that have no CMake file are found through pkg-config, cctz by hand.
+# Libraries from Debian packages. Installed beside the package's configuration, too: whoever links Velmorant's archives
+# needs those of them that VELMORANT_NEEDED names there.
 find_package(Threads REQUIRED)
-find_package(PkgConfig REQUIRED)
 
-# velmorant_archive(NAME header libname…): an imported target velmorant_dep::NAME. The host links static archives
-# where Debian has them: each shared library costs start-up time.
+# velmorant_dependency(NAME HEADER file [LIBRARIES name…]): an imported target velmorant_dep::NAME. Programs link static
+# archives where Debian has them, for each shared library costs start-up time; a shared library links shared ones.
 function(velmorant_dependency name)
   cmake_parse_arguments(arg "" "HEADER" "LIBRARIES" ${ARGN})
+  if(DEFINED VELMORANT_NEEDED AND NOT name IN_LIST VELMORANT_NEEDED)
+    return()
+  endif()
   find_path(VELMORANT_${name}_INCLUDE ${arg_HEADER} REQUIRED)
-  add_library(velmorant_dep_${name} INTERFACE)
+  add_library(velmorant_dep_${name} INTERFACE IMPORTED GLOBAL)
   target_include_directories(velmorant_dep_${name} SYSTEM INTERFACE ${VELMORANT_${name}_INCLUDE})
+  set_property(GLOBAL PROPERTY VELMORANT_LIBRARIES_${name} ${arg_LIBRARIES})
   foreach(library IN LISTS arg_LIBRARIES)
     find_library(VELMORANT_${name}_${library} NAMES lib${library}.a ${library} REQUIRED)
-    target_link_libraries(velmorant_dep_${name} INTERFACE ${VELMORANT_${name}_${library}})
+    find_library(VELMORANT_${name}_${library}_SHARED NAMES ${library} REQUIRED)
+    set(is_shared "$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>")
+    target_link_libraries(velmorant_dep_${name} INTERFACE
+      "$<IF:${is_shared},${VELMORANT_${name}_${library}_SHARED},${VELMORANT_${name}_${library}}>")
   endforeach()
   add_library(velmorant_dep::${name} ALIAS velmorant_dep_${name})
 endfunction()

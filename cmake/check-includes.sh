@@ -1,7 +1,7 @@
 #!/bin/sh
-# Floors include only from themselves and from below: Host > Velmorant > Orbelquist > Platform; the helper Codecs stands
-# beside them, on Platform alone. The one door to the matcher is Velmorant/Alignment. All floors share one include root,
-# so linking alone would not catch a step upwards.
+# Floors include only from themselves and from below: Host > Velmorant > Orbelquist > Platform. The bindings stand beside
+# the host, the helper Codecs on Platform alone. The one door to the matcher is Velmorant/Alignment. All floors share one
+# include root, so linking alone would not catch a step upwards.
 cd "${1:?the source folder}" || exit 2
 
 forbidden() { # forbidden FOLDER PATTERN [EXCEPT]
@@ -10,10 +10,12 @@ forbidden() { # forbidden FOLDER PATTERN [EXCEPT]
 }
 
 found=$(
-    forbidden Platform 'Orbelquist|Velmorant|Host|Codecs'
-    forbidden Codecs 'Orbelquist|Velmorant|Host'
-    forbidden Orbelquist 'Velmorant|Host|Codecs'
-    forbidden Velmorant 'Host|Codecs'
+    forbidden Platform 'Orbelquist|Velmorant|Host|Bindings|Codecs'
+    forbidden Codecs 'Orbelquist|Velmorant|Host|Bindings'
+    forbidden Orbelquist 'Velmorant|Host|Bindings|Codecs'
+    forbidden Velmorant 'Host|Bindings|Codecs'
+    forbidden Host 'Bindings|Codecs'
+    forbidden Bindings 'Host|Codecs'
     forbidden Velmorant 'Orbelquist' 'Velmorant/Alignment/'
 )
 [ -z "$found" ] && exit 0
