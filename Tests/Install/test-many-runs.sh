@@ -1,0 +1,32 @@
+#!/bin/bash
+# test-many-runs.sh PROGRAM SOURCE: of three runs one is killed and one refused; the next call does the killed one alone.
+set -euo pipefail
+program=$1 source=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+printf 'chat\t%s\nreceipt\t%s\nunrelated\t%s\n' "$source"/Examples/{trip-chat,receipt,unrelated} >runs.tsv
+
+cat >once-killed <<END
+#!/bin/sh
+case "\$*" in *receipt*) [ -e killed ] || { touch killed; kill -9 \$\$; } ;; esac
+echo >>calls
+exec "$program" "\$@"
+END
+chmod +x once-killed
+export VELMORANT=$work/once-killed
+
+runs() { "$source/bin/many-runs" "$@"; }
+! runs one runs.tsv results 1 2 3 2>err
+grep -q "receipt: status -9" err
+[ "$(runs left runs.tsv results)" = 2 ]
+! runs summary runs.tsv results >summary
+grep -q "^missing: receipt$" summary
+
+runs one runs.tsv results 1 2 3
+[ "$(wc -l <calls)" = 3 ]
+runs summary runs.tsv results >summary
+diff - <(head -1 summary | cut -d, -f1,2) <<<"3 runs: 2 joined, $((2714 + $(grep -o '"height": [0-9]*' "$source/Examples/receipt/truth.json" | cut -d' ' -f2))) rows"
+grep -q "^refused: unrelated$" summary
+grep -q "^missing: none$" summary
+[ "$(ls results)" = "$(printf '%s\n' chat.json chat.png receipt.json receipt.png unrelated.json)" ]
