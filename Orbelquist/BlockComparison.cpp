@@ -4,6 +4,7 @@
 #include "Orbelquist/Kernels/SquaredDifference.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <utility>
@@ -90,7 +91,8 @@ BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
 }
 
 PixelSums BlockComparison::sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored) const {
-    const auto& [a, b, shift, first, last, ignoredInA, ignoredInB] = layout_;
+    const Frame &a = layout_.a, &b = layout_.b;
+    const std::int64_t shift = layout_.shift;
     const auto width = static_cast<std::size_t>(b.width);
     const std::int64_t from = rowOf(band);
     const auto columnsOf = [&](std::size_t cell, std::size_t cells) { // but for the first, which has no left neighbour
@@ -166,11 +168,26 @@ void BlockComparison::judge() {
             if (!isInformed(m))
                 continue;
             const double difference = differenceOf(m);
-            bands_[i].set(k, difference >= contradicts                  ? Block::shapes
+            bands_[i].set(k, difference >= contradicts && isPage(i, k)  ? Block::shapes
                              : difference >= alike                      ? Block::unclear
                              : m.across > leastVariance / 4 + 2 * noise ? Block::alike
                                                                         : Block::lines);
         }
+}
+
+bool BlockComparison::isPage(std::size_t band, std::size_t block) const {
+    if (layout_.pageInA.empty())
+        return true;
+    constexpr int cells = cellCount / blocksAcross;
+    const CellMask here = ((CellMask{1} << cells) - 1) << static_cast<int>(block) * cells;
+    int page = 0, counted = 0;
+    for (std::int64_t row = rowOf(band); row < endOf(band); ++row) {
+        const CellMask counts = here & ~ignoredAt(row);
+        counted += std::popcount(counts);
+        page += std::popcount(counts & (layout_.pageInA[static_cast<std::size_t>(row + layout_.shift)] |
+                                        layout_.pageInB[static_cast<std::size_t>(row)]));
+    }
+    return page * 2 > counted;
 }
 
 void BlockComparison::findCovered() {

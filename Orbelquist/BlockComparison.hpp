@@ -50,20 +50,24 @@ private:
 /// difference over their variance, which lossy coding hardly changes.
 class BlockComparison {
 public:
-    /// Rows `first` to `last` of `b` on the rows `shift` further down of `a`, without the cells ignored in either: one
-    /// mask a row, or no masks.
+    /// Rows `first` to `last` of `b` on the rows `shift` further down of `a`, without the cells ignored in either. Where
+    /// masks tell which cells show the page for certain, none contradicts but of these. One mask a row, or no masks.
     struct Layout {
         const Frame& a;
         const Frame& b;
         std::int64_t shift = 0;
         std::int64_t first = 0, last = 0;
         std::span<const CellMask> ignoredInA = {}, ignoredInB = {};
+        std::span<const CellMask> pageInA = {}, pageInB = {};
     };
 
     explicit BlockComparison(const Layout& layout);
 
     /// Tells blocks with another ground from those with other shapes; until then all that contradict are `shapes`.
     void findCovered();
+
+    /// Whether one of the frames shows the page for certain in more than half of what counts of a block.
+    bool isPage(std::size_t band, std::size_t block) const;
 
     const Layout& layout() const { return layout_; }
     std::vector<Band>& bands() { return bands_; }

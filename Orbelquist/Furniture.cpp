@@ -54,6 +54,17 @@ std::int64_t barRows(const Furniture& furniture, std::int64_t height, Row row) {
     return bar;
 }
 
+/// Between the bars a picture leaves at least one cell of so many that stands still, however little of it shows.
+constexpr std::int64_t backdropShare = 200;
+
+bool hasBackdrop(const std::vector<CellMask>& cells) {
+    const std::int64_t height = std::ssize(cells), bar = height / tallestBar;
+    std::int64_t still = 0;
+    for (std::int64_t y = bar; y < height - bar; ++y)
+        still += std::popcount(cells[static_cast<std::size_t>(y)]);
+    return still * backdropShare > (height - 2 * bar) * cellCount;
+}
+
 /// Leaves only what is as high as a piece of furniture: text that scrolls has likenesses of a few rows everywhere.
 void dropSlight(std::vector<CellMask>& cells) {
     const auto height = static_cast<std::int64_t>(cells.size());
@@ -98,7 +109,7 @@ void fill(std::vector<CellMask>& cells, const std::vector<CellMask>& equal, std:
 Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     const std::int64_t height = std::min(a.height, b.height);
     std::vector<CellMask> equal(static_cast<std::size_t>(height)), informed(equal.size());
-    Furniture furniture{std::vector<CellMask>(equal.size()), 0, 0};
+    Furniture furniture{.cells = std::vector<CellMask>(equal.size())};
     for (std::size_t y = 0; y < equal.size(); ++y) {
         equal[y] = equalCells(a.signature[y], b.signature[y], tolerance);
         informed[y] = a.informed[y] | b.informed[y];
@@ -108,6 +119,7 @@ Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     furniture.bottomRows = stillRows(height, equal, informed, [&](std::int64_t i) { return height - 1 - i; });
     dropSlight(furniture.cells);
     fill(furniture.cells, equal, height / barsPerScreen);
+    furniture.hasBackdrop = hasBackdrop(furniture.cells);
     furniture.topBar = barRows(furniture, height, [](std::int64_t i) { return i; });
     furniture.bottomBar = barRows(furniture, height, [&](std::int64_t i) { return height - 1 - i; });
     for (std::int64_t i = 0; i < furniture.topRows; ++i)
@@ -115,6 +127,14 @@ Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     for (std::int64_t i = 0; i < furniture.bottomRows; ++i)
         furniture.cells[static_cast<std::size_t>(height - 1 - i)] = ~CellMask{0};
     return furniture;
+}
+
+std::vector<CellMask> stillCells(const Frame& a, const Frame& b, std::uint8_t tolerance) {
+    std::vector<CellMask> cells(static_cast<std::size_t>(std::min(a.height, b.height)));
+    for (std::size_t y = 0; y < cells.size(); ++y)
+        cells[y] = equalCells(a.signature[y], b.signature[y], tolerance);
+    dropSlight(cells);
+    return cells;
 }
 
 } // namespace orbelquist

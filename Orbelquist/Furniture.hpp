@@ -15,10 +15,16 @@ struct Furniture {
     // title, an icon) that stands still there, what shines through between the pieces included.
     std::int64_t topRows = 0, bottomRows = 0;
     std::int64_t topBar = 0, bottomBar = 0;
+    /// Something stands still between the bars, too: the page may move in front of a picture.
+    bool hasBackdrop = false;
 };
 
 /// Cell by cell: what is equal in both frames at the same place and holds an edge, and the flat between two such edges.
 /// Levels within `tolerance` are equal.
 Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance);
+
+/// The cells of the screen that are equal in both frames, with edges or not, over the height of a small letter at
+/// least: where something stands behind the page, what shows of it.
+std::vector<CellMask> stillCells(const Frame& a, const Frame& b, std::uint8_t tolerance);
 
 } // namespace orbelquist

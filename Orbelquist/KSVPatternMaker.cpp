@@ -18,8 +18,8 @@ using platform::DispatchQueue;
 using platform::MutexLock;
 
 /// One request, worked off by as many threads as take part. Frames are read in order; a pair is matched as soon as both
-/// its frames are there, before more are read; a frame is let go with the last pair that needs it. So few are in
-/// memory, however long the run.
+/// its frames are there, before more are read. A pair that is refused is looked at again with the frames before and
+/// after it; a frame is let go with the last pair that may need it. So few are in memory, however long the run.
 class Request {
 public:
     explicit Request(KSVPatternMaker::Images images) : images_(std::move(images)), pairs_(images_.size() - 1) {}
@@ -31,6 +31,9 @@ public:
             switch (next(index)) {
             case Task::match:
                 match(index);
+                break;
+            case Task::settle:
+                settle(index);
                 break;
             case Task::read:
                 read(index);
@@ -53,17 +56,21 @@ public:
     }
 
 private:
-    enum class Task { read, match, none };
+    enum class Task { read, match, settle, none };
     using FramePointer = std::shared_ptr<const Frame>; ///< null: cannot be read
 
     Task next(std::size_t& index) {
         const MutexLock lock(mutex_);
         for (;;) {
+            if (settled_ < pairs_.size() && isMatched_[settled_] && hasNext(settled_)) {
+                index = settled_++;
+                return Task::settle;
+            }
             if (matched_ < pairs_.size() && frames_.contains(matched_) && frames_.contains(matched_ + 1)) {
                 index = matched_++;
                 return Task::match;
             }
-            if (matched_ == pairs_.size())
+            if (settled_ == pairs_.size())
                 return Task::none;
             if (read_ < images_.size() && frames_.size() + reading_ < mostFrames_) {
                 index = read_++;
@@ -74,50 +81,73 @@ private:
         }
     }
 
+    /// Whether the frame after a pair is there, or none comes.
+    bool hasNext(std::size_t pair) const VELMORANT_REQUIRES(mutex_) {
+        return pair + 1 == pairs_.size() || frames_.contains(pair + 2);
+    }
+
     void read(std::size_t index) {
         auto frame = readFrame(*images_[index]);
         images_[index].reset();
+        const std::size_t first = index < 2 ? 0 : index - 2, last = std::min(index + 2, pairs_.size());
         const MutexLock lock(mutex_);
         --reading_;
-        frames_[index] = {frame ? std::make_shared<const Frame>(std::move(*frame)) : nullptr,
-                          (index > 0 ? 1 : 0) + (index < pairs_.size() ? 1 : 0)};
+        frames_[index] = {frame ? std::make_shared<const Frame>(std::move(*frame)) : nullptr, last - first};
         change_.notifyAll();
     }
 
-    void match(std::size_t index) {
-        FramePointer a, b;
-        {
-            const MutexLock lock(mutex_);
-            a = frames_[index].frame;
-            b = frames_[index + 1].frame;
-        }
-        if (a && b)
-            pairs_[index] = matchFrames(*a, *b);
-        a = b = nullptr;
+    FramePointer frame(std::size_t index) {
         const MutexLock lock(mutex_);
-        for (const std::size_t used : {index, index + 1})
-            if (--frames_[used].pairsLeft == 0)
-                frames_.erase(used);
+        return frames_[index].frame;
+    }
+
+    void match(std::size_t index) {
+        if (const FramePointer a = frame(index), b = frame(index + 1); a && b)
+            pairs_[index] = matchFrames(*a, *b);
+        const MutexLock lock(mutex_);
+        isMatched_[index] = true;
+        change_.notifyAll();
+    }
+
+    void settle(std::size_t index) {
+        const std::size_t first = index == 0 ? 0 : index - 1, last = std::min(index + 2, pairs_.size());
+        if (FramePointer a = frame(index), b = frame(index + 1); a && b && !pairs_[index].verdict.valid()) {
+            std::vector<FramePointer> held;
+            std::vector<const Frame*> neighbours;
+            for (std::size_t i = first; i <= last; ++i)
+                if (FramePointer other = frame(i); i != index && i != index + 1 && other && other->width == a->width) {
+                    neighbours.push_back(other.get());
+                    held.push_back(std::move(other));
+                }
+            if (!neighbours.empty())
+                pairs_[index] = matchFrames(*a, *b, neighbours);
+        }
+        const MutexLock lock(mutex_);
+        for (std::size_t i = first; i <= last; ++i)
+            if (--frames_[i].pairsLeft == 0)
+                frames_.erase(i);
         change_.notifyAll();
     }
 
     struct Held {
         FramePointer frame;
-        int pairsLeft = 0;
+        std::size_t pairsLeft = 0;
     };
 
     // Each element is touched by one thread at a time.
     KSVPatternMaker::Images images_;
     std::vector<KSVPatternPair> pairs_;
 
-    /// One more than threads: while one frame is read, the others match the pairs of those that are there.
-    const std::size_t mostFrames_ = 1 + platform::ThreadPool::shared().limit();
+    /// A pair with its neighbours but for one, and one more a thread.
+    const std::size_t mostFrames_ = 3 + platform::ThreadPool::shared().limit();
 
     platform::Mutex mutex_;
     platform::Condition change_;
     std::size_t read_ VELMORANT_GUARDED_BY(mutex_) = 0;    ///< images begun
     std::size_t reading_ VELMORANT_GUARDED_BY(mutex_) = 0; ///< of these, not yet in `frames_`
     std::size_t matched_ VELMORANT_GUARDED_BY(mutex_) = 0; ///< pairs begun
+    std::size_t settled_ VELMORANT_GUARDED_BY(mutex_) = 0; ///< of these, looked at again
+    std::vector<bool> isMatched_ VELMORANT_GUARDED_BY(mutex_) = std::vector<bool>(pairs_.size());
     std::map<std::size_t, Held> frames_ VELMORANT_GUARDED_BY(mutex_);
 };
 

@@ -40,6 +40,11 @@ constexpr std::int64_t secondElsewhere = 40;
 constexpr double clearlyMore = 1.5;
 constexpr std::int64_t secondWithinStroke = 90;
 
+/// Where so many bands of the screen or more are left out of account, as bars of one frame or as regions that change,
+/// no other place may have more than this part, in percent, of the agreement, whatever contradicts there: what changes
+/// there may be such a region, too.
+constexpr std::int64_t muchLeftOut = 5, secondWhereMuchIsLeftOut = 50;
+
 /// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all
 /// but one of so many.
 constexpr std::int64_t repeatedPercent = 85, repeatedRoom = 32;
@@ -79,9 +84,9 @@ std::vector<Stretch> bestPlaces(std::vector<Stretch> stretches, std::size_t coun
     return chosen;
 }
 
-Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::int64_t step, std::vector<RowAgreement>& rows) {
-    pair.compare(shift, rows, step);
-    return bestStretch(shift, pair.firstRow(shift), rows, step);
+Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::vector<RowAgreement>& rows) {
+    pair.compare(shift, rows);
+    return bestStretch(shift, pair.firstRow(shift), rows);
 }
 
 /// The best stretches, without their rows, of the shifts at which one frame's rows lie on rows further down of the
@@ -129,10 +134,10 @@ std::vector<Stretch> candidates(const FramePair& pair) {
     std::vector<RowAgreement> rows;
     std::vector<Stretch> shortlist = bestPlaces(stretchesOfAllShifts(pair), shortlistedPlaces);
     for (Stretch& stretch : shortlist) {
-        stretch = stretchAt(pair, stretch.shift, 1, rows);
+        stretch = stretchAt(pair, stretch.shift, rows);
         for (const std::int64_t step : {-1, 1})
             while (stretch.shift + step != 0) {
-                const Stretch next = stretchAt(pair, stretch.shift + step, 1, rows);
+                const Stretch next = stretchAt(pair, stretch.shift + step, rows);
                 if (next.score() <= stretch.score())
                     break;
                 stretch = next;
@@ -141,18 +146,29 @@ std::vector<Stretch> candidates(const FramePair& pair) {
     return bestPlaces(std::move(shortlist), examinedPlaces);
 }
 
-/// By how much the pixels of a stretch differ at a shift, in square levels. A stretch ends with a block, which may reach
-/// into a bar: the bar's edge would outweigh all of a pale page.
+/// By how much the pixels of a stretch differ at a shift, in square levels; without what stands behind the page. A
+/// stretch ends with a block, which may reach into a bar: the bar's edge would outweigh all of a pale page.
 double pixelDifference(const FramePair& pair, const Examination& stretch, std::int64_t shift) {
     const auto width = static_cast<std::size_t>(pair.b().width);
     const std::int64_t topBar = pair.furniture().topRows, bottomBar = pair.furniture().bottomRows;
     const std::int64_t first = std::max({stretch.first, pair.firstRow(shift), topBar, topBar - shift});
     const std::int64_t last = std::min({stretch.last, pair.lastRow(shift), pair.b().height - bottomBar,
                                         pair.a().height - bottomBar - shift});
-    std::uint64_t sum = 0;
-    for (std::int64_t row = first; row < last; ++row)
-        sum += squaredDifference(pair.a().row(row + shift) + 1, pair.b().row(row) + 1, width, width - 1, 1);
-    const auto count = static_cast<std::uint64_t>(std::max<std::int64_t>(0, last - first)) * (width - 1);
+    std::uint64_t sum = 0, count = 0;
+    const auto add = [&](std::int64_t row, std::size_t begin, std::size_t end) {
+        sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, end - begin, 1);
+        count += end - begin;
+    };
+    for (std::int64_t row = first; row < last; ++row) {
+        if (!pair.hasBackdrop()) {
+            add(row, 1, width);
+            continue;
+        }
+        const CellMask page = ~(pair.ignoredInA(row + shift) | pair.ignoredInB(row));
+        for (std::size_t cell = 0; cell < cellCount; ++cell)
+            if (page >> cell & 1)
+                add(row, cell * width / cellCount, (cell + 1) * width / cellCount);
+    }
     return static_cast<double>(sum) / static_cast<double>(std::max<std::uint64_t>(1, count));
 }
 
@@ -164,11 +180,11 @@ bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few)
     const double difference = pixelDifference(pair, e, shift);
     const FramePair bare = pair.withBarsAlone();
     std::vector<RowAgreement> rows;
-    const std::int64_t score = stretchAt(bare, shift, 1, rows).score();
+    const std::int64_t score = stretchAt(bare, shift, rows).score();
     const std::int64_t height = std::min(pair.a().height, pair.b().height);
     for (std::int64_t small = 1; small <= few; ++small)
         for (const std::int64_t other : {small, -small}) {
-            const Stretch stretch = stretchAt(bare, other, 1, rows);
+            const Stretch stretch = stretchAt(bare, other, rows);
             const bool explainsAll =
                 stretch.contradicting * 20 <= stretch.agreeing && (stretch.last - stretch.first) * 4 >= height;
             if (other != shift && explainsAll && stretch.score() > score)
@@ -192,13 +208,14 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
         for (std::int64_t i = 0; i < rows; i += step) {
             const auto at = static_cast<std::size_t>(e.first + i), there = static_cast<std::size_t>(start + i);
             const CellMask equal = equalCells(b.signature[at], frame.signature[there], pair.tolerance());
-            agreeing += std::popcount(equal & b.informed[at]);
-            total += std::popcount(b.informed[at]);
+            const CellMask counted = b.informed[at] & ~pair.ignoredInB(e.first + i);
+            agreeing += std::popcount(equal & counted);
+            total += std::popcount(counted);
         }
         return agreeing * 100 >= total * repeatedPercent;
     };
     const auto liesAt = [&](const Frame& frame, std::int64_t start) {
-        BlockComparison there({frame, b, start - e.first, e.first, e.last});
+        BlockComparison there({frame, b, start - e.first, e.first, e.last, {}, pair.ignoredInB()});
         std::int64_t alike = 0, against = 0;
         for (const Band& band : there.bands()) {
             alike += band.count(Block::alike);
@@ -248,14 +265,14 @@ KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePai
             .bottomBar = pair.furniture().bottomRows};
 }
 
-KSVPatternPair match(const Frame& a, const Frame& b, std::int64_t leastAgreeing) {
+KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
     using Kind = KSVVerdict::Kind;
-    const FramePair pair(a, b, cellTolerance);
     if (const auto equal = equalFrames(pair))
         return *equal;
 
     std::vector<Examination> held;
-    std::optional<Examination> likeliest; // of those that do not hold
+    std::vector<Examination> refused;
+    std::optional<Examination> likeliest; // of those
     std::int64_t mostHeld = 0;
     for (const Stretch& candidate : candidates(pair)) {
         if (candidate.agreeing * 100 < mostHeld * negligible)
@@ -266,8 +283,10 @@ KSVPatternPair match(const Frame& a, const Frame& b, std::int64_t leastAgreeing)
         if (examined->agreeing >= leastAgreeing && holds(*examined, pair)) {
             held.push_back(*examined);
             mostHeld = std::max(mostHeld, candidate.agreeing);
-        } else if (!likeliest || examined->atBest() > likeliest->atBest()) {
-            likeliest = examined;
+        } else {
+            refused.push_back(*examined);
+            if (!likeliest || examined->atBest() > likeliest->atBest())
+                likeliest = examined;
         }
     }
     const auto best = std::ranges::max_element(held, {}, &Examination::agreeing);
@@ -275,7 +294,7 @@ KSVPatternPair match(const Frame& a, const Frame& b, std::int64_t leastAgreeing)
         return {.verdict = likeliest ? verdictOn(*likeliest, Kind::contradicted, pair)
                                      : KSVVerdict{.kind = Kind::nothingCommon}};
 
-    const std::int64_t stroke = std::min(a.height, b.height) / strokesPerScreen;
+    const std::int64_t stroke = std::min(pair.a().height, pair.b().height) / strokesPerScreen;
     const auto isWithinStroke = [&](const Examination& e) { return std::abs(e.shift - best->shift) <= stroke; };
     const auto differs = [&](const Examination& e) { return pixelDifference(pair, *best, e.shift); };
     auto exact = std::ranges::min_element(held, {}, [&](const Examination& e) {
@@ -295,9 +314,15 @@ KSVPatternPair match(const Frame& a, const Frame& b, std::int64_t leastAgreeing)
         verdict.otherOffset = rival->shift;
         return {.verdict = verdict};
     }
-    if (likeliest && likeliest->atBest() > exact->agreeing) {
+    const bool isMuchLeftOut = exact->barBands + exact->regionBands >= muchLeftOut;
+    const auto mayBeIt = [&](const Examination& other) {
+        return other.atBest() > exact->agreeing ||
+               (isMuchLeftOut && !isWithinStroke(other) &&
+                other.agreeing * 100 > exact->agreeing * secondWhereMuchIsLeftOut);
+    };
+    if (const auto other = std::ranges::find_if(refused, mayBeIt); other != refused.end()) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
-        verdict.otherOffset = likeliest->shift;
+        verdict.otherOffset = other->shift;
         return {.verdict = verdict};
     }
     if (isRepeated(pair, *exact))
@@ -321,17 +346,30 @@ KSVPatternPair match(const Frame& a, const Frame& b, std::int64_t leastAgreeing)
 
 } // namespace
 
-KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
+KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours) {
     using Kind = KSVVerdict::Kind;
+    if (a.height == 0 || b.height == 0)
+        return {.verdict = {.kind = Kind::nothingCommon}};
     if (a.width != b.width || a.width == 0)
         return {.verdict = {.kind = Kind::otherWidth}};
-    KSVPatternPair sharp = match(a, b, 0);
-    if (sharp.verdict.kind != Kind::contradicted && sharp.verdict.kind != Kind::nothingCommon)
+    const FramePair pair(a, b, cellTolerance);
+    KSVPatternPair sharp = match(pair, 0);
+    const auto isRefused = [](const KSVPatternPair& answer) {
+        return answer.verdict.kind == Kind::contradicted || answer.verdict.kind == Kind::nothingCommon;
+    };
+    if (!isRefused(sharp))
         return sharp;
-    KSVPatternPair soft = match(softened(a), softened(b), leastSoftAgreement);
+    const auto standsStill = [&](const Frame* frame) {
+        return furnitureOf(a, *frame, cellTolerance).hasBackdrop || furnitureOf(b, *frame, cellTolerance).hasBackdrop;
+    };
+    if (!neighbours.empty() && (pair.furniture().hasBackdrop || std::ranges::any_of(neighbours, standsStill)))
+        if (KSVPatternPair before = match(pair.withBackdrop(neighbours), 0); !isRefused(before))
+            return before;
+    const Frame softA = softened(a), softB = softened(b);
+    KSVPatternPair soft = match(FramePair(softA, softB, cellTolerance), leastSoftAgreement);
     if (soft.verdict.kind != Kind::matched)
         return sharp;
-    const auto examined = examine(FramePair(a, b, cellTolerance), soft.verdict.offset);
+    const auto examined = examine(pair, soft.verdict.offset);
     return examined && examined->difference > leastBlur ? soft : sharp;
 }
 

@@ -5,12 +5,13 @@
 #include "Orbelquist/KSVPattern.hpp"
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace orbelquist {
 
-/// Compares two consecutive frames of a run.
-KSVPatternPair matchFrames(const Frame& a, const Frame& b);
+/// Compares two consecutive frames of a run. Other frames of it help where something stands still behind the page.
+KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours = {});
 
 /// What the matcher sees of two frames of one width, for people to look at. Rows and columns of pixels.
 struct PairView {

@@ -15,32 +15,58 @@ FramePair::FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance, Fur
 }
 
 FramePair FramePair::withBarsAlone() const {
+    if (hasBackdrop())
+        return *this;
     Furniture bars = furniture_;
     if (bars.topRows + bars.bottomRows < std::ssize(bars.cells))
         std::fill(bars.cells.begin() + bars.topRows, bars.cells.end() - bars.bottomRows, CellMask{0});
     return FramePair(a_, b_, tolerance_, std::move(bars));
 }
 
-void FramePair::compare(std::int64_t shift, std::vector<RowAgreement>& rows, std::int64_t step) const {
+FramePair FramePair::withBackdrop(std::span<const Frame* const> neighbours) const {
+    const auto add = [](const std::vector<CellMask>& cells, std::vector<CellMask>& to) {
+        for (std::size_t y = 0; y < std::min(cells.size(), to.size()); ++y)
+            to[y] |= cells[y];
+    };
+    std::vector<const Frame*> all{&a_, &b_};
+    all.insert(all.end(), neighbours.begin(), neighbours.end());
+    std::vector<CellMask> picture(static_cast<std::size_t>(std::max(a_.height, b_.height)));
+    for (std::size_t i = 0; i < all.size(); ++i)
+        for (std::size_t k = i + 1; k < all.size(); ++k)
+            add(stillCells(*all[i], *all[k], tolerance_), picture);
+
+    FramePair pair = *this;
+    const auto look = [&](const Frame& frame, std::vector<CellMask>& ignored, std::vector<CellMask>& page) {
+        for (const Frame* other : all)
+            if (other != &frame)
+                add(stillCells(frame, *other, tolerance_), ignored);
+        page.resize(ignored.size());
+        for (std::size_t y = 0; y < page.size(); ++y)
+            page[y] = picture[y] & ~ignored[y];
+    };
+    look(a_, pair.ignoredInA_, pair.pageInA_);
+    look(b_, pair.ignoredInB_, pair.pageInB_);
+    return pair;
+}
+
+void FramePair::compare(std::int64_t shift, std::vector<RowAgreement>& rows) const {
     const std::int64_t first = firstRow(shift), last = lastRow(shift);
-    rows.resize(static_cast<std::size_t>(std::max<std::int64_t>(0, last - first + step - 1) / step));
+    rows.resize(static_cast<std::size_t>(std::max<std::int64_t>(0, last - first)));
     if (rows.empty())
         return;
     const auto inA = static_cast<std::size_t>(first + shift), inB = static_cast<std::size_t>(first);
     compareRows({&a_.signature[inA], &a_.informed[inA], &ignoredInA_[inA]},
-                {&b_.signature[inB], &b_.informed[inB], &ignoredInB_[inB]}, tolerance_, static_cast<std::size_t>(step),
-                rows);
+                {&b_.signature[inB], &b_.informed[inB], &ignoredInB_[inB]}, tolerance_, rows);
 }
 
-Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows,
-                    std::int64_t step) {
+Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows) {
     std::int64_t overall = 0;
     Stretch best{.shift = shift}, current{.shift = shift, .first = firstRow};
     for (std::size_t i = 0; i < rows.size(); ++i) {
         current.agreeing += rows[i].agreeing;
         current.contradicting += rows[i].contradicting;
         overall += rows[i].contradicting;
-        current.last = firstRow + static_cast<std::int64_t>(i + 1) * step;
+        current.last = firstRow + static_cast<std::int64_t>(i + 1);
         if (current.score() <= 0)
             current = {.shift = shift, .first = current.last};
         else if (current.score() > best.score())

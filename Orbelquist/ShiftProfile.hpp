@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace orbelquist {
@@ -17,12 +18,19 @@ class FramePair {
 public:
     FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance);
 
-    /// The same frames, with the bars that stand still over their whole width as the only furniture.
+    /// The same frames, with the bars that stand still over their whole width as the only furniture; with a backdrop,
+    /// just the same.
     FramePair withBarsAlone() const;
+
+    /// The same frames, as of a page that moves in front of a picture, seen with other frames of the run. What is equal
+    /// in two of them all is the picture, and left out; where it is known and a frame shows something else, that is
+    /// page for certain.
+    FramePair withBackdrop(std::span<const Frame* const> neighbours) const;
 
     const Frame& a() const { return a_; }
     const Frame& b() const { return b_; }
     const Furniture& furniture() const { return furniture_; }
+    bool hasBackdrop() const { return !pageInA_.empty(); }
     std::uint8_t tolerance() const { return tolerance_; }
 
     /// The cells of a row of the screen that stand still.
@@ -36,12 +44,16 @@ public:
 
     /// The frames laid over each other, without the furniture of either.
     BlockComparison::Layout layout(std::int64_t shift) const {
-        return {a_, b_, shift, firstRow(shift), lastRow(shift), ignoredInA_, ignoredInB_};
+        return {a_, b_, shift, firstRow(shift), lastRow(shift), ignoredInA_, ignoredInB_, pageInA_, pageInB_};
     }
 
-    /// How these rows compare, every `step`-th of them in order, without the furniture of either. `rows` is reused
-    /// memory.
-    void compare(std::int64_t shift, std::vector<RowAgreement>& rows, std::int64_t step = 1) const;
+    /// How these rows compare, in order, without the furniture of either. `rows` is reused memory.
+    void compare(std::int64_t shift, std::vector<RowAgreement>& rows) const;
+
+    // The cells of a row of either frame that stand still.
+    CellMask ignoredInA(std::int64_t row) const { return ignoredInA_[static_cast<std::size_t>(row)]; }
+    CellMask ignoredInB(std::int64_t row) const { return ignoredInB_[static_cast<std::size_t>(row)]; }
+    std::span<const CellMask> ignoredInB() const { return ignoredInB_; }
 
     RowsView rowsOfA() const { return {a_.signature.data(), a_.informed.data(), ignoredInA_.data()}; }
     RowsView rowsOfB() const { return {b_.signature.data(), b_.informed.data(), ignoredInB_.data()}; }
@@ -54,6 +66,7 @@ private:
     const std::uint8_t tolerance_;
     const Furniture furniture_;
     std::vector<CellMask> ignoredInA_, ignoredInB_; ///< as high as the frames
+    std::vector<CellMask> pageInA_, pageInB_;       ///< likewise, or empty: all of it may be
 };
 
 /// The stretch of rows in which the page lies at a shift: agreement minus twice the contradiction is greatest. Blank
@@ -68,7 +81,6 @@ struct Stretch {
     std::int64_t score() const { return agreeing - 2 * contradicting; }
 };
 
-Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows,
-                    std::int64_t step = 1);
+Stretch bestStretch(std::int64_t shift, std::int64_t firstRow, const std::vector<RowAgreement>& rows);
 
 } // namespace orbelquist

@@ -190,6 +190,8 @@ private:
             e_.agreeing += bands_[i].count(Block::alike);
             e_.agreeingBands += agrees(i);
             e_.unclear += bands_[i].count(Block::unclear);
+            for (std::size_t k = 0; k < blocksAcross; ++k)
+                e_.certain += bands_[i].at(k) == Block::alike && comparison_.isPage(i, k);
         }
     }
 
@@ -310,6 +312,10 @@ bool holds(const Examination& e, const FramePair& pair) {
     // A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
     const std::int64_t weight = std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
     if (weight == 0 && (e.inside.all() + e.overlay.all() > 0 || e.unclear * 4 > e.agreeing))
+        return false;
+    // A pattern behind the page agrees with itself at many places: more than a line or two must be page, little of it
+    // contradicted, and most of what is compared must be clear.
+    if (pair.hasBackdrop() && (e.certain <= noDoubtBelow || e.against() * 3 > e.certain || e.unclear * 2 > e.agreeing))
         return false;
     // Other text at the same place is no page that moved: next to none in the stretch, little outside.
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;

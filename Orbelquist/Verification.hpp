@@ -15,6 +15,7 @@ struct Examination {
     std::int64_t first = 0, last = 0; ///< the stretch in which the page is seen to lie at this shift
 
     std::int64_t agreeing = 0;      ///< blocks of the stretch
+    std::int64_t certain = 0;       ///< of these, the page for certain and not a picture behind it
     std::int64_t agreeingBands = 0; ///< bands with such blocks
     std::int64_t unclear = 0;       ///< blocks of the stretch that are neither alike nor not
 

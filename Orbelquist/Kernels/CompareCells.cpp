@@ -34,12 +34,11 @@ CellMask equalCellsOf(const RowSignature& a, const RowSignature& b, std::uint8_t
     return equalCells(a.data(), b.data(), tolerance);
 }
 
-void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::size_t step,
-                 std::span<RowAgreement> result) {
-    for (std::size_t k = 0, i = 0; k < result.size(); ++k, i += step) {
+void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
+    for (std::size_t i = 0; i < result.size(); ++i) {
         const CellMask counted = ~(a.ignored[i] | b.ignored[i]);
         const CellMask equal = equalCells(a.signature[i].data(), b.signature[i].data(), tolerance);
-        result[k] = {static_cast<std::int16_t>(std::popcount(equal & a.informed[i] & b.informed[i] & counted)),
+        result[i] = {static_cast<std::int16_t>(std::popcount(equal & a.informed[i] & b.informed[i] & counted)),
                      static_cast<std::int16_t>(std::popcount(~equal & counted))};
     }
 }
@@ -127,9 +126,8 @@ CellMask equalCells(const RowSignature& a, const RowSignature& b, std::uint8_t t
     return ORBELQUIST_DISPATCH(equalCellsOf)(a, b, tolerance);
 }
 
-void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::size_t step,
-                 std::span<RowAgreement> result) {
-    ORBELQUIST_DISPATCH(compareRows)(a, b, tolerance, step, result);
+void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
+    ORBELQUIST_DISPATCH(compareRows)(a, b, tolerance, result);
 }
 
 void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance, std::size_t step,

@@ -25,9 +25,8 @@ struct RowAgreement {
     bool operator==(const RowAgreement&) const = default;
 };
 
-/// Compares row k * step of `a` with that of `b` for element k of `result`, without the cells that either row ignores.
-void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::size_t step,
-                 std::span<RowAgreement> result);
+/// Compares row k of `a` with that of `b` for element k of `result`, without the cells that either row ignores.
+void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result);
 
 /// The best of the stretches of rows that begin and end where they like: with most agreement, less twice what
 /// contradicts; of equal ones the first.

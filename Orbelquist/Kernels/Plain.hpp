@@ -43,12 +43,11 @@ inline CellMask equalCells(const RowSignature& a, const RowSignature& b, std::ui
     return equal;
 }
 
-inline void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::size_t step,
-                        std::span<RowAgreement> result) {
-    for (std::size_t k = 0, i = 0; k < result.size(); ++k, i += step) {
+inline void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
+    for (std::size_t i = 0; i < result.size(); ++i) {
         const CellMask counted = ~(a.ignored[i] | b.ignored[i]);
         const CellMask equal = equalCells(a.signature[i], b.signature[i], tolerance);
-        result[k] = {static_cast<std::int16_t>(std::popcount(equal & a.informed[i] & b.informed[i] & counted)),
+        result[i] = {static_cast<std::int16_t>(std::popcount(equal & a.informed[i] & b.informed[i] & counted)),
                      static_cast<std::int16_t>(std::popcount(~equal & counted))};
     }
 }
@@ -57,8 +56,12 @@ inline void compareShifts(const RowsView& still, const RowsView& moving, std::ui
                           std::span<const std::size_t> rows, std::span<BestRows> result) {
     for (std::size_t s = 0; s < result.size(); ++s) {
         std::vector<RowAgreement> all(rows[s]);
-        plain::compareRows(still, {moving.signature + s, moving.informed + s, moving.ignored + s}, tolerance, step,
-                           all);
+        for (std::size_t k = 0; k < all.size(); ++k) {
+            const std::size_t i = k * step, j = i + s;
+            plain::compareRows({still.signature + i, still.informed + i, still.ignored + i},
+                               {moving.signature + j, moving.informed + j, moving.ignored + j}, tolerance,
+                               std::span(all).subspan(k, 1));
+        }
         BestRows best;
         for (std::size_t first = 0; first < all.size(); ++first) {
             best.overall = static_cast<std::int16_t>(best.overall + all[first].contradicting);

@@ -53,6 +53,24 @@ TEST(KSVPatternMaker, AnswersOnePairForEveryTwoNeighbours) {
     EXPECT_EQ(offsetOf(pairs[3]), "x");
 }
 
+/// Messages left and right, of which each shot shows others, before a picture that stands still.
+TEST(KSVPatternMaker, ToldByItsNeighboursWhatStandsBehindThePage) {
+    const Page page(7);
+    const auto chat = [&](std::int64_t top) {
+        return platform::imageOf(width, height, [&](std::int64_t x, std::int64_t y) {
+            const std::int64_t message = (y + top) / 80, inMessage = (y + top) % 80, left = message % 2 * 70 + 10;
+            const bool isPage = inMessage < 60 && x >= left && x < left + 160;
+            const std::int64_t tile = x / 8 * 131 + y / 8 * 71;
+            const auto level = isPage ? page.luma(x, y + top) : static_cast<std::uint32_t>(90 + tile * tile % 83);
+            return level << 24 | level << 16 | level << 8 | 255;
+        });
+    };
+    const auto pairs = match({chat(0), chat(190), chat(420), chat(610)});
+    EXPECT_EQ(offsetOf(pairs[0]), "+190");
+    EXPECT_EQ(offsetOf(pairs[1]), "+230");
+    EXPECT_EQ(offsetOf(pairs[2]), "+190");
+}
+
 TEST(KSVPatternMaker, TakesLongRuns) {
     const Page page(2);
     std::vector<std::optional<CGImage>> shots;
