@@ -40,10 +40,10 @@ constexpr std::int64_t secondElsewhere = 40;
 constexpr double clearlyMore = 1.5;
 constexpr std::int64_t secondWithinStroke = 90;
 
-/// Where so many bands of the screen or more are left out of account, as bars of one frame or as regions that change,
-/// no other place may have more than this part, in percent, of the agreement, whatever contradicts there: what changes
-/// there may be such a region, too.
-constexpr std::int64_t muchLeftOut = 5, secondWhereMuchIsLeftOut = 50;
+/// Where so many bands of the screen, the height of a toolbar, are left out of account as bars of one frame or as
+/// regions that change, no other place may have more than this part, in percent, of the agreement, whatever contradicts
+/// there: what changes there may be such a region, too.
+constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
 
 /// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all
 /// but one of so many.
