@@ -43,7 +43,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${extra}/triggers" "${extra}/shl
 velmorant_package(dev libvelmorant-dev libdevel "Headers for C++ and C, archives, and what CMake and pkg-config read. The
 archives want the packages that are suggested, too.")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libvelmorant0 (= ${PROJECT_VERSION})")
-file(STRINGS cmake/packages.txt suggested REGEX "^lib(spng|isal|jpeg|webp|exif|lcms|cctz|xxhash|sqlite).*-dev$")
+file(STRINGS cmake/packages.txt suggested REGEX "^(zlib1g|lib(spng|isal|deflate|jpeg|webp|exif|lcms|cctz|xxhash|sqlite).*)-dev$")
 list(JOIN suggested ", " CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS)
 
 velmorant_package(python python3-velmorant python "The Python module: screenshots as files or numpy arrays in, one picture as a
