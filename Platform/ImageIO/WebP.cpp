@@ -110,6 +110,9 @@ std::expected<std::unique_ptr<RowReader>, ImageError> reader(InputFile file, con
     config.output.u.RGBA.size = pixels.bytes().size();
     if (const auto status = WebPDecode(bytesOf(*bytes), bytes->size(), &config); status != VP8_STATUS_OK)
         return std::unexpected(errorOf(status));
+    if (properties.opaque) // by the header; a lossless stream may hold other values all the same
+        for (std::size_t i = 3; i < pixels.bytes().size(); i += 4)
+            pixels.bytes()[i] = 255;
     return readerOfWhole(std::move(pixels), properties.opaque);
 }
 

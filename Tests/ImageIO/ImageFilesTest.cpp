@@ -214,6 +214,19 @@ TEST(ImageFiles, BadOnesAreToldApart) {
     EXPECT_TRUE(read(folder / "good.png", {.maxPixels = 400}));
 }
 
+TEST(ImageFiles, AWebPFileThatSaysItIsOpaqueIs) {
+    const TemporaryFolder folder;
+    writeFile(folder / "a.webp",
+              std::string("RIFF\x2e\0\0\0WEBPVP8L\x21\0\0\0\x2f\x07\0\x01\0\x99\x8c\xe8\x7f\x2a\x22\xa2\xff"
+                          "\x01\x85\x6c\x23\x40\xc7\x74\xfe\x78\xbf\xc1\x78\x0c\x60\x4c\0\x44\x9a\xdc\0"
+                          "\x10",
+                          54)); // its pixels have alphas below 255
+    const auto image = read(folder / "a.webp");
+    ASSERT_TRUE(image && image->opaque());
+    for (std::size_t i = 3; i < image->pixels()->bytes().size(); i += 4)
+        EXPECT_EQ(image->pixels()->bytes()[i], 255);
+}
+
 TEST(ImageFiles, AFormatSaysBeforehandWhatItCannotHold) {
     MemorySink sink;
     for (const auto format : {ImageFormat::jpeg, ImageFormat::webp}) {
