@@ -1,9 +1,11 @@
 #include "Host/CommandLine.hpp"
 
+#include "Host/CallErrorMessage.hpp"
 #include "Host/Commands/Cache.hpp"
 #include "Host/Commands/Explain.hpp"
 #include "Host/Commands/Stitch.hpp"
 #include "Host/Console.hpp"
+#include "Host/Language.hpp"
 #include "Host/LibraryCommandLine.hpp"
 #include "Host/Message.hpp"
 #include "Host/PictureWriter.hpp"
@@ -27,15 +29,20 @@ using platform::ImageFormat;
 
 namespace {
 
-constexpr const char* helpPage = R"(velmorant joins overlapping screenshots into tall pictures, exact to the row.
-
-Usage: velmorant [stitch] [OPTION…] FILE|FOLDER…
+/// The first page of help, in paragraphs, so that a change of one leaves the others translated.
+std::string helpPage() {
+    std::string page;
+    for (
+        const char* paragraph : {
+            translatable(R"(velmorant joins overlapping screenshots into tall pictures, exact to the row.
+)"),
+            translatable(R"(Usage: velmorant [stitch] [OPTION…] FILE|FOLDER…
        velmorant explain FILE FILE…
        velmorant cache clear
        velmorant [--library FOLDER] import|items|groups|show|render|save|delete|restore|trash|ignore|unignore|
                  combine|separate|albums|export|permission|capture-note|watch|status …
-
-Examples:
+)"),
+            translatable(R"(Examples:
   velmorant Screenshots/                     a picture of every run of screenshots in a folder,
                                              beside the first screenshot of each run
   velmorant --together 1.png 2.png -o a.png  one picture of just these, in this order
@@ -45,12 +52,12 @@ Examples:
                                              documents to print
   velmorant explain 1.png 2.png --image why.png
                                              tells and draws why two screenshots match or do not
-
-  velmorant import ~/Pictures/Screenshots && velmorant groups && velmorant save --all
+)"),
+            translatable(R"(  velmorant import ~/Pictures/Screenshots && velmorant groups && velmorant save --all
                                              the same in a photo library of its own, which remembers what
                                              you decide; each command has --help
-
-Which screenshots belong together:
+)"),
+            translatable(R"(Which screenshots belong together:
   --interval SECONDS    those less than this apart, of one size (20)
   --together            all that are named
   --at FILE=ROWS        place a screenshot by hand
@@ -64,12 +71,18 @@ Pictures:
   --width PIXELS        scale to this width
   --renderer overlay    show the overlaps instead of blending them
 Telling:
+  --report PAGE.html    a page for a browser: the pictures, their seams, what was left out and why
   --dry-run, --json, --quiet, --verbose
 All options: velmorant --help-all
-
-Exit status: 0 every screenshot found its place; 1 a run was refused, a screenshot left out of its run, or a
+)"),
+            translatable(
+                R"(Exit status: 0 every screenshot found its place; 1 a run was refused, a screenshot left out of its run, or a
 file could not be read or written; 2 the call was wrong; 130 interrupted.
-)";
+)"),
+        })
+        page += (page.empty() ? "" : "\n") + message(paragraph);
+    return page;
+}
 
 /// An eighth of the machine's, and at most 768; in megabytes.
 std::int64_t defaultMemory() {
@@ -138,20 +151,24 @@ Place placeFrom(const std::string& text) {
 
 void addStitch(CLI::App& app, Call& call) {
     StitchOptions& options = call.stitch;
-    CLI::App& command = *app.add_subcommand("stitch", "join screenshots; the word may be left out");
-    command.add_option("files", options.input.names, "screenshots, or folders of them")->type_name("FILE|FOLDER");
+    CLI::App& command = *app.add_subcommand("stitch", message("join screenshots; the word may be left out"));
+    command.add_option("files", options.input.names, message("screenshots, or folders of them"))
+        ->type_name("FILE|FOLDER");
 
-    command.add_flag("--recursive", options.input.recursive, "look into folders within folders, too");
+    command.add_flag("--recursive", options.input.recursive, message("look into folders within folders, too"));
     command
         .add_option("--files-from", options.input.list,
-                    "a file (- for standard input) that names more of them, one a line or NUL-separated")
+                    message("a file (- for standard input) that names more of them, one a line or NUL-separated"))
         ->type_name("FILE");
-    auto* interval =
-        command.add_option("--interval", options.interval, "screenshots of one size less than this apart are one run")
-            ->type_name("SECONDS")
-            ->check(CLI::NonNegativeNumber)
-            ->capture_default_str();
-    command.add_flag("--together", options.together, "make one run of all files, in the order in which they are named")
+    auto* interval = command
+                         .add_option("--interval", options.interval,
+                                     message("screenshots of one size less than this apart are one run"))
+                         ->type_name("SECONDS")
+                         ->check(CLI::NonNegativeNumber)
+                         ->capture_default_str();
+    command
+        .add_flag("--together", options.together,
+                  message("make one run of all files, in the order in which they are named"))
         ->excludes(interval);
     command
         .add_option_function<std::vector<std::string>>(
@@ -159,56 +176,69 @@ void addStitch(CLI::App& app, Call& call) {
             [&options](const std::vector<std::string>& places) {
                 std::ranges::transform(places, std::back_inserter(options.places), placeFrom);
             },
-            "place a screenshot by hand: its top edge, in rows below that of the one before it (negative: above)")
+            message(
+                "place a screenshot by hand: its top edge, in rows below that of the one before it (negative: above)"))
         ->type_name("FILE=ROWS")
         ->allow_extra_args(false);
-    command.add_flag("--strict", options.picture.strict, "make no picture where a screenshot would be left out");
+    command.add_flag("--strict", options.picture.strict,
+                     message("make no picture where a screenshot would be left out"));
     command
         .add_option("--time-zone", call.timeZone,
-                    "where the screenshots were taken, as in Europe/Berlin; default: the system's")
+                    message("where the screenshots were taken, as in Europe/Berlin; default: the system's"))
         ->type_name("NAME");
 
     addPictureOptions(command, options);
 
     command.add_flag("--dry-run", options.picture.dryRun,
-                     "tell what would be joined, how large and with how much memory; write nothing");
-    auto* quiet = command.add_flag("--quiet", options.picture.quiet, "tell problems only");
-    command.add_flag("--verbose", options.verbose, "the library's log messages on standard error")->excludes(quiet);
-    command.add_flag("--json", options.json, "tell the result as JSON on standard output");
+                     message("tell what would be joined, how large and with how much memory; write nothing"));
+    auto* quiet = command.add_flag("--quiet", options.picture.quiet, message("tell problems only"));
+    command.add_flag("--verbose", options.verbose, message("the library's log messages on standard error"))
+        ->excludes(quiet);
+    command.add_flag("--json", options.json, message("tell the result as JSON on standard output"));
+    command
+        .add_option("--report", options.report.file,
+                    message("a page for a browser: every picture with its seams, and what was left out and why"))
+        ->type_name("PAGE.html");
 
-    command.add_flag("!--no-cache", options.cache, "match anew, whatever was found before, and remember nothing");
-    command.add_option("--jobs", call.jobs, "threads, and runs worked on at a time; default: as many as cores")
+    command.add_flag("!--no-cache", options.cache,
+                     message("match anew, whatever was found before, and remember nothing"));
+    command
+        .add_option("--jobs", call.jobs, message("threads, and runs worked on at a time; default: as many as cores"))
         ->type_name("NUMBER")
         ->check(CLI::Range(1, 1024).description(""));
 }
 
 /// What a file may demand; for commands that read pictures.
 void addLimits(CLI::App& command, Call& call) {
-    command.add_option("--max-pixels", call.limits.maxPixels, "larger pictures are refused")
+    command.add_option("--max-pixels", call.limits.maxPixels, message("larger pictures are refused"))
         ->type_name("NUMBER")
         ->check(CLI::Range(std::int64_t{1}, std::int64_t{1'000'000'000'000}).description(""))
         ->capture_default_str();
     command
-        .add_option("--memory", call.memory,
-                    "what one picture may take that has to be decoded or encoded whole; larger ones are refused "
-                    "beforehand; default: an eighth of the machine's, 768 at most")
+        .add_option(
+            "--memory", call.memory,
+            message("what one picture may take that has to be decoded or encoded whole; larger ones are refused "
+                    "beforehand; default: an eighth of the machine's, 768 at most"))
         ->type_name("MEGABYTES")
         ->check(CLI::Range(0, 1'000'000).description(""));
 }
 
 CLI::App& addExplain(CLI::App& app, ExplainOptions& options) {
-    CLI::App& command = *app.add_subcommand("explain", "tell why screenshots match or do not, pair by pair");
-    command.add_option("files", options.input.names, "screenshots, in the order in which they follow each other")
+    CLI::App& command = *app.add_subcommand("explain", message("tell why screenshots match or do not, pair by pair"));
+    command
+        .add_option("files", options.input.names, message("screenshots, in the order in which they follow each other"))
         ->type_name("FILE|FOLDER");
     command
-        .add_option("--image", options.image,
-                    "draw two screenshots beside each other: green agrees, red and purple do not, blue stands still; "
-                    "at the right the score of every shift")
+        .add_option(
+            "--image", options.image,
+            message("draw two screenshots beside each other: green agrees, red and purple do not, blue stands still; "
+                    "at the right the score of every shift"))
         ->type_name("FILE");
-    command.add_flag("--force", options.force, "replace a file that exists");
-    command.add_flag("--json", options.json, "tell it as JSON on standard output");
-    command.footer("Examples:\n  velmorant explain 1.png 2.png\n  velmorant explain 1.png 2.png --image why.png\n"
-                   "Exit status: 0 all pairs match; 1 one does not; 2 the call was wrong.");
+    command.add_flag("--force", options.force, message("replace a file that exists"));
+    command.add_flag("--json", options.json, message("tell it as JSON on standard output"));
+    command.footer(
+        message("Examples:\n  velmorant explain 1.png 2.png\n  velmorant explain 1.png 2.png --image why.png\n"
+                "Exit status: 0 all pairs match; 1 one does not; 2 the call was wrong."));
     return command;
 }
 
@@ -252,6 +282,28 @@ std::expected<std::vector<std::string>, std::string> wordsOf(int count, const ch
     return words;
 }
 
+/// The words that the help pages of all commands have in common.
+void speak(CLI::App& app) {
+    app.option_defaults()->group(message("Options"));
+    app.set_help_flag("-h,--help", message("print this help and end"));
+    const auto formatter = std::make_shared<CLI::Formatter>();
+    formatter->label("Usage", message("Usage"));
+    formatter->label("OPTIONS", message("OPTIONS"));
+    formatter->label("Positionals", message("Positionals"));
+    formatter->label("SUBCOMMAND", message("COMMAND"));
+    formatter->label("REQUIRED", message("REQUIRED"));
+    formatter->label("Excludes", message("Excludes"));
+    formatter->label("Needs", message("Needs"));
+    app.formatter(formatter);
+}
+
+void nameGroups(CLI::App& app) {
+    for (CLI::App* command : app.get_subcommands({})) {
+        command->group(message("Subcommands"));
+        nameGroups(*command);
+    }
+}
+
 ExitStatus wrongCall(const std::string& reason) {
     complain(reason);
     complain(message("see velmorant --help"));
@@ -283,7 +335,8 @@ ExitStatus stitch(Call call) {
     if (call.jobs > 0)
         platform::ThreadPool::shared().setLimit(call.jobs);
     call.stitch.picture.jobs = platform::ThreadPool::shared().limit();
-    call.stitch.explain = call.stitch.json;
+    call.stitch.report.force = call.stitch.output.force;
+    call.stitch.explain = call.stitch.json || !call.stitch.report.file.empty();
     return stitch(call.stitch);
 }
 
@@ -291,13 +344,15 @@ ExitStatus stitch(Call call) {
 
 void addPictureOptions(CLI::App& command, StitchOptions& options) {
     command
-        .add_option("-o,--output", options.output.named,
-                    "a file, a folder, or - for standard output; default: beside the first screenshot of each run")
+        .add_option(
+            "-o,--output", options.output.named,
+            message("a file, a folder, or - for standard output; default: beside the first screenshot of each run"))
         ->type_name("FILE|FOLDER|-");
-    command.add_flag("--force", options.output.force, "replace a file that exists");
+    command.add_flag("--force", options.output.force, message("replace a file that exists"));
     command
-        .add_option("--format", options.output.format,
-                    "of the pictures: png, jpg, webp, avif, jxl or pdf; default: by the file's ending, else png")
+        .add_option(
+            "--format", options.output.format,
+            message("of the pictures: png, jpg, webp, avif, jxl or pdf; default: by the file's ending, else png"))
         ->type_name("FORMAT")
         ->transform(CLI::CheckedTransformer(std::map<std::string, ImageFormat>{{"png", ImageFormat::png},
                                                                                {"jpg", ImageFormat::jpeg},
@@ -310,39 +365,41 @@ void addPictureOptions(CLI::App& command, StitchOptions& options) {
                         .description(""));
     command
         .add_option("--quality", options.output.quality,
-                    "of jpg, webp, avif and jxl, 1 to 100; webp and jxl lose nothing at 100")
+                    message("of jpg, webp, avif and jxl, 1 to 100; webp and jxl lose nothing at 100"))
         ->type_name("NUMBER")
         ->check(CLI::Range(1, 100).description(""))
         ->capture_default_str();
     command
-        .add_option("--split", options.output.mostRows,
-                    "into files of at most so many rows, cut between lines, with -1, -2 … at the end of their names")
+        .add_option(
+            "--split", options.output.mostRows,
+            message("into files of at most so many rows, cut between lines, with -1, -2 … at the end of their names"))
         ->type_name("ROWS")
         ->check(CLI::Range(1, 1'000'000'000).description(""));
     command
         .add_option_function<std::string>(
             "--page", [&options](const std::string& text) { options.output.page = pageFrom(text); },
-            "of pdf: a4, letter, or the most rows on one, cut between lines; default: one page, as tall as the picture")
+            message("of pdf: a4, letter, or the most rows on one, cut between lines; default: one page, as tall as the "
+                    "picture"))
         ->type_name("a4|letter|ROWS");
-    auto* width = command.add_option("--width", options.picture.width, "scale pictures to this width")
+    auto* width = command.add_option("--width", options.picture.width, message("scale pictures to this width"))
                       ->type_name("PIXELS")
                       ->check(CLI::Range(1, 1'000'000).description(""));
     auto* size = command
                      .add_option_function<std::string>(
                          "--size", [&options](const std::string& text) { options.picture.size = sizeFrom(text); },
-                         "scale pictures to a width and cut them off at a height")
+                         message("scale pictures to a width and cut them off at a height"))
                      ->type_name("WxH")
                      ->excludes(width);
     command
         .add_option_function<std::string>(
             "--crop", [&options](const std::string& text) { readCut(text, options.picture); },
-            "cut so many rows of the finished pictures off at the top and at the bottom")
+            message("cut so many rows of the finished pictures off at the top and at the bottom"))
         ->type_name("TOP,BOTTOM");
     auto* bars =
         command
             .add_option("--bars", options.picture.dropBars,
-                        "keep, or drop the bars at the two ends of a picture, where they stand still while "
-                        "the page moves")
+                        message("keep, or drop the bars at the two ends of a picture, where they stand still while "
+                                "the page moves"))
             ->type_name("keep|drop")
             ->transform(
                 CLI::CheckedTransformer(std::map<std::string, bool>{{"keep", false}, {"drop", true}}).description(""));
@@ -350,17 +407,20 @@ void addPictureOptions(CLI::App& command, StitchOptions& options) {
     using Renderer = PictureOptions::Renderer;
     auto* renderer =
         command
-            .add_option("--renderer", options.picture.renderer, "blend, or overlay to show where screenshots overlap")
+            .add_option("--renderer", options.picture.renderer,
+                        message("blend, or overlay to show where screenshots overlap"))
             ->type_name("NAME")
             ->transform(CLI::CheckedTransformer(
                             std::map<std::string, Renderer>{{"blend", Renderer::blend}, {"overlay", Renderer::overlay}})
                             .description(""));
-    auto* verify = command.add_flag("--verify", options.picture.verify,
-                                    "read each picture back and hold every row that is not blended to its screenshot");
-    auto* rows = command
-                     .add_option("--rows-json", options.rows,
-                                 "write a file that tells which screenshot's rows each row of the pictures shows")
-                     ->type_name("FILE");
+    auto* verify =
+        command.add_flag("--verify", options.picture.verify,
+                         message("read each picture back and hold every row that is not blended to its screenshot"));
+    auto* rows =
+        command
+            .add_option("--rows-json", options.rows,
+                        message("write a file that tells which screenshot's rows each row of the pictures shows"))
+            ->type_name("FILE");
     for (auto* proof : {verify, rows}) // of screenshots as they are
         proof->excludes(width)->excludes(size)->excludes(renderer);
 }
@@ -371,33 +431,35 @@ std::expected<std::function<ExitStatus()>, ExitStatus> commandOf(int argumentCou
         return std::unexpected(wrongCall(words.error()));
 
     Call call;
-    CLI::App app{"velmorant joins overlapping screenshots into tall pictures, exact to the row.", "velmorant"};
-    app.set_version_flag("--version", "velmorant " VELMORANT_VERSION);
-    app.set_help_all_flag("--help-all", "all commands with all their options");
+    CLI::App app{message("velmorant joins overlapping screenshots into tall pictures, exact to the row."), "velmorant"};
+    speak(app);
+    app.set_version_flag("--version", "velmorant " VELMORANT_VERSION, message("print the version and end"));
+    app.set_help_all_flag("--help-all", message("all commands with all their options"));
     app.require_subcommand(1);
-    app.add_option("--library", call.library, "the folder of the photo library; default: the user's own")
+    app.add_option("--library", call.library, message("the folder of the photo library; default: the user's own"))
         ->type_name("FOLDER");
     addStitch(app, call);
     LibraryCommandLine library;
     library.addTo(app);
     const CLI::App& explanation = addExplain(app, call.explain);
-    CLI::App& cache = *app.add_subcommand("cache", "what was found earlier");
+    CLI::App& cache = *app.add_subcommand("cache", message("what was found earlier"));
     cache.require_subcommand(1);
-    cache.add_subcommand("clear", "forget it");
-    for (const char* reading : {"stitch", "explain", "import", "show", "render", "save", "watch"})
+    cache.add_subcommand("clear", message("forget it"));
+    nameGroups(app);
+    for (const char* reading : {"stitch", "explain", "import", "groups", "show", "render", "save", "watch"})
         addLimits(*app.get_subcommand(reading), call);
 
     try {
         std::ranges::reverse(*words); // as CLI11 wants them
         app.parse(std::move(*words));
     } catch (const CLI::CallForHelp&) {
-        return std::unexpected(printed(app.get_subcommands().empty() ? helpPage : app.help()));
+        return std::unexpected(printed(app.get_subcommands().empty() ? helpPage() : app.help()));
     } catch (const CLI::CallForAllHelp&) {
         return std::unexpected(printed(app.help("", CLI::AppFormatMode::All)));
     } catch (const CLI::CallForVersion& version) {
         return std::unexpected(printed(std::string(version.what()) + "\n"));
     } catch (const CLI::ParseError& error) {
-        return std::unexpected(wrongCall(shown(error.what())));
+        return std::unexpected(wrongCall(callErrorMessage(shown(error.what()))));
     }
     if (const auto contradiction = contradictionIn(call))
         return std::unexpected(wrongCall(*contradiction));
@@ -414,6 +476,8 @@ std::expected<std::function<ExitStatus()>, ExitStatus> commandOf(int argumentCou
 }
 
 ExitStatus runCommandLine(int argumentCount, const char* const* arguments) {
+    if (std::none_of(arguments, arguments + argumentCount, [](std::string_view word) { return word == "--json"; }))
+        setUpLanguage(); // programs hear English
     const auto command = commandOf(argumentCount, arguments);
     return command ? (*command)() : command.error();
 }

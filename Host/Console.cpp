@@ -1,5 +1,6 @@
 #include "Host/Console.hpp"
 
+#include "Host/TextWidth.hpp"
 #include "Platform/Dispatch/Mutex.hpp"
 
 #include <sys/ioctl.h>
@@ -72,7 +73,7 @@ void showStatus(std::string_view line) {
     if (!isTerminal())
         return;
     const platform::MutexLock lock(consoleMutex());
-    const std::string fitting(line.substr(0, columns() - 1));
+    const std::string fitting(fitted(line, columns() - 1));
     if (fitting == shownStatus)
         return;
     clearStatus();

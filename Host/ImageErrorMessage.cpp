@@ -10,35 +10,35 @@ const char* sentence(platform::ImageError::Code code) {
     using enum platform::ImageError::Code;
     switch (code) {
     case missing:
-        return "{}: there is no such file";
+        return translatable("{}: there is no such file");
     case noPermission:
-        return "{}: permission denied; check the file's rights";
+        return translatable("{}: permission denied; check the file's rights");
     case notRegularFile:
-        return "{}: not a regular file; name an image file or a folder of them";
+        return translatable("{}: not a regular file; name an image file or a folder of them");
     case notAnImage:
-        return "{}: not an image of a known format; PNG, JPEG, WebP, HEIF, AVIF and JPEG XL are read";
+        return translatable("{}: not an image of a known format; PNG, JPEG, WebP, HEIF, AVIF and JPEG XL are read");
     case unsupported:
-        return "{}: a kind of image that is not supported; convert it to PNG";
+        return translatable("{}: a kind of image that is not supported; convert it to PNG");
     case truncated:
-        return "{}: the file is cut off; copy it again from where it came";
+        return translatable("{}: the file is cut off; copy it again from where it came");
     case damaged:
-        return "{}: the image is damaged; copy it again from where it came";
+        return translatable("{}: the image is damaged; copy it again from where it came");
     case tooLarge:
-        return "{}: the image is larger than allowed; --max-pixels sets the limit on its size";
+        return translatable("{}: the image is larger than allowed; --max-pixels sets the limit on its size");
     case changed:
-        return "{}: the file changed while it was read; try again";
+        return translatable("{}: the file changed while it was read; try again");
     case readFailed:
-        return "{}: the file could not be read";
+        return translatable("{}: the file could not be read");
     case writeFailed:
-        return "{}: the picture could not be written; make room, or name another place";
+        return translatable("{}: the picture could not be written; make room, or name another place");
     case outOfMemory:
-        return "{}: there is not enough memory for this image";
+        return translatable("{}: there is not enough memory for this image");
     case overMemory:
-        return "{}: it takes more memory at once than is allowed; allow more with --memory";
+        return translatable("{}: it takes more memory at once than is allowed; allow more with --memory");
     case cancelled:
-        return "{}: interrupted";
+        return translatable("{}: interrupted");
     }
-    return "{}: unknown error";
+    return translatable("{}: unknown error");
 }
 
 } // namespace
@@ -46,7 +46,7 @@ const char* sentence(platform::ImageError::Code code) {
 std::string imageErrorMessage(const std::filesystem::path& file, const platform::ImageError& error) {
     std::string text = message(sentence(error.code), {shown(file)});
     if (!error.detail.empty())
-        text += " (" + shown(error.detail) + ")";
+        text = message("{} ({})", {text, shown(error.detail)});
     return text;
 }
 

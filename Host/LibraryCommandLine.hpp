@@ -26,7 +26,7 @@ public:
     const std::function<ExitStatus()>& chosen() const { return chosen_; }
 
 private:
-    CLI::App& add(CLI::App& app, const char* name, const char* description, const char* examples,
+    CLI::App& add(CLI::App& app, const char* name, const std::string& description, const char* examples,
                   std::function<ExitStatus()> run);
 
     std::function<ExitStatus()> chosen_;

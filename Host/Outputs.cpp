@@ -34,6 +34,20 @@ std::optional<ImageFormat> formatOf(const fs::path& file) {
 
 } // namespace
 
+std::optional<std::string> refusalToWrite(const fs::path& file, bool force, const std::vector<fs::path>& inputs) {
+    std::error_code unknown;
+    if (const fs::path folder = file.parent_path(); !folder.empty() && !fs::is_directory(folder, unknown))
+        return message("{}: there is no folder {}; make it first", {shown(file), shown(folder)});
+    if (!fs::exists(fs::symlink_status(file, unknown)))
+        return std::nullopt;
+    for (const fs::path& input : inputs)
+        if (fs::equivalent(input, file, unknown))
+            return message("{}: this is one of the screenshots; choose another name", {shown(file)});
+    if (!force)
+        return message("{}: the file exists; use --force to replace it", {shown(file)});
+    return std::nullopt;
+}
+
 std::expected<Outputs, std::string> Outputs::of(const OutputOptions& options, const std::vector<fs::path>& inputs) {
     auto outputs = placesOf(options, inputs);
     if (outputs && options.page && outputs->form().format != ImageFormat::pdf)
@@ -70,16 +84,8 @@ std::expected<Outputs, std::string> Outputs::placesOf(const OutputOptions& optio
         return Refusal(message("{}: the ending names no format that is written; use .png, .jpg, .webp, .avif, .jxl or .pdf", {shown(named)}));
     if (byEnding && options.format && *byEnding != *options.format)
         return Refusal(message("{}: the ending names another format than --format", {shown(named)}));
-    if (const fs::path folder = named.parent_path(); !folder.empty() && !fs::is_directory(folder, unknown))
-        return Refusal(message("{}: there is no folder {}; make it first", {shown(named), shown(folder)}));
-    if (fs::exists(fs::symlink_status(named, unknown))) {
-        for (const fs::path& input : inputs)
-            if (fs::equivalent(input, named, unknown))
-                return Refusal(
-                    message("{}: this is one of the screenshots; choose another name for the picture", {shown(named)}));
-        if (!options.force)
-            return Refusal(message("{}: the file exists; use --force to replace it", {shown(named)}));
-    }
+    if (auto refusal = refusalToWrite(named, options.force, inputs))
+        return Refusal(std::move(*refusal));
     outputs.single_ = outputs.pattern_;
     outputs.single_->path = named;
     outputs.single_->format = options.format ? *options.format : *byEnding;

@@ -45,6 +45,11 @@ struct OutputOptions {
     std::optional<Page> page;  ///< of PDF only
 };
 
+/// Why no file can be written there, for people: there is no such folder, it is one of the `inputs` under any name, or it
+/// exists and may not be replaced.
+std::optional<std::string> refusalToWrite(const std::filesystem::path& file, bool force,
+                                          const std::vector<std::filesystem::path>& inputs);
+
 /// The places of a call's pictures.
 class Outputs {
 public:

@@ -1,6 +1,7 @@
 #include "Host/Seams.hpp"
 
 #include "Host/Message.hpp"
+#include "Host/VerdictMessage.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -24,7 +25,7 @@ KSVPattern patternByHand(const StitchableItem& first, const StitchableItem& seco
 } // namespace
 
 std::string Seam::reason() const {
-    return byHand ? message("placed by hand") : verdict.description();
+    return byHand ? message("placed by hand") : verdictMessage(verdict);
 }
 
 void Seams::take(const velmorant::Group& group, Pairs& pairs) {

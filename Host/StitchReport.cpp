@@ -109,21 +109,22 @@ std::string StitchReport::summary() const {
         return message("nothing was joined: at least two screenshots that can be read are needed\n");
 
     std::vector<std::string> rest;
-    const auto add = [&](const char* one, const char* many, std::size_t count) {
-        if (count > 0)
-            rest.push_back(message(one, many, count, {std::to_string(count)}));
-    };
-    const auto made = std::ranges::count_if(groups, [](const StitchedGroup& group) { return !group.error; });
+    const auto made = static_cast<std::size_t>(
+        std::ranges::count_if(groups, [](const StitchedGroup& group) { return !group.error; }));
+    const auto number = [](std::size_t count) { return std::to_string(count); };
     if (groups.empty())
         rest.push_back(message("nothing to join"));
     else if (groups.size() > 1 && dryRun)
-        add("{} picture would be made", "{} pictures would be made", static_cast<std::size_t>(made));
+        rest.push_back(message("{} picture would be made", "{} pictures would be made", made, {number(made)}));
     else if (groups.size() > 1)
-        add("{} picture", "{} pictures", static_cast<std::size_t>(made));
-    add("{} screenshot stands alone", "{} screenshots stand alone", alone.size());
-    add("{} picture made by this program was skipped", "{} pictures made by this program were skipped",
-        ownPictures.size());
-    add("{} file could not be read", "{} files could not be read", failed.size());
+        rest.push_back(message("{} picture", "{} pictures", made, {number(made)}));
+    if (const std::size_t count = alone.size())
+        rest.push_back(message("{} screenshot stands alone", "{} screenshots stand alone", count, {number(count)}));
+    if (const std::size_t count = ownPictures.size())
+        rest.push_back(message("{} picture made by this program was skipped",
+                               "{} pictures made by this program were skipped", count, {number(count)}));
+    if (const std::size_t count = failed.size())
+        rest.push_back(message("{} file could not be read", "{} files could not be read", count, {number(count)}));
     for (const std::string& part : rest)
         text += (&part == &rest.front() ? "" : ", ") + part + (&part == &rest.back() ? "\n" : "");
     return text;

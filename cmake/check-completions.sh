@@ -1,6 +1,6 @@
 #!/bin/sh
 # check-completions.sh PROGRAM FOLDER: every command of the program is known to the completions of every shell.
-commands=$("$1" --help-all | sed -n '/^Subcommands:/,$s/^\([a-z][a-z-]*\)$/\1/p')
+commands=$(LC_ALL=C "$1" --help-all | sed -n '/^Subcommands:/,$s/^\([a-z][a-z-]*\)$/\1/p')
 [ -n "$commands" ] || exit 2
 status=0
 for file in "$2/velmorant.bash" "$2/_velmorant" "$2/velmorant.fish"; do

@@ -233,12 +233,12 @@ ExitStatus permission(const std::string& verb, const NamedOptions& items) {
     }
     if (!done)
         return refused(libraryErrorMessage(done.error()), ExitStatus::incomplete);
-    const char* names[] = {"notRequested", "allowed", "limited", "denied"};
+    const char* names[] = {translatable("notRequested"), translatable("allowed"), translatable("limited"),
+                           translatable("denied")};
     const char* name = names[static_cast<int>(velmorant::PhotosStitchableDataSource().permissionStatus())];
     platform::JSONWriter writer;
     writer.beginObject().member("permission", name).endObject();
-    return print(items.json ? writer.text() + "\n" : std::string(name) + "\n") ? ExitStatus::success
-                                                                               : ExitStatus::incomplete;
+    return print((items.json ? writer.text() : message(name)) + "\n") ? ExitStatus::success : ExitStatus::incomplete;
 }
 
 ExitStatus noteCapture() {

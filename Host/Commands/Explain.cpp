@@ -8,6 +8,7 @@
 #include "Host/Outputs.hpp"
 #include "Host/PairPicture.hpp"
 #include "Host/PictureWriter.hpp"
+#include "Host/VerdictMessage.hpp"
 #include "Orbelquist/KSVPatternMaker.hpp"
 #include "Platform/Foundation/JSONWriter.hpp"
 #include "Velmorant/Alignment/LoaderLazyImage.hpp"
@@ -55,7 +56,7 @@ std::string table(const std::vector<FileItem>& items, const std::vector<KSVPatte
         const orbelquist::KSVVerdict& verdict = pairs[k].verdict;
         text += message("{} and {}: {}\n", {shown(items[k].path), shown(items[k + 1].path.filename()),
                                             verdict.valid() ? message("joined") : message("not joined")});
-        text += "  " + verdict.description() + "\n";
+        text += "  " + verdictMessage(verdict) + "\n";
         if (verdict.valid())
             text += message("  confidence {} %\n", {std::to_string(std::lround(verdict.confidence() * 100))});
         if (verdict.runnerUp > 0)

@@ -5,6 +5,7 @@
 #include "Host/GroupJSON.hpp"
 #include "Host/Library.hpp"
 #include "Host/Message.hpp"
+#include "Host/TextWidth.hpp"
 #include "Orbelquist/AlignerVersion.hpp"
 #include "Platform/Foundation/Calendar.hpp"
 #include "Platform/Photos/PHFetchResult.hpp"
@@ -33,6 +34,10 @@ std::string localDate(const platform::Date& date) {
     std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", local.year, local.month, local.day,
                   local.hour, local.minute, local.second);
     return text.data();
+}
+
+std::string sizeOf(const StitchableItem& item) {
+    return std::to_string(item.assetSize.width) + " x " + std::to_string(item.assetSize.height);
 }
 
 std::string typeOf(const StitchableItem& item) {
@@ -77,7 +82,7 @@ ExitStatus listItems(bool json) {
     const auto items = (*library)->items();
     const auto files = AssetSource::make(items);
     JSONWriter writer;
-    std::string table;
+    std::vector<std::vector<std::string>> table;
     writer.beginObject().key("items").beginArray();
     for (const StitchableItem& item : items) {
         const auto& path = files->path(item);
@@ -86,15 +91,14 @@ ExitStatus listItems(bool json) {
         if (json)
             writeItem(writer, item, path, isMissing);
         else
-            table += message("{}  {}  {} x {}  {}{}\n",
-                             {shortened(item.id), localDate(item.date), std::to_string(item.assetSize.width),
-                              std::to_string(item.assetSize.height), typeOf(item),
-                              isMissing ? message("  (its file is gone)") : std::string()});
+            table.push_back({shortened(item.id), localDate(item.date), sizeOf(item), typeOf(item)});
+        if (isMissing && !json)
+            table.back().push_back(message("(its file is gone)"));
     }
     writer.endArray().endObject();
-    return printed(json
-                       ? writer.text() + "\n"
-                       : (table.empty() ? message("the library is empty; velmorant import FOLDER fills it\n") : table));
+    return printed(json            ? writer.text() + "\n"
+                   : table.empty() ? message("the library is empty; velmorant import FOLDER fills it\n")
+                                   : tableOf(table));
 }
 
 ExitStatus listGroups(const GroupListOptions& options) {
@@ -103,15 +107,14 @@ ExitStatus listGroups(const GroupListOptions& options) {
         return complain(library.error()), ExitStatus::incomplete;
     const auto groups = (*library)->groups(options.ignored ? Library::Shown::ignored : Library::Shown::groups);
     if (!options.json) {
-        std::string table;
+        std::vector<std::vector<std::string>> table;
         for (const LibraryGroup& group : groups) {
-            const auto& first = group.group.items().front();
-            table += message("{}  {}  {} of {} x {}  {}  {}\n",
-                             {group.shortId(), localDate(group.group.date()),
-                              std::to_string(group.group.items().size()), std::to_string(first.assetSize.width),
-                              std::to_string(first.assetSize.height), stateOf(group), reasonOf(group)});
+            const auto& items = group.group.items();
+            const std::string count = std::to_string(items.size());
+            table.push_back({group.shortId(), localDate(group.group.date()),
+                             message("{} of {}", {count, sizeOf(items.front())}), stateOf(group), reasonOf(group)});
         }
-        return printed(table.empty() ? message("no groups\n") : table);
+        return printed(table.empty() ? message("no groups\n") : tableOf(table));
     }
     const auto cache = velmorant::AlignerDiskCache::make(orbelquist::alignerVersion);
     cache->waitUntilLoaded();
@@ -134,7 +137,7 @@ ExitStatus listAlbums(bool json) {
     if (!library)
         return complain(library.error()), ExitStatus::incomplete;
     JSONWriter writer;
-    std::string table;
+    std::vector<std::vector<std::string>> table;
     writer.beginObject().key("albums").beginArray();
     for (const platform::PHCollection& collection : platform::PHCollection::fetchTopLevelUserCollections()) {
         const auto album = collection.assetCollection();
@@ -144,10 +147,10 @@ ExitStatus listAlbums(bool json) {
         const std::size_t count = platform::PHAsset::fetchAssets(*album).count();
         writer.beginObject().member("id", album->localIdentifier()).member("title", title).member("count", count);
         writer.endObject();
-        table += message("{}  {} pictures\n", {shown(title), std::to_string(count)});
+        table.push_back({shown(title), message("{} picture", "{} pictures", count, {std::to_string(count)})});
     }
     writer.endArray().endObject();
-    return printed(json ? writer.text() + "\n" : (table.empty() ? message("no albums\n") : table));
+    return printed(json ? writer.text() + "\n" : (table.empty() ? message("no albums\n") : tableOf(table)));
 }
 
 } // namespace host

@@ -9,8 +9,10 @@
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Foundation/JSONWriter.hpp"
 #include "Platform/Photos/LibraryLock.hpp"
+#include "Velmorant/Pipeline/Steps/IgnoreEmptyOrSingleStep.hpp"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace host {
 
@@ -34,6 +36,30 @@ std::expected<LibraryGroup, ExitStatus> groupNamed(const std::string& name) {
         return std::unexpected(refused(found.error()));
     return found->front();
 }
+
+/// The groups that the library lists, without what their source does not have any more.
+class GivenGroups final : public velmorant::PipelineStep {
+public:
+    explicit GivenGroups(std::vector<velmorant::Group> groups) : groups_(std::move(groups)) {}
+
+    std::string name() const override { return "Take the groups that the library lists"; }
+    std::vector<velmorant::Group> process(std::vector<velmorant::Group> fetched) const override {
+        std::unordered_set<std::string> ids;
+        for (const velmorant::Group& group : fetched)
+            for (const StitchableItem& item : group.items())
+                ids.insert(item.id);
+        std::vector<velmorant::Group> groups;
+        for (const velmorant::Group& group : groups_) {
+            std::vector<StitchableItem> items = group.items();
+            std::erase_if(items, [&](const StitchableItem& item) { return !ids.contains(item.id); });
+            groups.emplace_back(std::move(items), group.date());
+        }
+        return groups;
+    }
+
+private:
+    std::vector<velmorant::Group> groups_;
+};
 
 ExitStatus stitchOne(const std::string& name, StitchOptions options) {
     const auto group = groupNamed(name);
@@ -60,6 +86,28 @@ ExitStatus showGroup(const std::string& group, StitchOptions options) {
 
 ExitStatus renderGroup(const std::string& group, const StitchOptions& options) {
     return stitchOne(group, options);
+}
+
+ExitStatus reportGroups(StitchOptions options) {
+    if (const auto refusal = refusalOfReport(options.report, {}))
+        return refused(*refusal);
+    const auto library = Library::open(Library::Use::reading);
+    if (!library)
+        return refused(library.error(), ExitStatus::incomplete);
+    std::vector<velmorant::Group> groups;
+    std::vector<StitchableItem> items;
+    for (const LibraryGroup& group : (*library)->groups())
+        if (group.state != LibraryGroup::State::stitched) {
+            groups.push_back(group.group);
+            std::ranges::copy(group.group.items(), std::back_inserter(items));
+        }
+    options.explain = options.picture.dryRun = true;
+    const auto files = AssetSource::make(std::move(items));
+    velmorant::Pipeline pipeline(files, loggerFor(options));
+    pipeline.add(GivenGroups(std::move(groups)));
+    pipeline.add(velmorant::IgnoreEmptyOrSingleStep());
+    return stitchGroups(options, pipeline, files, *Outputs::of({}, {}),
+                        [&](StitchReport& report) { report.failed = files->bad(); });
 }
 
 ExitStatus saveGroups(const NamedOptions& options) {

@@ -11,6 +11,9 @@ ExitStatus showGroup(const std::string& group, StitchOptions options);
 /// `velmorant render GROUP -o FILE`.
 ExitStatus renderGroup(const std::string& group, const StitchOptions& options);
 
+/// `velmorant groups --report`: every run of the library on one page.
+ExitStatus reportGroups(StitchOptions options);
+
 /// `velmorant save`: files the groups' pictures in the library's album.
 ExitStatus saveGroups(const NamedOptions& groups);
 

@@ -106,6 +106,10 @@ ExitStatus stitch(const StitchOptions& options) {
         return ExitStatus::wrongCall;
     }
 
+    if (const auto refusal = refusalOfReport(options.report, named->paths)) {
+        complain(*refusal);
+        return ExitStatus::wrongCall;
+    }
     for (const Place& place : options.places)
         if (std::ranges::none_of(named->paths, [&](const auto& path) {
                 std::error_code unknown;
@@ -180,6 +184,11 @@ ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline&
     addRest(report);
     const bool areRowsTold = options.rows.empty() || options.picture.dryRun || writeRows(report, options.rows);
     const ExitStatus status = tell(report, options);
+    if (!options.report.file.empty())
+        if (const auto failure = writeReport(report, loader, options.report)) {
+            complain(*failure);
+            return Interrupt::requested() ? ExitStatus::interrupted : ExitStatus::incomplete;
+        }
     return areRowsTold ? status : ExitStatus::incomplete;
 }
 

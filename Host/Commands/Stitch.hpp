@@ -3,6 +3,7 @@
 #include "Host/ExitStatus.hpp"
 #include "Host/InputFiles.hpp"
 #include "Host/Outputs.hpp"
+#include "Host/Report/ReportPage.hpp"
 #include "Host/Seams.hpp"
 #include "Host/StitchReport.hpp"
 #include "Host/StitchRun.hpp"
@@ -20,6 +21,7 @@ struct StitchOptions {
     double interval = 20;       ///< seconds by which the screenshots of two groups are apart, at least
     std::vector<Place> places;  ///< of screenshots placed by hand
     std::filesystem::path rows; ///< a file that tells where every row of the pictures comes from; empty: none
+    ReportOptions report;
     bool together = false;      ///< one group of all files, in the order in which they are named
     bool cache = true;          ///< alignments found earlier are used, and those found now are kept
     bool explain = false;       ///< groups whose alignment was found earlier are matched anew, to tell why

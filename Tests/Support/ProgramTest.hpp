@@ -45,7 +45,7 @@ protected:
     /// `arguments` as a shell reads them, run in the test's folder.
     Ran run(const std::string& arguments) {
         const std::string command = "cd " + quoted(folder.path().native()) + " && XDG_CACHE_HOME=\"$PWD/.cache\" " +
-                                    quoted(VELMORANT_PROGRAM) + " >.out 2>.err </dev/null " + arguments;
+                                    environment + " " + quoted(VELMORANT_PROGRAM) + " >.out 2>.err </dev/null " + arguments;
         const int status = std::system(command.c_str());
         return {WEXITSTATUS(status), platform::contentOf(folder / ".out"), platform::contentOf(folder / ".err")};
     }
@@ -60,6 +60,7 @@ protected:
         return names;
     }
 
+    std::string environment = "LC_ALL=C"; ///< of the program
     const platform::TemporaryFolder folder;
     const std::string chat = inputsOf("trip-chat");
 };
