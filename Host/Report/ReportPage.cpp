@@ -60,9 +60,9 @@ std::int64_t widthFor(const std::vector<StitchedGroup>& groups) {
                     std::lround(static_cast<double>(widest) * std::min(1.0, std::sqrt(mostPixels / pixels))));
 }
 
-class Page {
+class PageWriter {
 public:
-    Page(const StitchReport& report, const std::shared_ptr<FileLoader>& loader, platform::ByteSink& sink)
+    PageWriter(const StitchReport& report, const std::shared_ptr<FileLoader>& loader, platform::ByteSink& sink)
         : report_(report), loader_(loader), renderer_(loader), width_(widthFor(report.groups)), html_(sink) {}
 
     std::expected<void, std::error_code> write() {
@@ -383,7 +383,7 @@ std::optional<std::string> writeReport(const StitchReport& report, const std::sh
     std::expected<void, std::error_code> done;
     if (!file)
         done = std::unexpected(file.error());
-    else if (done = Page(report, loader, *file).write(); done)
+    else if (done = PageWriter(report, loader, *file).write(); done)
         done = Interrupt::requested() ? std::unexpected(std::make_error_code(std::errc::interrupted)) : file->commit();
     showStatus({});
     if (done)

@@ -246,9 +246,9 @@ TEST_F(LibraryTest, AWatchImportsAndFilesWhatArrives) {
     for (const std::size_t i : {1, 2, 3})
         fs::copy_file(shots[i], inbox / shots[i].filename());
     platform::writeFile(inbox / shots[0].filename(), bytes);
-    EXPECT_TRUE(becomes("groups", "4 of 390 x 844  filed"));
+    EXPECT_TRUE(becomes("groups", "4 of 390 x 844   filed"));
     fs::copy_file(shots[4], inbox / shots[4].filename());
-    EXPECT_TRUE(becomes("groups", "5 of 390 x 844  filed"));
+    EXPECT_TRUE(becomes("groups", "5 of 390 x 844   filed"));
     EXPECT_THAT(other("albums"), HasSubstr("Davren  1 "));
     EXPECT_THAT(other("status --json"), HasSubstr("\"imported\":5,\"filed\":2"));
     EXPECT_THAT(other("watch"), HasSubstr("another watch"));
