@@ -85,13 +85,13 @@ public:
             return std::unexpected(ImageError{Code::overMemory, {}});
         if (answer.status != Status::good)
             return writeError(std::string(answer.detail, strnlen(answer.detail, sizeof answer.detail)));
-        for (;;) {
+        for (bool isEmpty = true;; isEmpty = false) {
             std::uint32_t length = 0;
             if (auto received = receive(std::as_writable_bytes(std::span(&length, 1))); !received)
                 return received;
-            if (length == 0)
+            if (length == 0 && !isEmpty)
                 return {};
-            if (length > piece_.size())
+            if (length == 0 || length > piece_.size())
                 return writeError("velmorant-codecs answered nonsense");
             const auto piece = std::span(piece_).first(length);
             if (auto received = receive(piece); !received)
