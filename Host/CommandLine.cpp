@@ -300,6 +300,9 @@ void speak(CLI::App& app) {
 void nameGroups(CLI::App& app) {
     for (CLI::App* command : app.get_subcommands({})) {
         command->group(message("Subcommands"));
+        for (CLI::Option* option : command->get_options())
+            if (option->get_group() == "Options") // help, made before the command knew the group of its options
+                option->group(message("Options"));
         nameGroups(*command);
     }
 }
@@ -380,7 +383,7 @@ void addPictureOptions(CLI::App& command, StitchOptions& options) {
             "--page", [&options](const std::string& text) { options.output.page = pageFrom(text); },
             message("of pdf: a4, letter, or the most rows on one, cut between lines; default: one page, as tall as the "
                     "picture"))
-        ->type_name("a4|letter|ROWS");
+        ->type_name("SIZE");
     auto* width = command.add_option("--width", options.picture.width, message("scale pictures to this width"))
                       ->type_name("PIXELS")
                       ->check(CLI::Range(1, 1'000'000).description(""));

@@ -120,21 +120,22 @@ TEST_F(FormatsTest, ScreenshotsKeepTheirWideColours) {
     prepare(ImageFormat::png, ".png", platform::displayP3());
     const CGImage shot = decoded(folder / "shots" / shots[0].filename());
     const Eye before(shot.colorSpace()), wrong(platform::CGColorSpace::sRGB());
-    for (const auto& [file, largest] : std::vector<std::pair<std::string, double>>{
-             {"out.png", 0}, {"out.jxl --quality 100", 0}, {"lossy.jxl", 12}, {"out.avif --quality 100", 3}}) {
+    for (const auto& [file, most] : std::vector<std::pair<std::string, double>>{
+             {"out.png", 0}, {"out.jxl --quality 100", 0}, {"lossy.jxl", 1}, {"out.avif --quality 100", 0.5}}) {
         ASSERT_EQ(run("shots --no-cache -o " + file).status, 0) << file;
         const CGImage picture = decoded(folder / file.substr(0, file.find(' ')));
         const Eye after(picture.colorSpace());
-        double difference = 0, ifUntagged = 0;
+        double difference = 0, ifUntagged = 0, count = 0;
         for (std::int64_t y = 0; y < 700; ++y) // above the seam
             for (std::int64_t x = 0; x < shot.width(); x += 3) {
                 const auto seen = before.see(shot.pixels()->row(y) + 4 * x);
                 const auto now = after.see(picture.pixels()->row(y) + 4 * x);
                 const auto untagged = wrong.see(picture.pixels()->row(y) + 4 * x);
-                difference = std::max(difference, cmsDeltaE(&seen, &now));
+                difference += cmsDeltaE(&seen, &now);
+                ++count;
                 ifUntagged = std::max(ifUntagged, cmsDeltaE(&seen, &untagged));
             }
-        EXPECT_LE(difference, largest) << file;
+        EXPECT_LE(difference / count, most) << file;
         EXPECT_GT(ifUntagged, 5) << file; // else this test could not tell
     }
 }
@@ -162,12 +163,12 @@ TEST_F(FormatsTest, ATallPictureIsSplitBetweenLines) {
         ASSERT_LE(row + part.height(), whole.height());
         EXPECT_EQ(std::memcmp(part.pixels()->row(0), whole.pixels()->row(row), part.pixels()->bytes().size()), 0);
         row += part.height();
-        if (path != paths.back()) { // a cut through nothing: the row below it is all of one colour, near the edges too
+        if (path != paths.back()) { // a cut between lines: the row below it has edges of bubbles, but no letters
             const std::uint8_t* below = whole.pixels()->row(row);
             std::int64_t changes = 0;
             for (std::int64_t x = 1; x < whole.width(); ++x)
                 changes += std::memcmp(below + 4 * x, below + 4 * (x - 1), 4) != 0;
-            EXPECT_LE(changes, 4) << path;
+            EXPECT_LE(changes, 16) << path;
         }
     }
     EXPECT_EQ(row, whole.height());
@@ -205,7 +206,7 @@ TEST_F(FormatsTest, LimitsAreToldBeforehandWithTheRemedy) {
     }
     const std::string document = platform::contentOf(folder / "c.pdf");
     EXPECT_THAT(document, HasSubstr("/MediaBox [ 0 0 595 842 ]"));
-    EXPECT_THAT(document, HasSubstr("/Count 5")); // 2714 rows of 390: 551 and fewer on a page
+    EXPECT_THAT(document, HasSubstr("/Count 6")); // 2714 rows of 390: 551 and fewer on a page, cut between lines
 }
 
 } // namespace host

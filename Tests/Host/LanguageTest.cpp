@@ -38,7 +38,7 @@ std::string words(const std::string& text) {
         "^  velmorant .*|velmorant( [a-z-]+| "
         "[0-9.]+$|:)?|--?[a-z-]+|[0-9A-F]{8}\\b|[0-9a-f]{8}\\b|\\[?[a-z]+\\.\\.\\.\\]?|"
         "[A-Za-z0-9_./-]*(/|\\.(png|jpg|html))[A-Za-z0-9_./-]*|^ *[a-z-]+( [A-Z|. ]*)?$|keep\\|drop|TEXT:\\{.*\\}|"
-        "\\{false\\}|\\b(names|verb|Davren)\\b",
+        "\\{false\\}|\\b(names|verb|Davren|Velmorant)\\b",
         std::regex::ECMAScript | std::regex::multiline);
     static const std::regex word("[A-Za-z]*[a-z]{3}[a-z]*");
     const std::string rest = std::regex_replace(text, same, "");
