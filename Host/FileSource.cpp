@@ -1,5 +1,6 @@
 #include "Host/FileSource.hpp"
 
+#include "Host/DamagedRows.hpp"
 #include "Host/PictureWriter.hpp"
 #include "Host/ScreenshotTest.hpp"
 #include "Platform/Foundation/ContentHash.hpp"
@@ -8,6 +9,7 @@
 #include "Platform/Foundation/RegularFile.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <expected>
 #include <map>
 #include <optional>
@@ -21,6 +23,9 @@ using platform::MutexLock;
 using velmorant::StitchableItem;
 
 namespace {
+
+/// Between two shots of a run, in seconds; a run is seldom shot slower.
+constexpr double longestPause = 60;
 
 /// A file with what tells it from others whatever they are named.
 struct OpenedFile {
@@ -95,6 +100,32 @@ void FileSource::open() {
         std::ranges::stable_sort(items_, isEarlier);
     for (std::size_t i = 0; i < items_.size(); ++i)
         places_.emplace(items_[i].item.id, i);
+    dropDamagedIntruders();
+}
+
+/// A file that says it has another size than the shots just before and after it stands between them and is not read
+/// further. So that a damaged one does not part them, its rows are looked at first.
+void FileSource::dropDamagedIntruders() {
+    std::vector<std::size_t> intruders;
+    for (std::size_t i = 1; i + 1 < items_.size(); ++i) {
+        const auto differs = [&](const FileItem& other) {
+            return other.item.assetSize != items_[i].item.assetSize &&
+                   std::abs(other.item.date.timeIntervalSinceReferenceDate -
+                            items_[i].item.date.timeIntervalSinceReferenceDate) < longestPause;
+        };
+        if (differs(items_[i - 1]) && differs(items_[i + 1]))
+            intruders.push_back(i);
+    }
+    std::vector<std::optional<ImageError>> damage(intruders.size());
+    platform::DispatchQueue::concurrentPerform(
+        intruders.size(), [&](std::size_t k) { damage[k] = damageIn(items_[intruders[k]].image); });
+    const MutexLock lock(mutex_);
+    for (std::size_t k = 0; k < intruders.size(); ++k)
+        if (damage[k]) {
+            const FileItem& file = items_[intruders[k]];
+            droppedIds_.insert(file.item.id);
+            dropped_.push_back({file.path, *damage[k]});
+        }
 }
 
 const FileItem& FileSource::file(const StitchableItem& item) const {

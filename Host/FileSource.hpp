@@ -84,6 +84,7 @@ private:
     FileSource(std::vector<std::filesystem::path> paths, Order order);
 
     void open();
+    void dropDamagedIntruders();
     const FileItem& file(const velmorant::StitchableItem& item) const;
     std::vector<velmorant::StitchableItem> remainingItems() const;
     void notify() const;

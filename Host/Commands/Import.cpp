@@ -1,6 +1,7 @@
 #include "Host/Commands/Import.hpp"
 
 #include "Host/Console.hpp"
+#include "Host/DamagedRows.hpp"
 #include "Host/FileSource.hpp"
 #include "Host/ImageErrorMessage.hpp"
 #include "Host/Interrupt.hpp"
@@ -112,6 +113,11 @@ Imported importFiles(const std::vector<fs::path>& files, bool asScreenshots, boo
         const Kind kind = isOwn                                                      ? Kind::own
                           : asScreenshots || isScreenshot(path, image->properties()) ? Kind::screenshot
                                                                                      : Kind::photograph;
+        if (kind == Kind::screenshot)
+            if (const auto damage = damageIn(*image)) { // told now, while the user may still copy it again
+                imported.failed.emplace_back(path, imageErrorMessage(path, *damage));
+                continue;
+            }
         batch.push_back({path, kind, captureDate(path, image->properties())});
         if (batch.size() == batchSize)
             file(std::exchange(batch, {}), imported);
