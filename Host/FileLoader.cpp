@@ -105,7 +105,7 @@ private:
 };
 
 std::int64_t FileLoader::budget() {
-    return std::min<std::int64_t>(64'000'000, platform::Device::current().imageLimits.maxMemory);
+    return std::min<std::int64_t>(56'000'000, platform::Device::current().imageLimits.maxMemory);
 }
 
 void FileLoader::loadImage(const velmorant::StitchableItem& item, bool, const Completion& completion) {

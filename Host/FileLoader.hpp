@@ -23,7 +23,7 @@ public:
         return std::shared_ptr<FileLoader>(new FileLoader(std::move(files), budget()));
     }
 
-    /// Decoded images are kept in so many bytes: 64 MB, or less where the device allows less for one picture.
+    /// Decoded images are kept in so many bytes: 56 MB, four screenshots of a telephone, or less where the device allows less for one picture.
     static std::int64_t budget();
 
     void loadImage(const velmorant::StitchableItem& item, bool synchronous, const Completion& completion) override;

@@ -77,13 +77,18 @@ void writePNG(const fs::path& file, const Bitmap& pixels) {
 
 } // namespace
 
-Shots makeShots(const fs::path& folder, int count, std::int64_t step) {
+Shots shotsIn(const fs::path& folder, int count, std::int64_t step) {
+    Shots shots{.files = {}, .step = step, .topBar = topBar, .bottomBar = bottomBar};
+    for (int i = 0; i < count; ++i)
+        shots.files.push_back(folder / ("shot-" + std::to_string(1000 + i).substr(1) + ".png"));
+    return shots;
+}
+
+void writeShots(const Shots& shots) {
     const Bitmap page = examplesPage();
     const Bitmap bars = large(example / firstShot);
-
-    Shots shots{.step = step, .topBar = topBar, .bottomBar = bottomBar};
-    fs::create_directories(folder);
-    for (int i = 0; i < count; ++i) {
+    std::int64_t top = 0; // of the page
+    for (const fs::path& file : shots.files) {
         Bitmap shot(shots.width, shots.height);
         for (std::int64_t y = 0; y < shots.height; ++y) {
             const std::int64_t fromBottom = shots.height - y;
@@ -91,17 +96,15 @@ Shots makeShots(const fs::path& folder, int count, std::int64_t step) {
                 std::memcpy(shot.row(y), bars.row(y < shots.topBar ? y : bars.height() - fromBottom), shot.stride());
                 continue;
             }
-            const std::int64_t row = i * step + y - shots.topBar;
+            const std::int64_t row = top + y - shots.topBar;
             const auto turned = 4 * static_cast<std::size_t>(37 * (row / page.height()) % shots.width);
             const std::uint8_t* from = page.row(row % page.height());
             std::memcpy(shot.row(y), from + turned, shot.stride() - turned);
             std::memcpy(shot.row(y) + shot.stride() - turned, from, turned);
         }
-        const std::string number = std::to_string(1000 + i).substr(1);
-        shots.files.push_back(folder / ("shot-" + number + ".png"));
-        writePNG(shots.files.back(), shot);
+        writePNG(file, shot);
+        top += shots.step;
     }
-    return shots;
 }
 
 } // namespace whole_job

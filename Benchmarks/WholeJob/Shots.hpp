@@ -14,9 +14,12 @@ struct Shots {
     std::int64_t pictureHeight() const { return height + step * (static_cast<std::int64_t>(files.size()) - 1); }
 };
 
-/// Writes `count` screenshots into `folder`, as a telephone would: 8 bits, RGB, by libpng as it comes. The page is the
+/// The screenshots of a page that `writeShots` writes into `folder`.
+Shots shotsIn(const std::filesystem::path& folder, int count, std::int64_t step);
+
+/// Writes the screenshots, as a telephone would: 8 bits, RGB, by libpng as it comes. The page is the
 /// joined picture of the project's own example, three times as large and turned a little further at every repetition,
 /// so that no part of it occurs twice.
-Shots makeShots(const std::filesystem::path& folder, int count, std::int64_t step);
+void writeShots(const Shots& shots);
 
 } // namespace whole_job
