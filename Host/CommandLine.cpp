@@ -372,6 +372,15 @@ void addPictureOptions(CLI::App& command, StitchOptions& options) {
         ->type_name("NUMBER")
         ->check(CLI::Range(1, 100).description(""))
         ->capture_default_str();
+    using Effort = platform::EncodeEffort;
+    const auto spends = [&options](Effort effort) { return [&options, effort] { options.output.effort = effort; }; };
+    auto* fast = command.add_flag_callback("--fast", spends(Effort::fast),
+                                           message("write a png in half the time, a little larger"));
+    command
+        .add_flag_callback("--small", spends(Effort::small),
+                           message("write as small a file as can be, without any loss, and take time for it: png, or "
+                                   "webp where the picture fits and no format is asked for"))
+        ->excludes(fast);
     command
         .add_option(
             "--split", options.output.mostRows,

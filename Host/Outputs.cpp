@@ -14,6 +14,8 @@ using Refusal = std::unexpected<std::string>;
 
 namespace {
 
+constexpr int lossless = 100; // quality of WebP
+
 std::optional<ImageFormat> formatOf(const fs::path& file) {
     std::string ending = file.extension().native();
     std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -62,8 +64,10 @@ std::expected<Outputs, std::string> Outputs::placesOf(const OutputOptions& optio
     Outputs outputs;
     outputs.pattern_ = {.format = options.format.value_or(ImageFormat::png),
                         .quality = options.quality,
+                        .effort = options.effort,
                         .mostRows = options.mostRows,
                         .page = options.page.value_or(Page())};
+    outputs.isFormatFree_ = !options.format;
     const fs::path& named = options.named;
     std::error_code unknown;
     if (named.empty())
@@ -94,10 +98,15 @@ std::expected<Outputs, std::string> Outputs::placesOf(const OutputOptions& optio
     return outputs;
 }
 
-OutputFile Outputs::next(const fs::path& firstShot) {
+OutputFile Outputs::next(const fs::path& firstShot, std::int64_t rows) {
     if (single_)
         return *single_;
     OutputFile output = pattern_;
+    if (output.effort == platform::EncodeEffort::small && isFormatFree_ && output.mostRows == 0 &&
+        rows <= platform::CGImageDestination::maxHeight(ImageFormat::webp)) { // smaller than any PNG
+        output.format = ImageFormat::webp;
+        output.quality = lossless;
+    }
     const fs::path folder = folder_.empty() ? firstShot.parent_path() : folder_;
     const std::string stem = firstShot.stem().native() + "-stitched";
     for (int number = 1;; ++number) {

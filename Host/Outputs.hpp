@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Foundation/AtomicFile.hpp"
+#include "Platform/ImageIO/CGImageDestination.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
 
 #include <algorithm>
@@ -29,7 +30,8 @@ struct Page {
 struct OutputFile {
     std::filesystem::path path; ///< empty: standard output
     platform::ImageFormat format = platform::ImageFormat::png;
-    int quality = 92; ///< of lossy formats, 1 to 100
+    int quality = 92;                                              ///< of lossy formats, 1 to 100
+    platform::EncodeEffort effort = platform::EncodeEffort::usual; ///< of PNG
     platform::AtomicFile::Existing existing = platform::AtomicFile::Existing::keep;
     std::int64_t mostRows = 0; ///< of one file: a taller picture is split; 0: it never is
     Page page = {};            ///< of PDF
@@ -41,12 +43,13 @@ struct OutputOptions {
     bool force = false;          ///< a file that exists is replaced
     std::optional<platform::ImageFormat> format; ///< nothing: by the ending, else PNG
     int quality = 92;
+    platform::EncodeEffort effort = platform::EncodeEffort::usual;
     std::int64_t mostRows = 0; ///< of one file; 0: any number
     std::optional<Page> page;  ///< of PDF only
 };
 
-/// Why no file can be written there, for people: there is no such folder, it is one of the `inputs` under any name, or it
-/// exists and may not be replaced.
+/// Why no file can be written there, for people: there is no such folder, it is one of the `inputs` under any name, or
+/// it exists and may not be replaced.
 std::optional<std::string> refusalToWrite(const std::filesystem::path& file, bool force,
                                           const std::vector<std::filesystem::path>& inputs);
 
@@ -69,9 +72,9 @@ public:
     /// Whether the pictures' format keeps every pixel.
     bool areLossless() const { return form().format == platform::ImageFormat::png; }
 
-    /// The place of the picture whose earliest screenshot is `firstShot`: where only a folder is known, a name that
-    /// overwrites nothing and that no other picture of the call has. One thread at a time.
-    OutputFile next(const std::filesystem::path& firstShot);
+    /// The place of the picture of so many rows whose earliest screenshot is `firstShot`: where only a folder is known,
+    /// a name that overwrites nothing and that no other picture of the call has. One thread at a time.
+    OutputFile next(const std::filesystem::path& firstShot, std::int64_t rows);
 
     /// There is no picture there after all.
     void giveBack(const OutputFile& output) { given_.erase(output.path); }
@@ -83,6 +86,7 @@ private:
     std::optional<OutputFile> single_;
     std::filesystem::path folder_; ///< empty: the first screenshot's
     OutputFile pattern_;           ///< of files in folders
+    bool isFormatFree_ = false;    ///< nobody asked for the pattern's
     std::set<std::filesystem::path> given_;
 };
 

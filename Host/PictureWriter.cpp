@@ -56,7 +56,7 @@ std::expected<platform::PDFPages, ImageError> pagesOf(const platform::CIImage& r
 
 Written draw(const platform::CIImage& recipe, const platform::CGRect& extent, const OutputFile& output,
              const platform::Date& captureDate, ByteSink& sink) {
-    platform::EncodeOptions options{.quality = output.quality};
+    platform::EncodeOptions options{.quality = output.quality, .effort = output.effort};
     if (output.format == ImageFormat::pdf) {
         auto pages = pagesOf(recipe, extent, output.page);
         if (!pages)

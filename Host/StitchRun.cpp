@@ -144,7 +144,7 @@ void StitchRun::analysed(const Group& group) {
 }
 
 void StitchRun::draw(StitchedGroup group) {
-    const OutputFile output = outputs_.next(files_->path(earliest(group.group)));
+    const OutputFile output = outputs_.next(files_->path(earliest(group.group)), group.pictureSize.height);
     const auto target = targetSize(*group.alignment);
     if (!target) {
         write(std::move(group), blend_.render(*group.alignment, false), output);

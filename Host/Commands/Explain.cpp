@@ -110,7 +110,7 @@ ExitStatus explain(const ExplainOptions& options) {
                              : outputs.error());
             return ExitStatus::wrongCall;
         }
-        const OutputFile output = Outputs(*outputs).next(items.front().path);
+        const OutputFile output = Outputs(*outputs).next(items.front().path, 0);
         if (auto picture = pairPicture(*images[0], *images[1], pairs.front())) {
             const platform::CIImage recipe(std::move(*picture));
             const auto done = writePicture(recipe, recipe.extent(), output, items.front().item.date);
