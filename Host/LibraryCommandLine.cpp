@@ -6,6 +6,7 @@
 #include "Host/Commands/Pictures.hpp"
 #include "Host/Commands/Watch.hpp"
 #include "Host/Message.hpp"
+#include "Host/PictureCommandLine.hpp"
 #include "Platform/Dispatch/ThreadPool.hpp"
 
 #include <CLI/CLI.hpp>

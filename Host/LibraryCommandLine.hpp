@@ -32,7 +32,4 @@ private:
     std::function<ExitStatus()> chosen_;
 };
 
-/// The options by which `stitch` and `render` say where a picture goes and how it looks.
-void addPictureOptions(CLI::App& command, StitchOptions& options);
-
 } // namespace host
