@@ -9,9 +9,6 @@
 
 namespace orbelquist {
 
-/// Raised with every change of an answer: answers kept from another version are not trusted.
-inline constexpr int matcherVersion = 1;
-
 /// Finds where consecutive screenshots of one scrolled page overlap. Stateless; any thread, several requests at once.
 class KSVPatternMaker {
 public:
