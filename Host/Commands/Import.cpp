@@ -66,8 +66,27 @@ std::optional<ChangeResult> commit(const std::vector<Arrival>& arrivals) {
     return performChanges([arrivals] { std::ranges::for_each(arrivals, request); });
 }
 
+/// Damage is told now, while the user may still copy the screenshot again.
+void dropDamaged(std::vector<Arrival>& batch, Imported& imported) {
+    std::vector<std::optional<platform::ImageError>> damage(batch.size());
+    platform::DispatchQueue::concurrentPerform(batch.size(), [&](std::size_t i) {
+        if (batch[i].kind != Kind::screenshot)
+            return;
+        const auto image = CGImageSource::open(batch[i].path);
+        damage[i] = image ? damageIn(*image) : image.error();
+    });
+    std::vector<Arrival> sound;
+    for (std::size_t i = 0; i < batch.size(); ++i)
+        if (damage[i])
+            imported.failed.emplace_back(batch[i].path, imageErrorMessage(batch[i].path, *damage[i]));
+        else
+            sound.push_back(std::move(batch[i]));
+    batch = std::move(sound);
+}
+
 /// Files a batch, or where that fails each by itself, so that a bad one does not keep the others out.
-void file(const std::vector<Arrival>& batch, Imported& imported) {
+void file(std::vector<Arrival> batch, Imported& imported) {
+    dropDamaged(batch, imported);
     if (batch.empty())
         return;
     const auto whole = commit(batch);
@@ -113,16 +132,11 @@ Imported importFiles(const std::vector<fs::path>& files, bool asScreenshots, boo
         const Kind kind = isOwn                                                      ? Kind::own
                           : asScreenshots || isScreenshot(path, image->properties()) ? Kind::screenshot
                                                                                      : Kind::photograph;
-        if (kind == Kind::screenshot)
-            if (const auto damage = damageIn(*image)) { // told now, while the user may still copy it again
-                imported.failed.emplace_back(path, imageErrorMessage(path, *damage));
-                continue;
-            }
         batch.push_back({path, kind, captureDate(path, image->properties())});
         if (batch.size() == batchSize)
             file(std::exchange(batch, {}), imported);
     }
-    file(batch, imported);
+    file(std::move(batch), imported);
     showStatus({});
     return imported;
 }
