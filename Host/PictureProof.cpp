@@ -46,7 +46,6 @@ public:
         return &pixels_;
     }
 
-    std::int64_t height() const { return height_; }
     bool isOver() const { return next_ >= height_; }
 
 private:

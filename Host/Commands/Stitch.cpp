@@ -79,9 +79,9 @@ ExitStatus tell(const StitchReport& report, const StitchOptions& options) {
 
 /// What is wrong with the options beside these outputs, for people.
 std::optional<std::string> contradictionWith(const Outputs& outputs, const StitchOptions& options) {
-    std::error_code unknown;
-    if (!options.rows.empty() && !options.output.force && fs::exists(fs::symlink_status(options.rows, unknown)))
-        return message("{}: the file exists; use --force to replace it", {shown(options.rows)});
+    if (!options.rows.empty())
+        if (auto refusal = refusalToWrite(options.rows, options.output.force, {}))
+            return refusal;
     if (options.picture.verify && !outputs.areLossless())
         return message("--verify holds every pixel to the screenshots, which only a png keeps");
     if (options.picture.verify && options.output.mostRows > 0)
