@@ -289,12 +289,20 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
                 likeliest = examined;
         }
     }
+    const std::int64_t stroke = std::min(pair.a().height, pair.b().height) / strokesPerScreen;
+    if (held.empty() && likeliest) {
+        const auto isRival = [&](const Examination& other) {
+            return std::abs(other.shift - likeliest->shift) > stroke &&
+                   (other.agreeing - other.against()) * 100 > likeliest->agreeing * negligible;
+        };
+        if (likeliest->agreeing >= leastAgreeing && holds(*likeliest, pair, std::ranges::none_of(refused, isRival)))
+            held.push_back(*likeliest);
+    }
     const auto best = std::ranges::max_element(held, {}, &Examination::agreeing);
     if (best == held.end())
         return {.verdict = likeliest ? verdictOn(*likeliest, Kind::contradicted, pair)
                                      : KSVVerdict{.kind = Kind::nothingCommon}};
 
-    const std::int64_t stroke = std::min(pair.a().height, pair.b().height) / strokesPerScreen;
     const auto isWithinStroke = [&](const Examination& e) { return std::abs(e.shift - best->shift) <= stroke; };
     const auto differs = [&](const Examination& e) { return pixelDifference(pair, *best, e.shift); };
     auto exact = std::ranges::min_element(held, {}, [&](const Examination& e) {
@@ -318,7 +326,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
     const auto mayBeIt = [&](const Examination& other) {
         return other.atBest() > exact->agreeing ||
                (isMuchLeftOut && !isWithinStroke(other) &&
-                other.agreeing * 100 > exact->agreeing * secondWhereMuchIsLeftOut);
+                (other.agreeing - other.against()) * 100 > exact->agreeing * secondWhereMuchIsLeftOut);
     };
     if (const auto other = std::ranges::find_if(refused, mayBeIt); other != refused.end()) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
@@ -362,7 +370,7 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame
     const auto standsStill = [&](const Frame* frame) {
         return furnitureOf(a, *frame, cellTolerance).hasBackdrop || furnitureOf(b, *frame, cellTolerance).hasBackdrop;
     };
-    if (!neighbours.empty() && (pair.furniture().hasBackdrop || std::ranges::any_of(neighbours, standsStill)))
+    if (pair.furniture().hasBackdrop || std::ranges::any_of(neighbours, standsStill))
         if (KSVPatternPair before = match(pair.withBackdrop(neighbours), 0); !isRefused(before))
             return before;
     const Frame softA = softened(a), softB = softened(b);

@@ -27,6 +27,10 @@ constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // le
 /// Fewer blocks than these are chance; up to so many may be a line that occurs twice, so that nothing else may
 /// contradict.
 constexpr std::int64_t leastRows = 12, leastAgreeing = 10, noDoubtBelow = 50;
+/// Bands of a sixth of the screen: what agrees in so many is more than a few lines that occur twice.
+constexpr std::int64_t manyBands = 16;
+/// Where lines over all of that agree, one block of so many may have changed meanwhile: a price, a count.
+constexpr std::int64_t changedShare = 9;
 
 class Verification {
 public:
@@ -143,8 +147,8 @@ private:
             if (end - begin < leastRegion)
                 continue;
             e_.regionBands += static_cast<std::int64_t>(end - begin);
-            begin -= begin > 0 && bands_[begin - 1].isDense(); // half region, half page
-            end += end < bands_.size() && bands_[end].isDense();
+            begin -= begin > 0 && bands_[begin - 1].against() > 0; // half region, half page
+            end += end < bands_.size() && bands_[end].against() > 0;
             std::fill(bands_.begin() + static_cast<std::ptrdiff_t>(begin),
                       bands_.begin() + static_cast<std::ptrdiff_t>(end), Band{});
             i = end - 1;
@@ -304,7 +308,7 @@ std::optional<Examination> examine(const FramePair& pair, std::int64_t shift) {
     return Verification(pair, shift).result();
 }
 
-bool holds(const Examination& e, const FramePair& pair) {
+bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
     // Enough is seen: a few letters, over a quarter of a line of text.
     const std::int64_t height = std::min(pair.a().height, pair.b().height);
     if (e.agreeing < leastAgreeing || e.last - e.first < std::max(leastRows, height / (2 * bandsPerScreen)))
@@ -313,14 +317,18 @@ bool holds(const Examination& e, const FramePair& pair) {
     const std::int64_t weight = std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
     if (weight == 0 && (e.inside.all() + e.overlay.all() > 0 || e.unclear * 4 > e.agreeing))
         return false;
-    // A pattern behind the page agrees with itself at many places: more than a line or two must be page, little of it
-    // contradicted, and most of what is compared must be clear.
-    if (pair.hasBackdrop() && (e.certain <= noDoubtBelow || e.against() * 3 > e.certain || e.unclear * 2 > e.agreeing))
+    // A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
+    // line or two are the page for certain or there are many lines; hardly anything contradicts.
+    if (pair.hasBackdrop() && (!isAlone || (e.certain <= noDoubtBelow && e.agreeingBands < manyBands) ||
+                               e.against() * 12 > e.agreeing || e.unclear > e.agreeing))
         return false;
     // Other text at the same place is no page that moved: next to none in the stretch, little outside.
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
-    if (shapes * 12 > std::max<std::int64_t>(0, weight - 16) || (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing)
+    const bool mayHaveChanged = isAlone && e.agreeingBands >= manyBands && shapes * changedShare <= e.agreeing;
+    if (shapes * 12 > std::max<std::int64_t>(0, weight - 16) && !mayHaveChanged)
+        return false;
+    if ((e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing)
         return false;
     // Bars and overlays that are not known as such may take half as much as agrees, and little amid it.
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
@@ -328,7 +336,7 @@ bool holds(const Examination& e, const FramePair& pair) {
         return false;
     if (e.agreeing < 40 ? e.bar * 4 > e.agreeing || e.barBands > 0 : e.bar > 4 * e.agreeing)
         return false;
-    return e.regionBands == 0 || (e.agreeingBands >= 16 && e.agreeing * 2 >= 120 + 3 * e.regionBands &&
+    return e.regionBands == 0 || (e.agreeingBands >= manyBands && e.agreeing * 2 >= 120 + 3 * e.regionBands &&
                                   e.regionBands * 2 <= e.agreeingBands * 5);
 }
 

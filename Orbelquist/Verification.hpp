@@ -47,7 +47,8 @@ struct Examination {
 /// Nothing where nothing speaks for the shift.
 std::optional<Examination> examine(const FramePair& pair, std::int64_t shift);
 
-/// Whether what was seen leaves no doubt but for other shifts that hold as well.
-bool holds(const Examination& examination, const FramePair& pair);
+/// Whether what was seen leaves no doubt but for other shifts that hold as well. Where nothing agrees nearly as much at any
+/// other shift, values may have changed while the page was scrolled.
+bool holds(const Examination& examination, const FramePair& pair, bool isAlone = false);
 
 } // namespace orbelquist
