@@ -54,17 +54,6 @@ std::int64_t barRows(const Furniture& furniture, std::int64_t height, Row row) {
     return bar;
 }
 
-/// Between the bars a picture leaves at least one cell of so many that stands still, however little of it shows.
-constexpr std::int64_t backdropShare = 200;
-
-bool hasBackdrop(const std::vector<CellMask>& cells) {
-    const std::int64_t height = std::ssize(cells), bar = height / tallestBar;
-    std::int64_t still = 0;
-    for (std::int64_t y = bar; y < height - bar; ++y)
-        still += std::popcount(cells[static_cast<std::size_t>(y)]);
-    return still * backdropShare > (height - 2 * bar) * cellCount;
-}
-
 /// Leaves only what is as high as a piece of furniture: text that scrolls has likenesses of a few rows everywhere.
 void dropSlight(std::vector<CellMask>& cells) {
     const auto height = static_cast<std::int64_t>(cells.size());
@@ -119,7 +108,6 @@ Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     furniture.bottomRows = stillRows(height, equal, informed, [&](std::int64_t i) { return height - 1 - i; });
     dropSlight(furniture.cells);
     fill(furniture.cells, equal, height / barsPerScreen);
-    furniture.hasBackdrop = hasBackdrop(furniture.cells);
     furniture.topBar = barRows(furniture, height, [](std::int64_t i) { return i; });
     furniture.bottomBar = barRows(furniture, height, [&](std::int64_t i) { return height - 1 - i; });
     for (std::int64_t i = 0; i < furniture.topRows; ++i)

@@ -15,8 +15,6 @@ struct Furniture {
     // title, an icon) that stands still there, what shines through between the pieces included.
     std::int64_t topRows = 0, bottomRows = 0;
     std::int64_t topBar = 0, bottomBar = 0;
-    /// Something stands still between the bars, too: the page may move in front of a picture.
-    bool hasBackdrop = false;
 };
 
 /// Cell by cell: what is equal in both frames at the same place and holds an edge, and the flat between two such edges.

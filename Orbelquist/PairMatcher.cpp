@@ -152,8 +152,8 @@ double pixelDifference(const FramePair& pair, const Examination& stretch, std::i
     const auto width = static_cast<std::size_t>(pair.b().width);
     const std::int64_t topBar = pair.furniture().topRows, bottomBar = pair.furniture().bottomRows;
     const std::int64_t first = std::max({stretch.first, pair.firstRow(shift), topBar, topBar - shift});
-    const std::int64_t last = std::min({stretch.last, pair.lastRow(shift), pair.b().height - bottomBar,
-                                        pair.a().height - bottomBar - shift});
+    const std::int64_t last =
+        std::min({stretch.last, pair.lastRow(shift), pair.b().height - bottomBar, pair.a().height - bottomBar - shift});
     std::uint64_t sum = 0, count = 0;
     const auto add = [&](std::int64_t row, std::size_t begin, std::size_t end) {
         sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, end - begin, 1);
@@ -250,10 +250,24 @@ std::int64_t exactShift(const FramePair& pair, const Examination& e) {
     return best;
 }
 
+/// A picture behind the page leaves at least so many blocks that stand still, however little of it shows.
+constexpr std::int64_t leastBackdrop = 16;
 /// Only where like blocks differ by so much of their variance does it help to soften the frames: by half a row or more.
 constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks.
 constexpr std::int64_t leastSoftAgreement = 100;
+
+/// Blocks between the bars, which may take a sixth of the screen each, that stand still: edges or patterns of what the
+/// page may move in front of.
+std::int64_t blocksOfBackdrop(const FramePair& pair) {
+    constexpr std::int64_t tallestBar = 6;
+    const std::int64_t height = std::min(pair.a().height, pair.b().height), bar = height / tallestBar;
+    BlockComparison unmoved({pair.a(), pair.b(), 0, bar, height - bar, {}, {}, {}, {}});
+    std::int64_t still = 0;
+    for (const Band& band : unmoved.bands())
+        still += band.count(Block::alike) + band.count(Block::lines);
+    return still;
+}
 
 KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePair& pair) {
     return {.kind = kind,
@@ -367,11 +381,8 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame
     };
     if (!isRefused(sharp))
         return sharp;
-    const auto standsStill = [&](const Frame* frame) {
-        return furnitureOf(a, *frame, cellTolerance).hasBackdrop || furnitureOf(b, *frame, cellTolerance).hasBackdrop;
-    };
-    if (pair.furniture().hasBackdrop || std::ranges::any_of(neighbours, standsStill))
-        if (KSVPatternPair before = match(pair.withBackdrop(neighbours), 0); !isRefused(before))
+    if (const std::int64_t blocks = blocksOfBackdrop(pair); blocks >= leastBackdrop)
+        if (KSVPatternPair before = match(pair.withBackdrop(neighbours, blocks), 0); !isRefused(before))
             return before;
     const Frame softA = softened(a), softB = softened(b);
     KSVPatternPair soft = match(FramePair(softA, softB, cellTolerance), leastSoftAgreement);

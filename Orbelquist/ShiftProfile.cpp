@@ -40,7 +40,8 @@ std::vector<CellMask> cellsInFront(const Frame& frame, const Furniture& picture,
     return cells;
 }
 
-/// Without the outermost cells of each row's runs: at the edge of what lies in front of a picture, half a cell is picture.
+/// Without the outermost cells of each row's runs: at the edge of what lies in front of a picture, half a cell is
+/// picture.
 CellMask withoutEdges(CellMask row) {
     const CellMask toLeft = row << 1 | (row & 1), toRight = row >> 1 | (row & CellMask{1} << (cellCount - 1));
     return row & toLeft & toRight;
@@ -67,7 +68,7 @@ FramePair FramePair::withBarsAlone() const {
     return FramePair(a_, b_, tolerance_, std::move(bars));
 }
 
-FramePair FramePair::withBackdrop(std::span<const Frame* const> neighbours) const {
+FramePair FramePair::withBackdrop(std::span<const Frame* const> neighbours, std::int64_t blocks) const {
     std::vector<const Frame*> all{&a_, &b_};
     all.insert(all.end(), neighbours.begin(), neighbours.end());
     std::vector<CellMask> picture(static_cast<std::size_t>(std::max(a_.height, b_.height)));
@@ -89,6 +90,7 @@ FramePair FramePair::withBackdrop(std::span<const Frame* const> neighbours) cons
         }
 
     FramePair pair = *this;
+    pair.blocksOfBackdrop_ = blocks;
     const auto look = [&](std::size_t i, std::vector<CellMask>& ignored, std::vector<CellMask>& page) {
         page.resize(ignored.size());
         for (std::size_t y = 0; y < page.size(); ++y) {

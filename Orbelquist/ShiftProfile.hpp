@@ -24,13 +24,14 @@ public:
 
     /// The same frames, as of a page that moves in front of a picture, seen with other frames of the run. What is equal
     /// in two of them all is the picture, and left out; where it is known and a frame shows something else, that is
-    /// page for certain.
-    FramePair withBackdrop(std::span<const Frame* const> neighbours) const;
+    /// page for certain. `blocks` of it stand still in these two.
+    FramePair withBackdrop(std::span<const Frame* const> neighbours, std::int64_t blocks) const;
 
     const Frame& a() const { return a_; }
     const Frame& b() const { return b_; }
     const Furniture& furniture() const { return furniture_; }
     bool hasBackdrop() const { return !pageInA_.empty(); }
+    std::int64_t blocksOfBackdrop() const { return blocksOfBackdrop_; }
     std::uint8_t tolerance() const { return tolerance_; }
 
     /// The cells of a row of the screen that stand still.
@@ -67,6 +68,7 @@ private:
     const Furniture furniture_;
     std::vector<CellMask> ignoredInA_, ignoredInB_; ///< as high as the frames
     std::vector<CellMask> pageInA_, pageInB_;       ///< likewise, or empty: all of it may be
+    std::int64_t blocksOfBackdrop_ = 0;
 };
 
 /// The stretch of rows in which the page lies at a shift: agreement minus twice the contradiction is greatest. Blank

@@ -27,6 +27,8 @@ constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // le
 /// Fewer blocks than these are chance; up to so many may be a line that occurs twice, so that nothing else may
 /// contradict.
 constexpr std::int64_t leastRows = 12, leastAgreeing = 10, noDoubtBelow = 50;
+/// A single line of text is no higher than one of so many parts of the screen.
+constexpr std::int64_t lineShare = 24;
 /// Bands of a sixth of the screen: what agrees in so many is more than a few lines that occur twice.
 constexpr std::int64_t manyBands = 16;
 /// Where lines over all of that agree, one block of so many may have changed meanwhile: a price, a count.
@@ -48,7 +50,12 @@ public:
         findStretch();
         if (e_.agreeing == 0)
             return std::nullopt;
-        e_.first = comparison_.rowOf(first_), e_.last = comparison_.endOf(last_ - 1);
+        const std::int64_t topBar = pair_.furniture().topRows, bottomBar = pair_.furniture().bottomRows; // on either screen
+        e_.first = std::max({comparison_.rowOf(first_), topBar, topBar - e_.shift});
+        e_.last = std::min({comparison_.endOf(last_ - 1), layout().b.height - bottomBar,
+                            layout().a.height - bottomBar - e_.shift});
+        if (e_.first >= e_.last)
+            return std::nullopt;
         e_.tolerance = static_cast<std::uint8_t>(losslessTolerance + toleranceOverNoise * std::min(noise(), noisiest));
         countInside();
         countEdge(true);
@@ -317,10 +324,13 @@ bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
     const std::int64_t weight = std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
     if (weight == 0 && (e.inside.all() + e.overlay.all() > 0 || e.unclear * 4 > e.agreeing))
         return false;
-    // A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
-    // line or two are the page for certain or there are many lines; hardly anything contradicts.
-    if (pair.hasBackdrop() && (!isAlone || (e.certain <= noDoubtBelow && e.agreeingBands < manyBands) ||
-                               e.against() * 12 > e.agreeing || e.unclear > e.agreeing))
+    if (weight == 0 && (e.last - e.first) * lineShare <= height && e.edge.shapes + e.beyond.shapes > 1)
+        return false;
+    // A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than
+    // a line or two are the page for certain or there are many lines; hardly anything contradicts.
+    if (pair.hasBackdrop() &&
+        (!isAlone || (e.certain <= noDoubtBelow && e.agreeingBands < manyBands) || e.against() * 4 > e.agreeing ||
+         e.unclear > e.agreeing || e.unclear > 4 * pair.blocksOfBackdrop()))
         return false;
     // Other text at the same place is no page that moved: next to none in the stretch, little outside.
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;

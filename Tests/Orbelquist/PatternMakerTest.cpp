@@ -54,7 +54,7 @@ TEST(KSVPatternMaker, AnswersOnePairForEveryTwoNeighbours) {
 }
 
 /// Messages left and right, of which each shot shows others, before a picture that stands still.
-TEST(KSVPatternMaker, ToldByItsNeighboursWhatStandsBehindThePage) {
+TEST(KSVPatternMaker, TellsThePageFromAPictureBehindIt) {
     const Page page(7);
     const auto chat = [&](std::int64_t top) {
         return platform::imageOf(width, height, [&](std::int64_t x, std::int64_t y) {
@@ -69,6 +69,8 @@ TEST(KSVPatternMaker, ToldByItsNeighboursWhatStandsBehindThePage) {
     EXPECT_EQ(offsetOf(pairs[0]), "+190");
     EXPECT_EQ(offsetOf(pairs[1]), "+230");
     EXPECT_EQ(offsetOf(pairs[2]), "+190");
+    EXPECT_EQ(offsetOf(match({chat(0), chat(190)})[0]), "+190");
+    EXPECT_EQ(offsetOf(match({chat(0), chat(900)})[0]), "x"); // other messages before the same picture
 }
 
 TEST(KSVPatternMaker, TakesLongRuns) {
@@ -162,6 +164,12 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
              {"a floating button",
               [&](auto x, auto y, bool second) {
                   return x >= 190 && x < 240 && y >= 480 && y < 530 ? bars.luma(x, y) / 2 : shown(x, y, second);
+              }},
+             {"values that changed meanwhile", // in every fourth line, at its end
+              [&](auto x, auto y, bool second) {
+                  const auto at = second ? y + down : y;
+                  const bool hasChanged = second && at / 20 % 4 == 0 && x >= 190 && x < 222;
+                  return static_cast<int>((hasChanged ? film : page).luma(x, at));
               }},
              {"half a row",
               [&](auto x, auto y, bool second) {
