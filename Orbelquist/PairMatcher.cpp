@@ -1,5 +1,6 @@
 #include "Orbelquist/PairMatcher.hpp"
 
+#include "Orbelquist/Brightness.hpp"
 #include "Orbelquist/EqualFrames.hpp"
 #include "Orbelquist/Kernels/SquaredDifference.hpp"
 #include "Orbelquist/Seam.hpp"
@@ -366,14 +367,9 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
     return exact->shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
 }
 
-} // namespace
-
-KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours) {
+/// Of frames of one brightness.
+KSVPatternPair matchAlike(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours) {
     using Kind = KSVVerdict::Kind;
-    if (a.height == 0 || b.height == 0)
-        return {.verdict = {.kind = Kind::nothingCommon}};
-    if (a.width != b.width || a.width == 0)
-        return {.verdict = {.kind = Kind::otherWidth}};
     const FramePair pair(a, b, cellTolerance);
     KSVPatternPair sharp = match(pair, 0);
     const auto isRefused = [](const KSVPatternPair& answer) {
@@ -390,6 +386,28 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame
         return sharp;
     const auto examined = examine(pair, soft.verdict.offset);
     return examined && examined->difference > leastBlur ? soft : sharp;
+}
+
+/// What a function says of two frames, the brighter one dimmed.
+template <class Function>
+auto inOneBrightness(const Frame& a, const Frame& b, double gain, Function function) {
+    return gain > 1 ? function(a, dimmed(b, 1 / gain)) : function(dimmed(a, gain), b);
+}
+
+} // namespace
+
+KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours) {
+    if (a.height == 0 || b.height == 0)
+        return {.verdict = {.kind = KSVVerdict::Kind::nothingCommon}};
+    if (a.width != b.width || a.width == 0)
+        return {.verdict = {.kind = KSVVerdict::Kind::otherWidth}};
+    if (const auto gain = gainBetween(a, b)) {
+        const KSVPatternPair dimmed =
+            inOneBrightness(a, b, *gain, [](const Frame& x, const Frame& y) { return matchAlike(x, y, {}); });
+        if (dimmed.verdict.valid())
+            return dimmed;
+    }
+    return matchAlike(a, b, neighbours);
 }
 
 PairView viewOf(const Frame& a, const Frame& b, std::int64_t shift) {

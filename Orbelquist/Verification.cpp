@@ -50,12 +50,11 @@ public:
         findStretch();
         if (e_.agreeing == 0)
             return std::nullopt;
-        const std::int64_t topBar = pair_.furniture().topRows, bottomBar = pair_.furniture().bottomRows; // on either screen
-        e_.first = std::max({comparison_.rowOf(first_), topBar, topBar - e_.shift});
-        e_.last = std::min({comparison_.endOf(last_ - 1), layout().b.height - bottomBar,
-                            layout().a.height - bottomBar - e_.shift});
-        if (e_.first >= e_.last)
-            return std::nullopt;
+        e_.first = comparison_.rowOf(first_), e_.last = comparison_.endOf(last_ - 1);
+        const std::int64_t topBar = pair_.furniture().topRows,
+                           bottomBar = pair_.furniture().bottomRows; // on either screen
+        e_.pageRows = std::min({e_.last, layout().b.height - bottomBar, layout().a.height - bottomBar - e_.shift}) -
+                      std::max({e_.first, topBar, topBar - e_.shift});
         e_.tolerance = static_cast<std::uint8_t>(losslessTolerance + toleranceOverNoise * std::min(noise(), noisiest));
         countInside();
         countEdge(true);
@@ -318,7 +317,7 @@ std::optional<Examination> examine(const FramePair& pair, std::int64_t shift) {
 bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
     // Enough is seen: a few letters, over a quarter of a line of text.
     const std::int64_t height = std::min(pair.a().height, pair.b().height);
-    if (e.agreeing < leastAgreeing || e.last - e.first < std::max(leastRows, height / (2 * bandsPerScreen)))
+    if (e.agreeing < leastAgreeing || e.pageRows < std::max(leastRows, height / (2 * bandsPerScreen)))
         return false;
     // A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
     const std::int64_t weight = std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);

@@ -13,6 +13,7 @@ struct Examination {
     double difference = 0;            ///< of half of the like blocks at most: the frames' own noise
     std::uint8_t tolerance = 0;       ///< levels by which equal pixels may differ here
     std::int64_t first = 0, last = 0; ///< the stretch in which the page is seen to lie at this shift
+    std::int64_t pageRows = 0;        ///< its rows without those of bars
 
     std::int64_t agreeing = 0;      ///< blocks of the stretch
     std::int64_t certain = 0;       ///< of these, the page for certain and not a picture behind it

@@ -171,6 +171,8 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
                   const bool hasChanged = second && at / 20 % 4 == 0 && x >= 190 && x < 222;
                   return static_cast<int>((hasChanged ? film : page).luma(x, at));
               }},
+             {"a screen that was dimmed",
+              [&](auto x, auto y, bool second) { return shown(x, y, second) * (second ? 94 : 100) / 100; }},
              {"half a row",
               [&](auto x, auto y, bool second) {
                   return second ? (page.luma(x, y + down) + page.luma(x, y + down + 1)) / 2 : page.luma(x, y);
