@@ -11,84 +11,104 @@ namespace {
 
 /// The rows at each end of the screen that nearly all bars take: one of so many parts.
 constexpr std::int64_t barShare = 20;
-/// Darker cells say little of a factor.
-constexpr int leastLevel = 40;
-/// Cells that follow from the other's by one factor lie within so many levels of it.
+/// Cells that follow from the other's lie within so many levels of what they should be.
 constexpr double sameLevel = 2;
-/// What a screen is dimmed by unnoticed, and less than which is none.
-constexpr double most = 1.15, least = 1.01;
-/// The brightest cells: all but so many percent are darker.
-constexpr std::int64_t brightest = 2;
-
-struct Pair {
-    int a = 0, b = 0;
+/// Levels closer to each other tell a factor only.
+constexpr double leastSpread = 16;
+/// What a screen changes by unnoticed, of all levels, and less than which is none.
+constexpr double most = 0.15, least = 0.01;
+struct Levels {
+    double a = 0, b = 0;
 };
 
-/// The factor by which nearly all of the bars' cells differ.
-std::optional<double> gainOfBars(const Frame& a, const Frame& b) {
-    const std::int64_t height = std::min(a.height, b.height), bar = height / barShare;
-    std::vector<Pair> cells;
-    const auto add = [&](std::int64_t rowOfA, std::int64_t rowOfB) {
-        for (std::size_t cell = 0; cell < cellCount; ++cell) {
-            const int x = a.signature[static_cast<std::size_t>(rowOfA)][cell];
-            const int y = b.signature[static_cast<std::size_t>(rowOfB)][cell];
-            if (std::min(x, y) >= leastLevel)
-                cells.push_back({x, y});
-        }
+/// The straight line through the middle of the darker half and the middle of the brighter one, which strays hardly
+/// move.
+Dimming lineThrough(std::vector<Levels>& cells) {
+    std::ranges::sort(cells, {}, &Levels::a);
+    const auto half = cells.begin() + std::ssize(cells) / 2;
+    const auto middleOf = [](auto begin, auto end) {
+        const auto middle = begin + (end - begin) / 2;
+        std::nth_element(begin, middle, end, [](const Levels& x, const Levels& y) { return x.b < y.b; });
+        const double b = middle->b;
+        std::nth_element(begin, middle, end, [](const Levels& x, const Levels& y) { return x.a < y.a; });
+        return Levels{middle->a, b};
     };
-    for (std::int64_t i = 0; i < bar; ++i) {
-        add(i, i);
-        add(a.height - 1 - i, b.height - 1 - i);
-    }
-    if (std::ssize(cells) < 2 * bar) // not even a cell a row
-        return std::nullopt;
-    std::vector<double> factors;
-    for (const Pair& cell : cells)
-        factors.push_back(static_cast<double>(cell.b) / cell.a);
-    const auto middle = factors.begin() + std::ssize(factors) / 2;
-    std::nth_element(factors.begin(), middle, factors.end());
-    const double gain = *middle;
-    const auto follows = [&](const Pair& cell) { return std::abs(cell.a * gain - cell.b) <= sameLevel; };
-    if (std::ranges::count_if(cells, follows) * 4 < std::ssize(cells) * 3)
-        return std::nullopt;
-    return gain;
+    const Levels dark = middleOf(cells.begin(), half), bright = middleOf(half, cells.end());
+    if (bright.a - dark.a < leastSpread)
+        return {.factor = bright.b / std::max(1.0, bright.a)};
+    const double factor = (bright.b - dark.b) / (bright.a - dark.a);
+    return {.factor = factor, .offset = bright.b - factor * bright.a};
 }
 
-int brightestLevel(const Frame& frame) {
-    std::array<std::int64_t, 256> cells = {};
+/// The line on which nearly all cells of the bars at the screen's top, or at its bottom, lie.
+std::optional<Dimming> dimmingOfBars(const Frame& a, const Frame& b, bool top) {
+    const std::int64_t bar = std::min(a.height, b.height) / barShare;
+    std::vector<Levels> cells;
+    for (std::int64_t i = 0; i < bar; ++i)
+        for (std::size_t cell = 0; cell < cellCount; ++cell) {
+            const auto levelOf = [&](const Frame& frame) {
+                return static_cast<double>(
+                    frame.signature[static_cast<std::size_t>(top ? i : frame.height - 1 - i)][cell]);
+            };
+            cells.push_back({levelOf(a), levelOf(b)});
+        }
+    if (cells.empty())
+        return std::nullopt;
+    const Dimming line = lineThrough(cells);
+    const auto follows = [&](const Levels& cell) {
+        return std::abs(line.factor * cell.a + line.offset - cell.b) <= sameLevel;
+    };
+    if (std::ranges::count_if(cells, follows) * 4 < std::ssize(cells) * 3)
+        return std::nullopt; // a clock or a badge is less than a quarter
+    return line;
+}
+
+/// All but a few cells are darker. What is darker than this says little of a factor.
+std::optional<double> brightLevel(const Frame& frame) {
+    constexpr std::int64_t brightest = 50; // one of so many
+    constexpr double leastLevel = 40;
+    std::vector<std::uint8_t> levels;
     for (const RowSignature& row : frame.signature)
-        for (const std::uint8_t level : row)
-            ++cells[level];
-    int level = 255;
-    for (std::int64_t above = 0; level > 0; --level)
-        if ((above += cells[static_cast<std::size_t>(level)]) * 100 >= frame.height * cellCount * brightest)
-            break;
-    return level;
+        levels.insert(levels.end(), row.begin(), row.end());
+    if (levels.empty())
+        return std::nullopt;
+    const auto place = levels.end() - 1 - std::ssize(levels) / brightest;
+    std::nth_element(levels.begin(), place, levels.end());
+    return *place < leastLevel ? std::nullopt : std::optional<double>(*place);
 }
 
 } // namespace
 
-std::optional<double> gainBetween(const Frame& a, const Frame& b) {
-    std::optional<double> gain = gainOfBars(a, b);
-    if (!gain) {
-        const int levelOfA = brightestLevel(a), levelOfB = brightestLevel(b);
-        if (std::min(levelOfA, levelOfB) < leastLevel)
-            return std::nullopt;
-        gain = static_cast<double>(levelOfB) / levelOfA;
-    }
-    const double factor = std::max(*gain, 1 / *gain);
-    return factor >= least && factor <= most ? gain : std::nullopt;
+std::optional<Dimming> dimmingBetween(const Frame& a, const Frame& b) {
+    std::optional<Dimming> dimming = dimmingOfBars(a, b, true);
+    if (!dimming)
+        dimming = dimmingOfBars(a, b, false);
+    if (!dimming)
+        if (const auto levelOfA = brightLevel(a), levelOfB = brightLevel(b); levelOfA && levelOfB)
+            dimming = {.factor = *levelOfB / *levelOfA};
+    if (!dimming)
+        return std::nullopt;
+    const double atBlack = std::abs(dimming->offset) / 255,
+                 atWhite = std::abs(dimming->factor + dimming->offset / 255 - 1);
+    const double change = std::max(atBlack, atWhite);
+    return change >= least && change <= most ? dimming : std::nullopt;
 }
 
-Frame dimmed(const Frame& frame, double gain) {
+Dimming inverse(const Dimming& dimming) {
+    return {.factor = 1 / dimming.factor, .offset = -dimming.offset / dimming.factor};
+}
+
+Frame dimmed(const Frame& frame, const Dimming& dimming) {
     std::array<std::uint8_t, 256> levels;
-    for (std::size_t level = 0; level < levels.size(); ++level)
-        levels[level] = static_cast<std::uint8_t>(std::lround(static_cast<double>(level) * gain));
+    for (std::size_t level = 0; level < levels.size(); ++level) {
+        const double other = dimming.factor * static_cast<double>(level) + dimming.offset;
+        levels[level] = static_cast<std::uint8_t>(std::lround(std::clamp(other, 0.0, 255.0)));
+    }
     FrameBuilder builder(frame.width, frame.height);
     std::vector<std::uint8_t> row(static_cast<std::size_t>(frame.width));
     for (std::int64_t y = 0; y < frame.height; ++y) {
         std::ranges::transform(frame.row(y), frame.row(y) + frame.width, row.begin(),
-                               [&](std::uint8_t v) { return levels[v]; });
+                               [&](auto level) { return levels[level]; });
         builder.addLuma(row.data());
     }
     return builder.finish();

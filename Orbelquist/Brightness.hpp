@@ -6,12 +6,19 @@
 
 namespace orbelquist {
 
-/// By how much the second of two frames is brighter than the first, as a factor of their levels: a screen dims between two
-/// shots, or fades. Told by the bars, which both show, else by the brightest parts. Nothing where it is the same, or where
-/// too much else differs for brightness to be all.
-std::optional<double> gainBetween(const Frame& a, const Frame& b);
+/// How the levels of one frame follow from those of another: a screen is dimmed between two shots, or fades.
+struct Dimming {
+    double factor = 1, offset = 0; ///< levels
+};
 
-/// The frame with all levels multiplied by `gain`, at most 1.
-Frame dimmed(const Frame& frame, double gain);
+/// How the second frame's levels follow from the first one's, told by the bars, which both show, else by the brightest
+/// parts. Nothing where they are the same, or where too much else differs for brightness to be all.
+std::optional<Dimming> dimmingBetween(const Frame& a, const Frame& b);
+
+/// What is left to the other direction.
+Dimming inverse(const Dimming& dimming);
+
+/// The frame with other levels.
+Frame dimmed(const Frame& frame, const Dimming& dimming);
 
 } // namespace orbelquist

@@ -170,7 +170,7 @@ double pixelDifference(const FramePair& pair, const Examination& stretch, std::i
             if (page >> cell & 1)
                 add(row, cell * width / cellCount, (cell + 1) * width / cellCount);
     }
-    return static_cast<double>(sum) / static_cast<double>(std::max<std::uint64_t>(1, count));
+    return count == 0 ? std::numeric_limits<double>::max() : static_cast<double>(sum) / static_cast<double>(count);
 }
 
 /// A page that moved by a few rows only still shows most of its strokes where they were: they look like furniture, and
@@ -238,16 +238,20 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
 
 namespace {
 
-/// Of the neighbouring rows the one at which the stretch's pixels differ least: a candidate is the best of its place by
-/// signatures alone.
+/// The row at which the stretch's pixels differ least, from neighbour to neighbour: a candidate is the best of its
+/// place by signatures alone.
 std::int64_t exactShift(const FramePair& pair, const Examination& e) {
-    std::int64_t best = e.shift;
+    std::int64_t best = e.shift, from = 0;
     double least = pixelDifference(pair, e, best);
-    for (const std::int64_t shift : {e.shift - 1, e.shift + 1, e.shift - 2, e.shift + 2})
-        if (const double difference = pixelDifference(pair, e, shift); shift != 0 && difference < least) {
-            least = difference;
-            best = shift;
-        }
+    while (best != from) {
+        from = best;
+        for (const std::int64_t shift : {from - 1, from + 1, from - 2, from + 2})
+            if (shift != 0)
+                if (const double difference = pixelDifference(pair, e, shift); difference < least) {
+                    least = difference;
+                    best = shift;
+                }
+    }
     return best;
 }
 
@@ -388,10 +392,22 @@ KSVPatternPair matchAlike(const Frame& a, const Frame& b, std::span<const Frame*
     return examined && examined->difference > leastBlur ? soft : sharp;
 }
 
-/// What a function says of two frames, the brighter one dimmed.
-template <class Function>
-auto inOneBrightness(const Frame& a, const Frame& b, double gain, Function function) {
-    return gain > 1 ? function(a, dimmed(b, 1 / gain)) : function(dimmed(a, gain), b);
+/// Of frames of which one was dimmed: the one with more contrast is given the other's levels. Nothing where that does
+/// not make them match, in their signatures, too: a block has dozens of cells, and at least one of them must be the
+/// same.
+std::optional<KSVPatternPair> matchDimmed(const Frame& a, const Frame& b, const Dimming& dimming) {
+    const bool isOfA = dimming.factor <= 1;
+    const Frame given = isOfA ? dimmed(a, dimming) : dimmed(b, inverse(dimming));
+    const Frame &first = isOfA ? given : a, &second = isOfA ? b : given;
+    KSVPatternPair answer = matchAlike(first, second, {});
+    if (answer.verdict.kind == KSVVerdict::Kind::sameView)
+        return answer;
+    std::vector<RowAgreement> rows;
+    const FramePair pair(first, second, cellTolerance);
+    if (answer.verdict.kind != KSVVerdict::Kind::matched ||
+        stretchAt(pair, answer.verdict.offset, rows).agreeing < answer.verdict.agreeing)
+        return std::nullopt;
+    return answer;
 }
 
 } // namespace
@@ -401,12 +417,9 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame
         return {.verdict = {.kind = KSVVerdict::Kind::nothingCommon}};
     if (a.width != b.width || a.width == 0)
         return {.verdict = {.kind = KSVVerdict::Kind::otherWidth}};
-    if (const auto gain = gainBetween(a, b)) {
-        const KSVPatternPair dimmed =
-            inOneBrightness(a, b, *gain, [](const Frame& x, const Frame& y) { return matchAlike(x, y, {}); });
-        if (dimmed.verdict.valid())
-            return dimmed;
-    }
+    if (const auto dimming = dimmingBetween(a, b))
+        if (auto answer = matchDimmed(a, b, *dimming))
+            return *std::move(answer);
     return matchAlike(a, b, neighbours);
 }
 
