@@ -1,5 +1,6 @@
 #include "Host/AssetSource.hpp"
 
+#include "Host/Library.hpp"
 #include "Platform/Photos/PHFetchResult.hpp"
 
 namespace host {
@@ -23,6 +24,14 @@ const std::filesystem::path& AssetSource::path(const StitchableItem& item) const
     static const std::filesystem::path none;
     const auto found = paths_.find(item.id);
     return found == paths_.end() ? none : found->second;
+}
+
+std::string AssetSource::name(const StitchableItem& item) const {
+    return shortName(item) + " (" + localDate(item.date) + ")";
+}
+
+std::string AssetSource::shortName(const StitchableItem& item) const {
+    return shortened(item.id);
 }
 
 std::expected<platform::CGImageSource, ImageError> AssetSource::image(const StitchableItem& item) const {

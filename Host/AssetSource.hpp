@@ -25,6 +25,8 @@ public:
     std::size_t openedCount() const override { return items_.size(); }
     /// Empty where the item is not in the library any more.
     const std::filesystem::path& path(const velmorant::StitchableItem& item) const override;
+    std::string name(const velmorant::StitchableItem& item) const override;
+    std::string shortName(const velmorant::StitchableItem& item) const override;
     std::expected<platform::CGImageSource, platform::ImageError>
     image(const velmorant::StitchableItem& item) const override;
     void drop(const std::string& id, const platform::ImageError& error) override;

@@ -2,6 +2,7 @@
 
 #include "Host/ImageFiles.hpp"
 #include "Host/InputFiles.hpp"
+#include "Host/Message.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/Mutex.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
@@ -51,6 +52,10 @@ public:
     // After the first fetch. Any thread.
 
     const std::filesystem::path& path(const velmorant::StitchableItem& item) const override { return file(item).path; }
+    std::string name(const velmorant::StitchableItem& item) const override { return shown(file(item).path); }
+    std::string shortName(const velmorant::StitchableItem& item) const override {
+        return shown(file(item).path.filename());
+    }
     std::expected<platform::CGImageSource, platform::ImageError>
     image(const velmorant::StitchableItem& item) const override {
         return file(item).image;

@@ -4,10 +4,11 @@
 #include "Host/ConsoleLog.hpp"
 #include "Host/FileLoader.hpp"
 #include "Host/ImageErrorMessage.hpp"
+#include "Host/Interrupt.hpp"
 #include "Host/Message.hpp"
 #include "Host/Waiting.hpp"
 #include "Orbelquist/AlignerVersion.hpp"
-#include "Platform/Foundation/WriteFailure.hpp"
+#include "Platform/Photos/LibraryLock.hpp"
 #include "Platform/Photos/PHChangeRequests.hpp"
 #include "Platform/Photos/PHFetchResult.hpp"
 #include "Velmorant/Alignment/OpenCVAligner.hpp"
@@ -49,10 +50,75 @@ bool isStitchedAndWhole(const StitchableItem& item) {
                                         [&](const PHAsset& filed) { return filed.localIdentifier == item.id; });
 }
 
+/// What another process may have taken away or filed while the picture was drawn. Under the library's lock.
+bool areInLibrary(const std::vector<StitchableItem>& items) {
+    std::vector<std::string> ids;
+    for (const StitchableItem& item : items)
+        ids.push_back(item.id);
+    return PHAsset::fetchAssetsWithLocalIdentifiers(ids).count() == ids.size();
+}
+
+bool isFiled(const Group& group) {
+    return std::ranges::any_of(platform::notesOfAssets(),
+                               [id = group.id()](const PHAssetNote& note) { return note.note == id; });
+}
+
+/// The pictures of parts of the group.
+std::vector<PHAsset> formerPictures(const Group& group) {
+    const auto ids = idsIn(group.id());
+    std::vector<std::string> former;
+    for (const PHAssetNote& note : platform::notesOfAssets())
+        if (std::ranges::includes(ids, idsIn(note.note)))
+            former.push_back(note.localIdentifier);
+    return PHAsset::fetchAssetsWithLocalIdentifiers(former).assets();
+}
+
+void fail(Filed& filed, std::string error, bool mayPass) {
+    filed.error = std::move(error);
+    filed.mayPass = mayPass;
+}
+
+/// Files `picture`, which shows `shown` of the group's items: its file, its place in the album, what it was made of,
+/// and the end of former ones, all in one transaction.
+void save(const Group& group, const std::vector<StitchableItem>& shown, const platform::UIImage& picture,
+          Filed& filed) {
+    const platform::Date date = velmorant::markedCreationDate(group.date(), false);
+    const auto draft = platform::PHAssetDraft::draw(picture, date, Interrupt::requested);
+    if (Interrupt::requested())
+        return fail(filed, message("interrupted"), false);
+    if (!draft)
+        return fail(filed, libraryErrorMessage(draft.error()), mayPass(draft.error()));
+    const auto lock = Library::lock();
+    if (!lock)
+        return fail(filed, lock.error(), true);
+    filed.wasThere = isFiled(group);
+    if (filed.wasThere)
+        return fail(filed, message("it is in the album already"), false);
+    if (!areInLibrary(shown))
+        return fail(filed, message("its screenshots were deleted meanwhile; nothing was saved"), false);
+
+    const auto id = std::make_shared<std::string>();
+    const auto done = performChanges([=, note = group.id(), former = formerPictures(group)] {
+        const auto creation = platform::PHAssetCreationRequest::creationRequestForAssetFromDraft(*draft);
+        *id = creation->placeholderForCreatedAsset()->localIdentifier;
+        velmorant::addToStitchedAlbum({*id});
+        platform::PHAssetChangeRequest::setNote(*id, note);
+        platform::PHAssetChangeRequest::deleteAssets(former);
+    });
+    if (!done)
+        return fail(filed, message("interrupted"), false);
+    if (!*done)
+        return fail(filed, libraryErrorMessage(done->error()), mayPass(done->error()));
+    const StitchableItem saved{*id, date, velmorant::PixelSize::cg(picture.size(), 1),
+                               StitchableItem::ItemType::prestitched};
+    if (!isStitchedAndWhole(saved)) // no word is taken for it
+        return fail(filed, message("the library did not take the picture; nothing was saved"), true);
+    filed.picture = saved;
+}
+
 } // namespace
 
-Filing::Filing(Library& library)
-    : library_(library), cache_(velmorant::AlignerDiskCache::make(orbelquist::alignerVersion)) {
+Filing::Filing() : cache_(velmorant::AlignerDiskCache::make(orbelquist::alignerVersion)) {
     cache_->waitUntilLoaded();
 }
 
@@ -60,7 +126,7 @@ Filing::~Filing() {
     cache_->waitUntilSaved();
 }
 
-std::unordered_set<std::string> Filing::filedGroups() const {
+std::unordered_set<std::string> Filing::filedGroups() {
     std::unordered_set<std::string> ids;
     for (const PHAssetNote& note : platform::notesOfAssets(platform::Deleted::included))
         ids.insert(note.note);
@@ -78,7 +144,7 @@ Filed Filing::file(const Group& group) {
             aligner.alignment(rest, platform::DispatchQueue::global(), platform::DispatchWorkItemFlags::none, done);
         });
         if (!result) {
-            filed.error = message("interrupted");
+            fail(filed, message("interrupted"), false);
             return filed;
         }
         if (const auto bad = files->bad(); !bad.empty()) { // once more, as if they were not there
@@ -91,60 +157,19 @@ Filed Filing::file(const Group& group) {
                 continue;
         }
         if (!*result || rest.items().size() < 2) {
-            filed.error = message("no two neighbours show the same rows; see velmorant show");
+            fail(filed, message("no two neighbours show the same rows; see velmorant show"), false);
             return filed;
         }
         const Alignment& alignment = **result;
-        filed.joined = alignment.positions().size();
-        std::ranges::copy_if(rest.items(), std::back_inserter(filed.leftOut),
-                             [&](const StitchableItem& item) { return !alignment.position(item); });
-        filed.error = save(group, velmorant::CoreImageRenderer(loader).render(alignment, false), filed);
+        std::vector<StitchableItem> shown;
+        for (const StitchableItem& item : rest.items())
+            (alignment.position(item) ? shown : filed.leftOut).push_back(item);
+        filed.joined = shown.size();
+        save(group, shown, velmorant::CoreImageRenderer(loader).render(alignment, false), filed);
         if (const auto bad = files->bad(); filed.error && !bad.empty())
-            filed.error = imageErrorMessage(bad.front().path, bad.front().error);
+            fail(filed, imageErrorMessage(bad.front().path, bad.front().error), mayPass(bad.front().error));
         return filed;
     }
-}
-
-/// An error for people, where the picture is not in the library afterwards.
-std::optional<std::string> Filing::save(const Group& group, const platform::UIImage& picture, Filed& filed) {
-    // The library does not say whether it succeeded, nor calls back in every case: a second change tells the end.
-    const auto answer = std::make_shared<std::optional<StitchableItem>>();
-    library_.source.save(picture, group, false, [answer](const StitchableItem& item) { *answer = item; });
-    const auto ended = performChanges([] {});
-    if (!ended)
-        return message("interrupted");
-    if (!*answer || !isStitchedAndWhole(**answer)) {
-        const auto failure = platform::lastWriteFailure();
-        return failure ? message("the library cannot be written ({}: {}); nothing was saved; make room or look at its "
-                                 "permissions",
-                                 {shown(failure->file), failure->error.message()})
-                       : message("the library did not take the picture; nothing was saved");
-    }
-    filed.picture = **answer;
-    replaceFormer(group, **answer);
-    return std::nullopt;
-}
-
-/// Notes what the picture was made of, and takes away the pictures of parts of it, and one of the same date and width
-/// that was filed but not noted, because the program was killed in between.
-void Filing::replaceFormer(const Group& group, const StitchableItem& picture) {
-    const auto ids = idsIn(group.id());
-    std::vector<std::string> former;
-    std::set<std::string> noted = {picture.id};
-    for (const PHAssetNote& note : platform::notesOfAssets()) {
-        noted.insert(note.localIdentifier);
-        if (std::ranges::includes(ids, idsIn(note.note)))
-            former.push_back(note.localIdentifier);
-    }
-    if (const auto album = velmorant::findStitchedAlbum())
-        for (const PHAsset& asset : PHAsset::fetchAssets(*album).assets())
-            if (!noted.contains(asset.localIdentifier) && asset.creationDate == picture.date &&
-                asset.pixelWidth == picture.assetSize.width)
-                former.push_back(asset.localIdentifier);
-    performChanges([=, id = group.id()] {
-        platform::PHAssetChangeRequest::setNote(picture.id, id);
-        platform::PHAssetChangeRequest::deleteAssets(PHAsset::fetchAssetsWithLocalIdentifiers(former).assets());
-    });
 }
 
 } // namespace host

@@ -16,28 +16,27 @@ namespace host {
 struct Filed {
     std::optional<velmorant::StitchableItem> picture; ///< read back from the library
     std::optional<std::string> error;                 ///< for people; there is no picture then
+    bool mayPass = false;                             ///< the error; so it is worth another try
+    bool wasThere = false;                            ///< another process has filed the group meanwhile
     std::size_t joined = 0;                           ///< screenshots in the picture
     std::vector<velmorant::StitchableItem> leftOut;
     std::vector<BadFile> bad; ///< screenshots that could not be read
 };
 
-/// Stitches groups of the library and files their pictures in the album of stitched images. On the main thread.
+/// Stitches groups of the library and files their pictures in the album of stitched images. The library is locked only
+/// while a finished picture is filed. On the main thread.
 class Filing {
 public:
-    explicit Filing(Library& library);
+    Filing();
     ~Filing();
 
     /// Matches, draws and files. A picture filed for a part of this group is replaced: it goes into the trash.
     Filed file(const velmorant::Group& group);
 
     /// The ids of all groups that were filed as they are, be their pictures in the trash by now.
-    std::unordered_set<std::string> filedGroups() const;
+    static std::unordered_set<std::string> filedGroups();
 
 private:
-    std::optional<std::string> save(const velmorant::Group& group, const platform::UIImage& picture, Filed& filed);
-    void replaceFormer(const velmorant::Group& group, const velmorant::StitchableItem& picture);
-
-    Library& library_;
     const std::shared_ptr<velmorant::AlignerDiskCache> cache_;
 };
 

@@ -50,4 +50,9 @@ std::string imageErrorMessage(const std::filesystem::path& file, const platform:
     return text;
 }
 
+bool mayPass(const platform::ImageError& error) {
+    using enum platform::ImageError::Code;
+    return error.code == readFailed || error.code == writeFailed || error.code == outOfMemory || error.code == changed;
+}
+
 } // namespace host

@@ -21,6 +21,9 @@ public:
     // Of an item that is or was among those fetched.
 
     virtual const std::filesystem::path& path(const velmorant::StitchableItem& item) const = 0;
+    /// What people know it by, and the same in short beside another one.
+    virtual std::string name(const velmorant::StitchableItem& item) const = 0;
+    virtual std::string shortName(const velmorant::StitchableItem& item) const = 0;
     virtual std::expected<platform::CGImageSource, platform::ImageError>
     image(const velmorant::StitchableItem& item) const = 0;
 

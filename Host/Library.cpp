@@ -5,6 +5,7 @@
 #include "Host/Interrupt.hpp"
 #include "Host/Message.hpp"
 #include "Host/Waiting.hpp"
+#include "Platform/Foundation/Calendar.hpp"
 #include "Platform/Foundation/ContentHash.hpp"
 #include "Platform/Photos/LibraryLock.hpp"
 #include "Platform/Photos/PHChangeRequests.hpp"
@@ -14,8 +15,10 @@
 #include "Velmorant/Pipeline/Steps/SortGroupsStep.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <chrono>
+#include <cstdio>
 
 namespace host {
 
@@ -33,21 +36,34 @@ std::string lowercase(std::string text) {
     return text;
 }
 
-/// The one thing whose id begins as `word` does, letters of either case; an error for people.
+/// For each of the names the one thing with an id that begins so, letters of either case; an error for people.
 template <class Thing>
-std::expected<Thing, std::string> only(const std::vector<Thing>& things, const std::string& word,
-                                       const std::function<std::vector<std::string>(const Thing&)>& idsOf) {
-    std::vector<const Thing*> found;
-    for (const Thing& thing : things)
-        if (std::ranges::any_of(idsOf(thing),
-                                [&](const std::string& id) { return lowercase(id).starts_with(lowercase(word)); }))
-            found.push_back(&thing);
-    if (found.empty() || word.empty())
-        return std::unexpected(message("{}: nothing in the library has an id that begins so", {shown(word)}));
-    if (found.size() > 1)
-        return std::unexpected(
-            message("{}: {} ids begin so; write more of it", {shown(word), std::to_string(found.size())}));
-    return *found.front();
+std::expected<std::vector<Thing>, std::string>
+named(const std::vector<Thing>& things, const std::vector<std::string>& names,
+      const std::function<std::vector<std::string>(const Thing&)>& idsOf) {
+    std::vector<Thing> all;
+    for (const std::string& name : names) {
+        std::vector<const Thing*> found;
+        for (const Thing& thing : things)
+            if (std::ranges::any_of(idsOf(thing),
+                                    [&](const std::string& id) { return lowercase(id).starts_with(lowercase(name)); }))
+                found.push_back(&thing);
+        if (found.empty() || name.empty())
+            return std::unexpected(message("{}: nothing in the library has an id that begins so", {shown(name)}));
+        if (found.size() > 1)
+            return std::unexpected(
+                message("{}: {} ids begin so; write more of it", {shown(name), std::to_string(found.size())}));
+        all.push_back(*found.front());
+    }
+    return all;
+}
+
+std::vector<std::string> idsOf(const StitchableItem& item) {
+    return {item.id};
+}
+
+std::vector<std::string> idsOf(const LibraryGroup& group) {
+    return {group.shortId(), group.group.id()};
 }
 
 /// Until Ctrl-C; tells the user once it takes a while.
@@ -75,11 +91,10 @@ std::expected<std::unique_ptr<Library>, std::string> Library::open(Use use) {
         return std::unexpected(libraryErrorMessage(checked.error()));
     std::shared_ptr<platform::LibraryLock> lock;
     if (use == Use::changing) {
-        auto taken = photos->lock(toldToWait());
-        showStatus({});
+        auto taken = Library::lock();
         if (!taken)
-            return std::unexpected(libraryErrorMessage(taken.error()));
-        lock = *taken;
+            return std::unexpected(taken.error());
+        lock = std::move(*taken);
         if (const auto emptied = photos->emptyTrash(photos->trashKeeps); !emptied)
             return std::unexpected(libraryErrorMessage(emptied.error()));
     }
@@ -92,7 +107,23 @@ std::expected<std::unique_ptr<Library>, std::string> Library::open(Use use) {
     return library;
 }
 
-std::vector<StitchableItem> Library::items() {
+std::expected<std::shared_ptr<platform::LibraryLock>, std::string> Library::lock() {
+    auto taken = platform::PHPhotoLibrary::shared()->lock(toldToWait());
+    showStatus({});
+    if (!taken)
+        return std::unexpected(libraryErrorMessage(taken.error()));
+    return std::move(*taken);
+}
+
+std::expected<std::vector<StitchableItem>, std::string> Library::items() {
+    return checked([this] { return fetchedItems(); });
+}
+
+std::expected<std::vector<LibraryGroup>, std::string> Library::groups(Shown shown) {
+    return checked([this, shown] { return listedGroups(shown); });
+}
+
+std::vector<StitchableItem> Library::fetchedItems() {
     return awaited<std::vector<StitchableItem>>(
                [this](auto done) { source.fetchItems(platform::DispatchQueue::main(), std::move(done)); })
         .value_or(std::vector<StitchableItem>());
@@ -120,12 +151,15 @@ std::vector<Group> Library::process(const velmorant::Pipeline& pipeline) const {
         .value_or(std::vector<Group>());
 }
 
-std::vector<LibraryGroup> Library::groups(Shown shown) {
-    std::unordered_set<std::string> filed, byHand;
+std::vector<LibraryGroup> Library::listedGroups(Shown shown) {
+    std::unordered_set<std::string> filed;
     for (const platform::PHAssetNote& note : platform::notesOfAssets())
         filed.insert(note.note);
-    for (const Group& group : manual_->process({}))
-        byHand.insert(group.id());
+    std::unordered_map<std::string, Group> byHand; // by the ids that they are listed by
+    for (const Group& group : manual_->process({})) {
+        auto listed = inApp_->process({group});
+        byHand.emplace((shown == Shown::groups ? userDeleted_->process(listed) : listed).front().id(), group);
+    }
     std::vector<LibraryGroup> listed;
     for (Group& group : process(pipeline(shown))) {
         if (shown == Shown::ignored && !userDeleted_->process({group}).front().items().empty())
@@ -134,35 +168,71 @@ std::vector<LibraryGroup> Library::groups(Shown shown) {
         const auto state = group.prestitched()  ? LibraryGroup::State::stitched
                            : filed.contains(id) ? LibraryGroup::State::filed
                                                 : LibraryGroup::State::open;
-        listed.push_back({std::move(group), state, byHand.contains(id)});
+        const auto made = byHand.find(id);
+        listed.push_back({std::move(group), state, made == byHand.end() ? std::nullopt : std::optional(made->second)});
     }
     return listed;
 }
 
 std::expected<std::vector<StitchableItem>, std::string> Library::find(const std::vector<std::string>& names) {
     const auto all = items();
-    std::vector<StitchableItem> found;
-    for (const std::string& name : names) {
-        const auto item = only<StitchableItem>(all, name, [](const StitchableItem& i) { return std::vector{i.id}; });
-        if (!item)
-            return std::unexpected(item.error());
-        found.push_back(*item);
-    }
-    return found;
+    if (!all)
+        return all;
+    return named<StitchableItem>(*all, names, [](const StitchableItem& item) { return idsOf(item); });
 }
 
 std::expected<std::vector<LibraryGroup>, std::string> Library::find(const std::vector<std::string>& names,
                                                                     Shown shown) {
     const auto all = groups(shown);
-    std::vector<LibraryGroup> found;
-    for (const std::string& name : names) {
-        const auto group =
-            only<LibraryGroup>(all, name, [](const LibraryGroup& g) { return std::vector{g.shortId(), g.group.id()}; });
-        if (!group)
-            return std::unexpected(group.error());
-        found.push_back(*group);
-    }
-    return found;
+    if (!all)
+        return all;
+    return named<LibraryGroup>(*all, names, [](const LibraryGroup& group) { return idsOf(group); });
+}
+
+std::expected<std::vector<StitchableItem>, std::string>
+Library::findItemsOrGroups(const std::vector<std::string>& names) {
+    struct Thing {
+        std::vector<std::string> ids;
+        std::vector<StitchableItem> items;
+    };
+    std::vector<Thing> things;
+    const auto allItems = items();
+    const auto allGroups = groups();
+    if (!allItems || !allGroups)
+        return std::unexpected(allItems ? allGroups.error() : allItems.error());
+    for (const StitchableItem& item : *allItems)
+        things.push_back({idsOf(item), {item}});
+    for (const LibraryGroup& group : *allGroups)
+        things.push_back({idsOf(group), group.group.items()});
+    const auto found = named<Thing>(things, names, [](const Thing& thing) { return thing.ids; });
+    if (!found)
+        return std::unexpected(found.error());
+    std::vector<StitchableItem> items;
+    for (const Thing& thing : *found)
+        std::ranges::copy(thing.items, std::back_inserter(items));
+    return items;
+}
+
+std::expected<std::vector<platform::PHAsset>, std::string> Library::find(const std::vector<platform::PHAsset>& among,
+                                                                         const std::vector<std::string>& names) {
+    return named<platform::PHAsset>(among, names,
+                                    [](const platform::PHAsset& asset) { return std::vector{asset.localIdentifier}; });
+}
+
+std::string shortened(const std::string& id) {
+    return id.substr(0, 8);
+}
+
+std::string localDate(const platform::Date& date) {
+    const auto local = platform::Calendar::current().components(date);
+    std::array<char, 64> text;
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", local.year, local.month, local.day,
+                  local.hour, local.minute, local.second);
+    return text.data();
+}
+
+std::string sizeOf(const velmorant::PixelSize& size) {
+    return std::to_string(size.width) + " x " + std::to_string(size.height);
 }
 
 std::optional<ChangeResult> performChanges(const std::function<void()>& changes) {
@@ -197,6 +267,11 @@ std::string libraryErrorMessage(const PhotoLibraryError& error) {
         break;
     }
     return message("{}: the picture cannot be read ({})", {file, error.detail});
+}
+
+bool mayPass(const PhotoLibraryError& error) {
+    using enum PhotoLibraryError::Code;
+    return error.code == readFailed || error.code == writeFailed || error.code == busy;
 }
 
 } // namespace host

@@ -119,24 +119,22 @@ void LibraryCommandLine::addTo(CLI::App& app) {
     addNamed("separate", message("undo a group that was put together by hand"), "  velmorant separate 3f2a", "GROUP",
              separateGroup);
 
-    CLI::App& trash = add(app, "trash", message("list what was deleted, or remove it for good"),
-                          "  velmorant trash\n  velmorant trash empty --yes", [json] { return listTrash(*json); });
-    addJSON(trash);
     const auto emptying = std::make_shared<NamedOptions>();
+    CLI::App& trash = add(app, "trash", message("list what was deleted, or remove it for good"),
+                          "  velmorant trash\n  velmorant trash empty --yes",
+                          [json, emptying] { return emptying->all ? emptyTrash(*emptying) : listTrash(*json); });
+    addJSON(trash);
     CLI::App& empty = *trash.add_subcommand("empty", message("remove it for good"));
     empty.add_flag("--yes", emptying->yes, message("do not ask"));
     empty.add_flag("--json", emptying->json, message("tell the result as JSON on standard output"));
-    trash.callback([this, json, emptying, &empty] {
-        chosen_ = empty.parsed() ? std::function([emptying] { return emptyTrash(*emptying); })
-                                 : std::function([json] { return listTrash(*json); });
-    });
+    empty.callback([emptying] { emptying->all = true; });
 
     const auto exported = std::make_shared<std::filesystem::path>();
     const auto exports = std::make_shared<std::shared_ptr<NamedOptions>>();
     CLI::App& exporting =
         add(app, "export", message("copy original files out of the library"), "  velmorant export 7C41 9A03 -o copies/",
             [exports, exported] { return exportItems(**exports, *exported); });
-    *exports = namesOf(exporting, "ITEM");
+    *exports = namesOf(exporting, "ITEM|GROUP");
     exporting.add_option("-o,--output", *exported, message("the folder that they go to"))
         ->type_name("FOLDER")
         ->required();

@@ -17,38 +17,39 @@ namespace {
 std::string refusalOf(const StitchedGroup& stitched, const ImageFiles& files) {
     const auto& items = stitched.group.items();
     return message("{} screenshots from {} on were not joined: {}",
-                   {std::to_string(items.size()), shown(files.path(items.front())), *stitched.error});
+                   {std::to_string(items.size()), files.name(items.front()), *stitched.error});
 }
 
 /// Every seam that failed, why, and the way forward.
-std::string failuresOf(const StitchedGroup& stitched, const ImageFiles& files, const Seams& seams) {
+std::string failuresOf(const StitchedGroup& stitched, const ImageFiles& files, const Seams& seams, bool canPlace) {
     std::string text;
     bool failed = false;
     for (const Seam& seam : seams.of(stitched.group)) {
         if (seam.valid())
             continue;
         failed = true;
-        text += message("  {} and {}: {}\n",
-                        {shown(files.path(seam.upper)), shown(files.path(seam.lower).filename()), seam.reason()});
+        text += message("  {} and {}: {}\n", {files.name(seam.upper), files.shortName(seam.lower), seam.reason()});
     }
-    return failed ? text + message("  to place a screenshot yourself: --at FILE=ROWS, its top edge below that of the "
-                                   "one before it\n")
-                  : text;
+    return failed && canPlace
+               ? text + message("  to place a screenshot yourself: --at FILE=ROWS, its top edge below that of the "
+                                "one before it\n")
+               : text;
 }
 
-std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const ImageFiles& files, const Seams& seams) {
+std::string summaryOf(const StitchedGroup& stitched, const StitchReport& report) {
+    const ImageFiles& files = *report.files;
+    const std::string failures = failuresOf(stitched, files, *report.seams, report.canPlace);
     if (stitched.error)
-        return refusalOf(stitched, files) + "\n" + failuresOf(stitched, files, seams);
+        return refusalOf(stitched, files) + "\n" + failures;
     const auto& items = stitched.group.items();
 
     const velmorant::PixelSize size = stitched.pictureSize;
     const std::string count = std::to_string(stitched.alignment->positions().size());
     const std::string width = std::to_string(size.width), height = std::to_string(size.height);
     std::string text =
-        dryRun
-            ? message(
-                  "{} screenshots from {} on would be joined: {} x {} pixels, with about {} MB of memory\n",
-                  {count, shown(files.path(items.front())), width, height, std::to_string(stitched.memory / 1'000'000)})
+        report.dryRun
+            ? message("{} screenshots from {} on would be joined: {} x {} pixels, with about {} MB of memory\n",
+                      {count, files.name(items.front()), width, height, std::to_string(stitched.memory / 1'000'000)})
             : message("{} screenshots joined: {} x {} pixels, {}\n", {count, width, height, shown(*stitched.output)});
     if (stitched.outputs.size() > 1)
         text += message("  in {} files, down to {}\n",
@@ -57,8 +58,8 @@ std::string summaryOf(const StitchedGroup& stitched, bool dryRun, const ImageFil
         text += message("read back: {} rows equal their screenshots' and {} are blended\n",
                         {std::to_string(stitched.proof->equal), std::to_string(stitched.proof->blended)});
     for (const StitchableItem& item : stitched.leftOut())
-        text += message("left out: {}\n", {shown(files.path(item))});
-    return text + failuresOf(stitched, files, seams);
+        text += message("left out: {}\n", {files.name(item)});
+    return text + failures;
 }
 
 } // namespace
@@ -104,7 +105,7 @@ std::string StitchReport::json() const {
 std::string StitchReport::summary() const {
     std::string text;
     for (const StitchedGroup& group : groups)
-        text += summaryOf(group, dryRun, *files, *seams);
+        text += summaryOf(group, *this);
     if (groups.empty() && together)
         return message("nothing was joined: at least two screenshots that can be read are needed\n");
 

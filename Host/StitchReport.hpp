@@ -23,6 +23,7 @@ struct StitchReport {
     bool dryRun = false;
     bool together = false; ///< all files were to be one group
     bool strict = false;
+    bool canPlace = true; ///< the call knows how to place a screenshot by hand
 
     /// `success` when every screenshot found its place; one in no group has none only if all were to be in one, or if
     /// the call is strict.

@@ -38,19 +38,26 @@ std::vector<fs::path> WatchedFolders::ripe(std::chrono::steady_clock::time_point
                 }))
                 continue;
             const auto before = seen_.find(file);
-            Seen state{opened->identity(), now};
+            Seen state{opened->identity(), Attempts(now + ripening)};
             if (before != seen_.end() && before->second.identity == state.identity)
                 state = before->second;
-            if (!state.isTaken && now - state.since >= ripening) {
-                state.isTaken = true;
+            if (state.attempts.begin(now))
                 ripe.push_back(file);
-            }
-            areSomeGreen_ |= !state.isTaken;
+            areSomeGreen_ |= state.attempts.isFirst() && state.attempts.next();
             seen.emplace(file, state);
         }
     }
     seen_ = std::move(seen);
     return ripe;
+}
+
+bool WatchedFolders::retry(const fs::path& file, std::chrono::steady_clock::time_point now) {
+    const auto seen = seen_.find(file);
+    if (seen == seen_.end())
+        return true;
+    const bool isFirst = seen->second.attempts.isFirst();
+    seen->second.attempts.failed(now);
+    return isFirst;
 }
 
 } // namespace host

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Host/Attempts.hpp"
 #include "Platform/Foundation/FolderWatch.hpp"
 #include "Platform/Foundation/RegularFile.hpp"
 
@@ -23,18 +24,21 @@ public:
     WatchedFolders(std::vector<std::filesystem::path> folders, std::vector<std::string> excluded,
                    std::function<void()> changed);
 
-    /// The files that have become ripe since the last call, each once as long as it stays as it is. `missing` folders
-    /// are looked for again each time.
+    /// The files that have become ripe since the last call, each once as long as it stays as it is and is not
+    /// `retry`ed. Folders that are missing are looked for again each time.
     std::vector<std::filesystem::path> ripe(std::chrono::steady_clock::time_point now);
 
-    /// Whether some are not ripe yet.
+    /// A ripe file failed for a reason that may pass: a later call of `ripe` answers it again. Whether this was its
+    /// first failure.
+    bool retry(const std::filesystem::path& file, std::chrono::steady_clock::time_point now);
+
+    /// Whether some that are new are not ripe yet.
     bool areSomeGreen() const { return areSomeGreen_; }
 
 private:
     struct Seen {
         platform::FileIdentity identity;
-        std::chrono::steady_clock::time_point since; ///< it has been like this
-        bool isTaken = false;
+        Attempts attempts;
     };
 
     const std::vector<std::filesystem::path> folders_;

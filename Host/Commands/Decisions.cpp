@@ -3,6 +3,7 @@
 #include "Host/Console.hpp"
 #include "Host/Library.hpp"
 #include "Host/Message.hpp"
+#include "Host/TextWidth.hpp"
 #include "Host/Waiting.hpp"
 #include "Platform/Foundation/JSONWriter.hpp"
 #include "Platform/Foundation/NotificationCenter.hpp"
@@ -81,9 +82,7 @@ ExitStatus ignoreGroup(const NamedOptions& options) {
 
 ExitStatus unignoreGroups(const NamedOptions& options) {
     return changing([&](Library& library) {
-        const auto found = options.all
-                               ? std::expected<std::vector<LibraryGroup>, std::string>(library.groups(Shown::ignored))
-                               : library.find(options.names, Shown::ignored);
+        const auto found = options.all ? library.groups(Shown::ignored) : library.find(options.names, Shown::ignored);
         if (!found)
             return refused(found.error());
         for (const LibraryGroup& group : *found)
@@ -104,7 +103,7 @@ ExitStatus combineItems(const NamedOptions& options) {
             return refused(message("name two items or more"));
         std::ranges::stable_sort(*items, std::ranges::greater(), &StitchableItem::date); // as the library lists them
         items->erase(std::unique(items->begin(), items->end()), items->end());
-        const LibraryGroup group{Group(std::move(*items)), LibraryGroup::State::open, true};
+        const LibraryGroup group{Group(std::move(*items))};
         library.manual().add(group.group);
         return told(message("combined: {}", {group.shortId()}), "combined", group.group.items().size(), options.json);
     });
@@ -120,7 +119,7 @@ ExitStatus separateGroup(const NamedOptions& options) {
                 return refused(message("{}: it was not put together by hand; velmorant ignore takes it out of the list",
                                        {group.shortId()}));
         for (const LibraryGroup& group : *found)
-            library.manual().remove(group.group);
+            library.manual().remove(*group.byHand);
         return told(message("separated: {}", {countOf(found->size())}), "separated", found->size(), options.json);
     });
 }
@@ -135,8 +134,10 @@ ExitStatus deleteItems(const NamedOptions& options) {
             return refused(message("nothing was deleted"), ExitStatus::incomplete);
         const auto success = awaited<bool>([&](auto done) { library.source.deleteItems(*items, std::move(done)); });
         const auto left = library.items(); // read back: no word is taken for it
+        if (!left)
+            return refused(left.error(), ExitStatus::incomplete);
         const bool isGone = std::ranges::none_of(*items, [&](const StitchableItem& item) {
-            return std::ranges::any_of(left, [&](const StitchableItem& other) { return other.id == item.id; });
+            return std::ranges::any_of(*left, [&](const StitchableItem& other) { return other.id == item.id; });
         });
         if (!success.value_or(false) || !isGone)
             return refused(message("nothing was deleted: the library cannot be written; make room or look at its "
@@ -149,15 +150,13 @@ ExitStatus deleteItems(const NamedOptions& options) {
 
 ExitStatus restoreItems(const NamedOptions& options) {
     return changing([&](Library&) {
-        const auto trash = PHAsset::fetchDeletedAssets();
-        std::vector<PHAsset> restored;
-        for (const PHAsset& asset : trash.assets())
-            if (options.all || std::ranges::any_of(options.names, [&](const std::string& name) {
-                    return !name.empty() && asset.localIdentifier.starts_with(name);
-                }))
-                restored.push_back(asset);
-        if (restored.empty())
-            return refused(message("the trash holds nothing of that name; see velmorant trash"));
+        const auto trash = checked([] { return PHAsset::fetchDeletedAssets().assets(); });
+        if (!trash)
+            return refused(trash.error(), ExitStatus::incomplete);
+        const auto found = options.all ? trash : Library::find(*trash, options.names);
+        if (!found)
+            return refused(message("{}; velmorant trash lists what was deleted", {found.error()}));
+        const std::vector<PHAsset>& restored = *found;
         const auto done = performChanges([restored] { platform::PHAssetChangeRequest::restoreAssets(restored); });
         if (!done || !*done)
             return refused(done ? libraryErrorMessage(done->error()) : message("interrupted"), ExitStatus::incomplete);
@@ -170,15 +169,21 @@ ExitStatus listTrash(bool json) {
     if (!library)
         return refused(library.error(), ExitStatus::incomplete);
     platform::JSONWriter writer;
-    std::string table;
+    std::vector<std::vector<std::string>> table;
     writer.beginObject().key("items").beginArray();
-    const auto trash = PHAsset::fetchDeletedAssets();
-    for (const PHAsset& asset : trash.assets()) {
+    const auto trash = checked([] { return PHAsset::fetchDeletedAssets().assets(); });
+    if (!trash)
+        return refused(trash.error(), ExitStatus::incomplete);
+    for (const PHAsset& asset : *trash) {
         writer.beginObject().member("id", asset.localIdentifier).member("path", asset.file().native()).endObject();
-        table += asset.localIdentifier.substr(0, 8) + "  " + shown(asset.file()) + "\n";
+        table.push_back({shortened(asset.localIdentifier),
+                         localDate(asset.creationDate.value_or(platform::Date::distantPast())),
+                         sizeOf({asset.pixelWidth, asset.pixelHeight, 1})});
     }
     writer.endArray().endObject();
-    const std::string text = json ? writer.text() + "\n" : table.empty() ? message("the trash is empty\n") : table;
+    const std::string text = json            ? writer.text() + "\n"
+                             : table.empty() ? message("the trash is empty\n")
+                                             : tableOf(table);
     return print(text) ? ExitStatus::success : ExitStatus::incomplete;
 }
 
@@ -204,14 +209,19 @@ ExitStatus permission(const std::string& verb, const NamedOptions& items) {
     if (done && verb == "deny")
         done = photos->setAuthorization(Status::denied);
     if (done && verb == "limit") {
-        std::vector<std::string> chosen;
+        if (items.names.empty())
+            return refused(message("name the items that a limited access covers"));
         const auto lock = photos->lock();
+        const Status before = PHPhotoLibrary::authorizationStatus();
         done = photos->setAuthorization(Status::authorized); // all can be chosen from
-        for (const PHAsset& asset : PHAsset::fetchAssets({}).assets())
-            if (std::ranges::any_of(items.names, [&](const std::string& name) {
-                    return !name.empty() && asset.localIdentifier.starts_with(name);
-                }))
-                chosen.push_back(asset.localIdentifier);
+        const auto found = Library::find(PHAsset::fetchAssets({}).assets(), items.names);
+        if (done && !found) {
+            std::ignore = photos->setAuthorization(before);
+            return refused(found.error());
+        }
+        std::vector<std::string> chosen;
+        std::ranges::transform(found.value_or(std::vector<PHAsset>()), std::back_inserter(chosen),
+                               &PHAsset::localIdentifier);
         if (done)
             done = photos->setLimitedSelection(chosen);
         if (done)
@@ -243,9 +253,9 @@ ExitStatus permission(const std::string& verb, const NamedOptions& items) {
 
 ExitStatus noteCapture() {
     return changing([](Library& library) {
-        library.items(); // the source is there; what follows records its first item
+        std::ignore = library.items(); // the source is there; what follows records its first item
         platform::NotificationCenter::defaultCenter()->post(library.inApp().notification);
-        library.items(); // comes after the recording, on the same queues
+        std::ignore = library.items(); // comes after the recording, on the same queues
         return told(message("the newest screenshot is kept out of the groups"), "noted", 1, false);
     });
 }

@@ -66,6 +66,20 @@ std::optional<ChangeResult> commit(const std::vector<Arrival>& arrivals) {
     return performChanges([arrivals] { std::ranges::for_each(arrivals, request); });
 }
 
+Imported::Failure failure(const fs::path& path, const platform::ImageError& error) {
+    return {path, imageErrorMessage(path, error), mayPass(error)};
+}
+
+/// The library's errors name its own files.
+std::string notImported(const fs::path& path, const std::string& reason) {
+    return message("{}: it was not imported: {}", {shown(path), reason});
+}
+
+Imported::Failure failure(const fs::path& path, const platform::PhotoLibraryError& error) {
+    const std::string reason = libraryErrorMessage(error);
+    return {path, error.file == path ? reason : notImported(path, reason), mayPass(error)};
+}
+
 /// Damage is told now, while the user may still copy the screenshot again.
 void dropDamaged(std::vector<Arrival>& batch, Imported& imported) {
     std::vector<std::optional<platform::ImageError>> damage(batch.size());
@@ -78,17 +92,51 @@ void dropDamaged(std::vector<Arrival>& batch, Imported& imported) {
     std::vector<Arrival> sound;
     for (std::size_t i = 0; i < batch.size(); ++i)
         if (damage[i])
-            imported.failed.emplace_back(batch[i].path, imageErrorMessage(batch[i].path, *damage[i]));
+            imported.failed.push_back(failure(batch[i].path, *damage[i]));
         else
             sound.push_back(std::move(batch[i]));
     batch = std::move(sound);
 }
 
-/// Files a batch, or where that fails each by itself, so that a bad one does not keep the others out.
-void file(std::vector<Arrival> batch, Imported& imported) {
-    dropDamaged(batch, imported);
-    if (batch.empty())
+bool isKnown(const fs::path& path) {
+    return PHAsset::fetchAssetsWithContent(path).count() > 0;
+}
+
+/// What was taken for photographs when it was imported.
+void insistOnScreenshots(const std::vector<PHAsset>& photographs, Imported& imported) {
+    if (photographs.empty() || Interrupt::requested())
         return;
+    const auto done = performChanges([photographs] {
+        for (const PHAsset& asset : photographs)
+            platform::PHAssetChangeRequest::setMediaSubtypes(asset, platform::PHAssetMediaSubtype::screenshot);
+    });
+    if (done && *done)
+        imported.screenshots += photographs.size();
+    else if (done)
+        for (const PHAsset& asset : photographs)
+            imported.failed.push_back(failure(asset.file(), done->error()));
+}
+
+/// Files a batch, or where that fails each by itself, so that a bad one does not keep the others out. `changeNumber` is
+/// the library's when it was last looked for what it has already.
+void file(std::vector<Arrival> batch, std::int64_t changeNumber, Imported& imported) {
+    dropDamaged(batch, imported);
+    if (batch.empty() || Interrupt::requested())
+        return;
+    const auto photos = platform::PHPhotoLibrary::shared();
+    const auto lock = Library::lock();
+    for (const Arrival& arrival : batch)
+        if (!lock && !Interrupt::requested())
+            imported.failed.push_back({arrival.path, notImported(arrival.path, lock.error()), true});
+    if (!lock)
+        return;
+    if (photos->changeNumber() != changeNumber) // another process may have imported some of them
+        std::erase_if(batch, [&](const Arrival& arrival) {
+            const bool known = isKnown(arrival.path);
+            if (known)
+                imported.duplicates.push_back(arrival.path);
+            return known;
+        });
     const auto whole = commit(batch);
     if (whole && *whole)
         for (const Arrival& arrival : batch)
@@ -102,7 +150,7 @@ void file(std::vector<Arrival> batch, Imported& imported) {
         if (*single)
             count(arrival, imported);
         else
-            imported.failed.emplace_back(arrival.path, libraryErrorMessage(single->error()));
+            imported.failed.push_back(failure(arrival.path, single->error()));
     }
 }
 
@@ -111,21 +159,28 @@ void file(std::vector<Arrival> batch, Imported& imported) {
 Imported importFiles(const std::vector<fs::path>& files, bool asScreenshots, bool quiet) {
     Imported imported;
     std::vector<Arrival> batch;
-    const auto lock = platform::PHPhotoLibrary::shared()->lock();
+    const auto photos = platform::PHPhotoLibrary::shared();
+    std::vector<PHAsset> photographs;
+    std::int64_t changeNumber = photos->changeNumber();
     for (std::size_t i = 0; i < files.size() && !Interrupt::requested(); ++i) {
         if (!quiet)
             showStatus(message("importing: {} of {} files", {std::to_string(i), std::to_string(files.size())}));
         const fs::path& path = files[i];
         const auto image = CGImageSource::open(path);
         if (!image) {
-            imported.failed.emplace_back(path, imageErrorMessage(path, image.error()));
+            imported.failed.push_back(failure(path, image.error()));
             continue;
         }
         const bool isOwn = image->properties().software == softwareMark;
-        const auto known = PHAsset::fetchAssetsWithContent(path);
-        const bool isInBatch =
-            std::ranges::any_of(batch, [&](const Arrival& other) { return platform::haveSameBytes(other.path, path); });
-        if (known.count() > 0 || isInBatch) {
+        const auto known = PHAsset::fetchAssetsWithContent(path).assets();
+        const auto photograph = std::ranges::find(known, platform::PHAssetMediaSubtype::none, &PHAsset::mediaSubtypes);
+        if (asScreenshots && !isOwn && photograph != known.end()) {
+            photographs.push_back(*photograph);
+            continue;
+        }
+        if (!known.empty() || std::ranges::any_of(batch, [&](const Arrival& other) {
+                return platform::haveSameBytes(other.path, path);
+            })) {
             imported.duplicates.push_back(path);
             continue;
         }
@@ -133,10 +188,13 @@ Imported importFiles(const std::vector<fs::path>& files, bool asScreenshots, boo
                           : asScreenshots || isScreenshot(path, image->properties()) ? Kind::screenshot
                                                                                      : Kind::photograph;
         batch.push_back({path, kind, captureDate(path, image->properties())});
-        if (batch.size() == batchSize)
-            file(std::exchange(batch, {}), imported);
+        if (batch.size() == batchSize) {
+            file(std::exchange(batch, {}), changeNumber, imported);
+            changeNumber = photos->changeNumber();
+        }
     }
-    file(std::move(batch), imported);
+    file(std::move(batch), changeNumber, imported);
+    insistOnScreenshots(photographs, imported);
     showStatus({});
     return imported;
 }
@@ -147,16 +205,15 @@ ExitStatus import(const ImportOptions& options) {
         complain(named.error());
         return ExitStatus::wrongCall;
     }
-    const auto library = Library::open(Library::Use::changing);
-    if (!library) {
+    if (const auto library = Library::open(Library::Use::changing); !library) { // whether it can be changed at all
         complain(library.error());
         return ExitStatus::incomplete;
     }
     Imported imported = importFiles(named->paths, options.asScreenshots, options.quiet);
     for (const BadFile& folder : named->bad)
-        imported.failed.emplace_back(folder.path, imageErrorMessage(folder.path, folder.error));
-    for (const auto& [path, reason] : imported.failed)
-        complain(reason);
+        imported.failed.push_back(failure(folder.path, folder.error));
+    for (const Imported::Failure& failed : imported.failed)
+        complain(failed.reason);
     if (!options.quiet && !options.json)
         for (const fs::path& path : imported.duplicates)
             complain(message("{}: the library has it already", {shown(path)}));
@@ -167,13 +224,16 @@ ExitStatus import(const ImportOptions& options) {
     for (const fs::path& path : imported.duplicates)
         json.value(path.native());
     json.endArray().key("failed").beginArray();
-    for (const auto& [path, reason] : imported.failed)
-        json.beginObject().member("path", path.native()).member("error", reason).endObject();
+    for (const Imported::Failure& failed : imported.failed)
+        json.beginObject().member("path", failed.path.native()).member("error", failed.reason).endObject();
     json.endArray().endObject();
-    const std::string line =
+    std::string line =
         message("imported: {} screenshots, {} photographs, {} finished pictures; {} were there already\n",
                 {std::to_string(imported.screenshots), std::to_string(imported.photographs),
                  std::to_string(imported.ownPictures), std::to_string(imported.duplicates.size())});
+    if (imported.photographs > 0)
+        line += message("photographs are not joined; for those that are screenshots: velmorant import --as-screenshots "
+                        "FILE\n");
     const bool isPrinted = (options.quiet && !options.json) || print(options.json ? json.text() + "\n" : line);
     if (Interrupt::requested())
         return ExitStatus::interrupted;

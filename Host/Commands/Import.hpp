@@ -18,13 +18,20 @@ struct ImportOptions {
 
 /// What an import did.
 struct Imported {
+    struct Failure {
+        std::filesystem::path path;
+        std::string reason; ///< for people
+        bool mayPass;       ///< so it is worth another try
+    };
+
     std::size_t screenshots = 0, photographs = 0, ownPictures = 0;
-    std::vector<std::filesystem::path> duplicates;                     ///< that the library has already
-    std::vector<std::pair<std::filesystem::path, std::string>> failed; ///< with the reason, for people
+    std::vector<std::filesystem::path> duplicates; ///< that the library has already
+    std::vector<Failure> failed;
 };
 
-/// Copies files into the library; those that it has already are left out. Stops between two batches on Ctrl-C: what was
-/// imported by then stays. On the main thread.
+/// Copies files into the library; those that it has already are left out. Files are decoded first and a batch of them
+/// is filed then; only for that the library is locked. Stops between two batches on Ctrl-C: what was imported by then
+/// stays. On the main thread.
 Imported importFiles(const std::vector<std::filesystem::path>& files, bool asScreenshots, bool quiet);
 
 /// `velmorant import`.

@@ -7,14 +7,11 @@
 #include "Host/Message.hpp"
 #include "Host/TextWidth.hpp"
 #include "Orbelquist/AlignerVersion.hpp"
-#include "Platform/Foundation/Calendar.hpp"
 #include "Platform/Photos/PHFetchResult.hpp"
 #include "Velmorant/Alignment/AlignerDiskCache.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 
 namespace host {
 
@@ -27,25 +24,8 @@ ExitStatus printed(const std::string& text) {
     return print(text) ? ExitStatus::success : ExitStatus::incomplete;
 }
 
-/// Local time, as in "2026-03-01 10:11:12".
-std::string localDate(const platform::Date& date) {
-    const auto local = platform::Calendar::current().components(date);
-    std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", local.year, local.month, local.day,
-                  local.hour, local.minute, local.second);
-    return text.data();
-}
-
-std::string sizeOf(const StitchableItem& item) {
-    return std::to_string(item.assetSize.width) + " x " + std::to_string(item.assetSize.height);
-}
-
 std::string typeOf(const StitchableItem& item) {
     return item.type == StitchableItem::ItemType::unstitched ? message("screenshot") : message("stitched");
-}
-
-std::string shortened(const std::string& id) {
-    return id.substr(0, 8);
 }
 
 std::string stateOf(const LibraryGroup& group) {
@@ -80,18 +60,20 @@ ExitStatus listItems(bool json) {
     if (!library)
         return complain(library.error()), ExitStatus::incomplete;
     const auto items = (*library)->items();
-    const auto files = AssetSource::make(items);
+    if (!items)
+        return complain(items.error()), ExitStatus::incomplete;
+    const auto files = AssetSource::make(*items);
     JSONWriter writer;
     std::vector<std::vector<std::string>> table;
     writer.beginObject().key("items").beginArray();
-    for (const StitchableItem& item : items) {
+    for (const StitchableItem& item : *items) {
         const auto& path = files->path(item);
         std::error_code unknown;
         const bool isMissing = !std::filesystem::exists(path, unknown);
         if (json)
             writeItem(writer, item, path, isMissing);
         else
-            table.push_back({shortened(item.id), localDate(item.date), sizeOf(item), typeOf(item)});
+            table.push_back({shortened(item.id), localDate(item.date), sizeOf(item.assetSize), typeOf(item)});
         if (isMissing && !json)
             table.back().push_back(message("(its file is gone)"));
     }
@@ -105,14 +87,18 @@ ExitStatus listGroups(const GroupListOptions& options) {
     const auto library = Library::open(Library::Use::reading);
     if (!library)
         return complain(library.error()), ExitStatus::incomplete;
-    const auto groups = (*library)->groups(options.ignored ? Library::Shown::ignored : Library::Shown::groups);
+    const auto listed = (*library)->groups(options.ignored ? Library::Shown::ignored : Library::Shown::groups);
+    if (!listed)
+        return complain(listed.error()), ExitStatus::incomplete;
+    const auto& groups = *listed;
     if (!options.json) {
         std::vector<std::vector<std::string>> table;
         for (const LibraryGroup& group : groups) {
             const auto& items = group.group.items();
             const std::string count = std::to_string(items.size());
             table.push_back({group.shortId(), localDate(group.group.date()),
-                             message("{} of {}", {count, sizeOf(items.front())}), stateOf(group), reasonOf(group)});
+                             message("{} of {}", {count, sizeOf(items.front().assetSize)}), stateOf(group),
+                             reasonOf(group)});
         }
         return printed(table.empty() ? message("no groups\n") : tableOf(table));
     }
@@ -139,15 +125,20 @@ ExitStatus listAlbums(bool json) {
     JSONWriter writer;
     std::vector<std::vector<std::string>> table;
     writer.beginObject().key("albums").beginArray();
-    for (const platform::PHCollection& collection : platform::PHCollection::fetchTopLevelUserCollections()) {
+    const auto all = checked([] { return platform::PHCollection::fetchTopLevelUserCollections(); });
+    if (!all)
+        return complain(all.error()), ExitStatus::incomplete;
+    for (const platform::PHCollection& collection : *all) {
         const auto album = collection.assetCollection();
         if (!album)
             continue;
+        const auto count = checked([&] { return platform::PHAsset::fetchAssets(*album).count(); });
+        if (!count)
+            return complain(count.error()), ExitStatus::incomplete;
         const std::string title = album->localizedTitle().value_or("");
-        const std::size_t count = platform::PHAsset::fetchAssets(*album).count();
-        writer.beginObject().member("id", album->localIdentifier()).member("title", title).member("count", count);
+        writer.beginObject().member("id", album->localIdentifier()).member("title", title).member("count", *count);
         writer.endObject();
-        table.push_back({shown(title), message("{} picture", "{} pictures", count, {std::to_string(count)})});
+        table.push_back({shown(title), message("{} picture", "{} pictures", *count, {std::to_string(*count)})});
     }
     writer.endArray().endObject();
     return printed(json ? writer.text() + "\n" : (table.empty() ? message("no albums\n") : tableOf(table)));

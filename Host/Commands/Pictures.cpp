@@ -8,7 +8,6 @@
 #include "Host/Message.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Foundation/JSONWriter.hpp"
-#include "Platform/Photos/LibraryLock.hpp"
 #include "Velmorant/Pipeline/Steps/IgnoreEmptyOrSingleStep.hpp"
 
 #include <algorithm>
@@ -73,7 +72,10 @@ ExitStatus stitchOne(const std::string& name, StitchOptions options) {
     options.together = true;
     const auto files = AssetSource::make(group->group.items());
     return stitchGroups(options, velmorant::Pipeline(files, loggerFor(options)), files, *outputs,
-                        [&](StitchReport& report) { report.failed = files->bad(); });
+                        [&](StitchReport& report) {
+                            report.failed = files->bad();
+                            report.canPlace = false;
+                        });
 }
 
 } // namespace
@@ -96,7 +98,10 @@ ExitStatus reportGroups(StitchOptions options) {
         return refused(library.error(), ExitStatus::incomplete);
     std::vector<velmorant::Group> groups;
     std::vector<StitchableItem> items;
-    for (const LibraryGroup& group : (*library)->groups())
+    const auto listed = (*library)->groups();
+    if (!listed)
+        return refused(listed.error(), ExitStatus::incomplete);
+    for (const LibraryGroup& group : *listed)
         if (group.state != LibraryGroup::State::stitched) {
             groups.push_back(group.group);
             std::ranges::copy(group.group.items(), std::back_inserter(items));
@@ -106,28 +111,26 @@ ExitStatus reportGroups(StitchOptions options) {
     velmorant::Pipeline pipeline(files, loggerFor(options));
     pipeline.add(GivenGroups(std::move(groups)));
     pipeline.add(velmorant::IgnoreEmptyOrSingleStep());
-    return stitchGroups(options, pipeline, files, *Outputs::of({}, {}),
-                        [&](StitchReport& report) { report.failed = files->bad(); });
+    return stitchGroups(options, pipeline, files, *Outputs::of({}, {}), [&](StitchReport& report) {
+        report.failed = files->bad();
+        report.canPlace = false;
+    });
 }
 
 ExitStatus saveGroups(const NamedOptions& options) {
-    const auto opened = Library::open(Library::Use::changing);
+    const auto opened = Library::open(Library::Use::reading);
     if (!opened)
         return refused(opened.error(), ExitStatus::incomplete);
     Library& library = **opened;
-    Filing filing(library);
-    std::vector<LibraryGroup> groups;
-    if (options.all) {
-        groups = library.groups();
-        std::erase_if(groups, [filed = filing.filedGroups()](const LibraryGroup& group) {
+    Filing filing;
+    auto found = options.all ? library.groups() : library.find(options.names, Shown::groups);
+    if (!found)
+        return refused(found.error(), options.all ? ExitStatus::incomplete : ExitStatus::wrongCall);
+    std::vector<LibraryGroup>& groups = *found;
+    if (options.all)
+        std::erase_if(groups, [filed = Filing::filedGroups()](const LibraryGroup& group) {
             return group.state != LibraryGroup::State::open || filed.contains(group.group.id());
         });
-    } else {
-        auto found = library.find(options.names, Shown::groups);
-        if (!found)
-            return refused(found.error());
-        groups = std::move(*found);
-    }
 
     bool isComplete = true;
     std::string told;
@@ -141,7 +144,7 @@ ExitStatus saveGroups(const NamedOptions& options) {
             continue;
         }
         const Filed filed = filing.file(group.group);
-        isComplete &= filed.picture.has_value() && filed.leftOut.empty() && filed.bad.empty();
+        isComplete &= filed.wasThere || (filed.picture && filed.leftOut.empty() && filed.bad.empty());
         for (const BadFile& file : filed.bad)
             complain(imageErrorMessage(file.path, file.error));
         if (!filed.picture) {
@@ -153,7 +156,8 @@ ExitStatus saveGroups(const NamedOptions& options) {
             "{}: saved, {} screenshots joined, {} x {} pixels\n",
             {group.shortId(), std::to_string(filed.joined), std::to_string(size.width), std::to_string(size.height)});
         if (!filed.leftOut.empty())
-            told += message("{}: {} screenshots were left out; see velmorant show\n",
+            told += message("{}: {} screenshot was left out; see velmorant show\n",
+                            "{}: {} screenshots were left out; see velmorant show\n", filed.leftOut.size(),
                             {group.shortId(), std::to_string(filed.leftOut.size())});
         json.beginObject().member("group", group.group.id()).member("item", filed.picture->id).endObject();
     }
@@ -172,7 +176,7 @@ ExitStatus exportItems(const NamedOptions& options, const fs::path& folder) {
     const auto library = Library::open(Library::Use::reading);
     if (!library)
         return refused(library.error(), ExitStatus::incomplete);
-    const auto items = (*library)->find(options.names);
+    const auto items = (*library)->findItemsOrGroups(options.names);
     if (!items)
         return refused(items.error());
     if (const auto made = platform::FileManager::createDirectory(folder); !made)

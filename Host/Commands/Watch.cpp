@@ -1,5 +1,6 @@
 #include "Host/Commands/Watch.hpp"
 
+#include "Host/Attempts.hpp"
 #include "Host/Commands/Import.hpp"
 #include "Host/Console.hpp"
 #include "Host/Filing.hpp"
@@ -22,7 +23,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <set>
+#include <map>
+#include <optional>
 
 namespace host {
 
@@ -70,6 +72,10 @@ void writeGroups(platform::JSONWriter& json, const char* key,
 
 std::string shortIdOf(const Group& group) {
     return LibraryGroup{group, {}, {}}.shortId();
+}
+
+std::string triedAgain(const std::string& reason) {
+    return message("{}; it is tried again later", {reason});
 }
 
 /// Sorted by place, so that equal changes are told in equal words.
@@ -123,17 +129,17 @@ private:
     bool look() {
         takeIn(folders_.ripe(Clock::now()));
         const auto library = Library::open(Library::Use::reading);
-        if (!library) { // it may come back: access can be granted, a disk be mounted
-            if (trouble_ != library.error())
-                complain(trouble_ = library.error());
+        const auto groups = library ? (*library)->groups() : std::unexpected(library.error());
+        if (!groups) { // it may come back: access can be granted, a disk be mounted
+            if (trouble_ != groups.error())
+                complain(trouble_ = groups.error());
             return true;
         }
         trouble_.clear();
-        const auto groups = (*library)->groups();
-        const bool isHeard = tell(groups);
+        const bool isHeard = tell(*groups);
         if (options_.save)
-            fileQuiet(**library, groups);
-        note(groups.size());
+            fileQuiet(*groups);
+        note(groups->size());
         return isHeard;
     }
 
@@ -142,8 +148,12 @@ private:
             return;
         const Imported imported = importFiles(files, false, true);
         imported_ += imported.screenshots + imported.photographs + imported.ownPictures;
-        for (const auto& [path, reason] : imported.failed)
-            complain(reason);
+        for (const Imported::Failure& failed : imported.failed) {
+            if (!failed.mayPass)
+                complain(failed.reason);
+            else if (folders_.retry(failed.path, Clock::now()))
+                complain(triedAgain(failed.reason));
+        }
     }
 
     bool tell(const std::vector<LibraryGroup>& listed) {
@@ -162,7 +172,9 @@ private:
             for (const auto& [index, group] : deletions)
                 lines += message("- {}\n", {shortIdOf(group)});
             for (const auto& [index, group] : additions)
-                lines += message("+ {}  {} screenshots\n", {shortIdOf(group), std::to_string(group.items().size())});
+                lines += group.prestitched() ? message("+ {}  a finished picture\n", {shortIdOf(group)})
+                                             : message("+ {}  {} screenshots\n",
+                                                       {shortIdOf(group), std::to_string(group.items().size())});
             return lines.empty() || print(lines);
         }
         platform::JSONWriter json;
@@ -182,11 +194,14 @@ private:
         return print(json.text() + "\n");
     }
 
-    /// Files the runs to which nothing was added for a while. One that failed is tried again once it changes.
-    void fileQuiet(Library& library, const std::vector<LibraryGroup>& groups) {
+    /// Files the runs to which nothing was added for a while. One that does not join is tried again once it changes.
+    void fileQuiet(const std::vector<LibraryGroup>& groups) {
         nextFiling_ = Clock::time_point::max();
         for (const LibraryGroup& group : groups) {
-            if (group.state != LibraryGroup::State::open || tried_.contains(group.group.id()) || Interrupt::requested())
+            if (group.state != LibraryGroup::State::open || Interrupt::requested())
+                continue;
+            Attempts& attempts = filings_.try_emplace(group.group.id(), Clock::time_point::min()).first->second;
+            if (!attempts.next())
                 continue;
             const double age = Date::now().timeIntervalSinceReferenceDate -
                                std::ranges::max_element(group.group.items(), {}, &velmorant::StitchableItem::date)
@@ -194,28 +209,36 @@ private:
             const double quiet = std::chrono::duration<double>(Clock::now() - lastChange_).count();
             const bool isOld = age >= 2 * quietSeconds; // an old picture that arrives late is complete as a rule
             const double wait = std::max(isOld ? 0 : quietSeconds - age, (isOld ? 2.0 : quietSeconds) - quiet);
-            if (wait > 0) {
+            const auto now = Clock::now();
+            if (wait <= 0 && attempts.begin(now))
+                file(group, attempts);
+            else
                 nextFiling_ =
                     std::min(nextFiling_,
-                             Clock::now() + std::chrono::milliseconds(static_cast<std::int64_t>(wait * 1000) + 100));
-                continue;
-            }
-            file(library, group);
+                             std::max(*attempts.next(),
+                                      now + std::chrono::milliseconds(static_cast<std::int64_t>(wait * 1000) + 100)));
         }
     }
 
-    void file(Library& library, const LibraryGroup& group) {
-        tried_.insert(group.group.id());
-        Filing filing(library);
-        if (filing.filedGroups().contains(group.group.id())) // and its picture was deleted since: that is not undone here
+    void file(const LibraryGroup& group, Attempts& attempts) {
+        if (Filing::filedGroups().contains(
+                group.group.id())) // and its picture was deleted since: that is not undone here
             return;
-        const Filed filed = filing.file(group.group);
-        for (const BadFile& bad : filed.bad)
-            complain(imageErrorMessage(bad.path, bad.error));
-        if (!filed.picture) {
-            complain(message("{}: {}", {group.shortId(), *filed.error}));
+        if (!filing_)
+            filing_.emplace();
+        const Filed filed = filing_->file(group.group);
+        if (filed.wasThere)
             return;
+        if (attempts.isFirst()) {
+            for (const BadFile& bad : filed.bad)
+                complain(imageErrorMessage(bad.path, bad.error));
+            if (filed.error)
+                complain(message("{}: {}", {group.shortId(), filed.mayPass ? triedAgain(*filed.error) : *filed.error}));
         }
+        if (filed.mayPass)
+            attempts.failed(Clock::now());
+        if (!filed.picture)
+            return;
         ++filed_;
         isWorthALook_ = true;
         if (!options_.json)
@@ -238,7 +261,8 @@ private:
     std::string trouble_; ///< why the library cannot be read, once told
     Clock::time_point lastChange_ = Clock::now();
     Clock::time_point nextFiling_ = Clock::time_point::max();
-    std::set<std::string> tried_;
+    std::map<std::string, Attempts> filings_; ///< by the group's id
+    std::optional<Filing> filing_;            ///< once something was filed
     std::size_t imported_ = 0, filed_ = 0;
 };
 

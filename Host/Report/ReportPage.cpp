@@ -90,7 +90,7 @@ public:
     }
 
 private:
-    std::string name(const StitchableItem& item) const { return shown(report_.files->path(item).filename()); }
+    std::string name(const StitchableItem& item) const { return report_.files->shortName(item); }
     std::string groupId() const { return "group-" + number(number_); }
     std::string shotId(std::size_t i) const { return groupId() + "-shot-" + number(i + 1); }
     std::string seamId(std::size_t i) const { return groupId() + "-seam-" + number(i + 1); }
@@ -322,7 +322,7 @@ private:
         };
         std::vector<std::string> alone, failed, repeated, own;
         for (const StitchableItem& item : report_.alone)
-            alone.push_back(shown(report_.files->path(item)));
+            alone.push_back(report_.files->name(item));
         for (const BadFile& file : report_.failed)
             failed.push_back(imageErrorMessage(file.path, file.error));
         for (const RepeatedFile& file : report_.repeated)

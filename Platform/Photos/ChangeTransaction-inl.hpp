@@ -16,10 +16,11 @@ public:
     /// The one whose change block runs on this thread; null outside.
     static ChangeTransaction* current();
 
-    /// `prepare`, which may be empty, brings files to the disk before the catalogue changes; `apply` changes it, within
-    /// one transaction for all requests.
-    void add(std::function<Prepared()> prepare, std::function<void(SQLite::Database&)> apply) {
-        requests_.push_back({std::move(prepare), std::move(apply)});
+    /// `prepare` brings files to the disk before the catalogue changes, and `undo` removes them where another request's
+    /// fails; both may be empty. `apply` changes the catalogue, within one transaction for all requests.
+    void add(std::function<Prepared()> prepare, std::function<void(SQLite::Database&)> apply,
+             std::function<void()> undo = {}) {
+        requests_.push_back({std::move(prepare), std::move(apply), std::move(undo)});
     }
 
     /// Runs the change block, then carries out what it asks for. The caller holds the library's lock.
@@ -29,6 +30,7 @@ private:
     struct Request {
         std::function<Prepared()> prepare;
         std::function<void(SQLite::Database&)> apply;
+        std::function<void()> undo;
     };
     std::vector<Request> requests_;
 };

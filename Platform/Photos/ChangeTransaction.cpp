@@ -20,8 +20,12 @@ ChangeTransaction::Prepared ChangeTransaction::perform(const std::function<void(
     running = nullptr;
     for (const Request& request : transaction.requests_)
         if (request.prepare)
-            if (auto prepared = request.prepare(); !prepared)
+            if (auto prepared = request.prepare(); !prepared) {
+                for (const Request& other : transaction.requests_)
+                    if (other.undo)
+                        other.undo();
                 return prepared;
+            }
     if (transaction.requests_.empty())
         return {};
     return catalogue.write([&](SQLite::Database& database) {

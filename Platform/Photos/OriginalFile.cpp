@@ -1,6 +1,5 @@
 #include "Platform/Photos/OriginalFile.hpp"
 
-#include "Platform/Foundation/AtomicFile.hpp"
 #include "Platform/Foundation/ContentHash.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Foundation/RegularFile.hpp"
@@ -46,34 +45,39 @@ bool isTaken(const fs::path& file) {
 
 } // namespace
 
-std::expected<OriginalFile, PhotoLibraryError>
-OriginalFile::write(const fs::path& originals, const std::string& ending,
-                    const std::function<std::expected<void, PhotoLibraryError>(ByteSink&)>& produce) {
+std::expected<OriginalDraft, PhotoLibraryError>
+OriginalDraft::write(const fs::path& originals, const std::string& ending,
+                     const std::function<std::expected<void, PhotoLibraryError>(ByteSink&)>& produce) {
     if (const auto made = FileManager::createDirectory(originals); !made)
         return std::unexpected(failure(originals, made.error()));
     const fs::path arrival = originals / ("arrival" + ending); // a name that it never has
     auto file = AtomicFile::create(arrival, AtomicFile::Existing::keep);
     if (!file)
         return std::unexpected(failure(originals, file.error()));
-    HashingSink sink(*file);
+    OriginalDraft draft(originals, ending, std::move(*file));
+    HashingSink sink(draft.file_);
     if (const auto produced = produce(sink); !produced)
         return std::unexpected(produced.error());
+    draft.contentHash_ = sink.hex();
+    return draft;
+}
 
-    const std::string hash = sink.hex();
+std::expected<OriginalFile, PhotoLibraryError> OriginalDraft::keep() {
     int n = 1;
-    while (isTaken(originals / nameOf(hash, n, ending)))
+    while (isTaken(originals_ / nameOf(contentHash_, n, ending_)))
         ++n;
-    const std::string name = nameOf(hash, n, ending);
-    if (const auto made = FileManager::createDirectory((originals / name).parent_path()); !made)
-        return std::unexpected(failure(originals / name, made.error()));
-    if (const auto done = file->commitAs(originals / name); !done)
-        return std::unexpected(failure(originals / name, done.error()));
+    const std::string name = nameOf(contentHash_, n, ending_);
+    const fs::path file = originals_ / name;
+    if (const auto made = FileManager::createDirectory(file.parent_path()); !made)
+        return std::unexpected(failure(file, made.error()));
+    if (const auto done = file_.commitAs(file); !done)
+        return std::unexpected(failure(file, done.error()));
     for (int before = 1; before < n; ++before)
-        if (const std::string same = nameOf(hash, before, ending); haveSameBytes(originals / same, originals / name)) {
-            std::ignore = FileManager::remove(originals / name); // at worst the next one sweeps it
-            return OriginalFile{same, hash};
+        if (const std::string same = nameOf(contentHash_, before, ending_); haveSameBytes(originals_ / same, file)) {
+            std::ignore = FileManager::remove(file); // at worst the next one sweeps it
+            return OriginalFile{same, contentHash_, false};
         }
-    return OriginalFile{name, hash};
+    return OriginalFile{name, contentHash_, true};
 }
 
 bool haveSameBytes(const fs::path& a, const fs::path& b) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Foundation/ByteSink.hpp"
+#include "Platform/Foundation/AtomicFile.hpp"
 #include "Platform/Photos/PhotoLibraryError.hpp"
 
 #include <expected>
@@ -16,12 +16,29 @@ namespace platform {
 struct OriginalFile {
     std::string name; ///< below the folder
     std::string contentHash;
+    bool isNew = false; ///< its content was not there before
+};
 
-    /// Writes what `produce` hands to the sink, and flushes the file and its folder. Content that is there already is
-    /// not kept twice. The caller holds the library's lock.
-    [[nodiscard]] static std::expected<OriginalFile, PhotoLibraryError>
+/// One that is to go there. It has no name yet, and leaves no trace where it is not kept.
+class OriginalDraft {
+public:
+    /// Writes what `produce` hands to the sink. Needs no lock.
+    [[nodiscard]] static std::expected<OriginalDraft, PhotoLibraryError>
     write(const std::filesystem::path& originals, const std::string& ending,
           const std::function<std::expected<void, PhotoLibraryError>(ByteSink&)>& produce);
+
+    /// Flushes it and its folder and gives it its name. Content that is there already is not kept twice. Once only; the
+    /// caller holds the library's lock.
+    [[nodiscard]] std::expected<OriginalFile, PhotoLibraryError> keep();
+
+private:
+    OriginalDraft(std::filesystem::path originals, std::string ending, AtomicFile file)
+        : originals_(std::move(originals)), ending_(std::move(ending)), file_(std::move(file)) {}
+
+    std::filesystem::path originals_;
+    std::string ending_;
+    AtomicFile file_;
+    std::string contentHash_;
 };
 
 /// False where either cannot be read.

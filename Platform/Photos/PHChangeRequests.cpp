@@ -1,6 +1,7 @@
 #include "Platform/Photos/PHChangeRequests.hpp"
 
 #include "Platform/CoreImage/ImageExport.hpp"
+#include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Foundation/RegularFile.hpp"
 #include "Platform/Foundation/UUID.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
@@ -52,25 +53,58 @@ void insertAsset(const PHAsset& asset, const std::string& contentHash, SQLite::D
     logChange(database, asset.localIdentifier);
 }
 
-/// Asks for an asset whose original `produce` writes.
-void addCreation(const std::shared_ptr<PHAsset>& asset, const std::string& ending,
-                 std::function<Done(ByteSink&)> produce) {
-    const auto contentHash = std::make_shared<std::string>();
+using Drawn = std::expected<std::shared_ptr<OriginalDraft>, PhotoLibraryError>;
+
+/// Asks for an asset whose original `produce` has written.
+void addCreation(const std::shared_ptr<PHAsset>& asset, std::function<Drawn()> produce) {
+    const auto written = std::make_shared<OriginalFile>();
     ChangeTransaction::current()->add(
         [=, produce = std::move(produce)]() -> Done {
-            const auto original = OriginalFile::write(originalsFolder(), ending, produce);
+            const auto draft = produce();
+            const auto original = draft ? (*draft)->keep() : std::unexpected(draft.error());
             if (!original)
                 return std::unexpected(original.error());
+            *written = *original;
             asset->fileName = original->name;
-            *contentHash = original->contentHash;
             return {};
         },
-        [=](SQLite::Database& database) { insertAsset(*asset, *contentHash, database); });
+        [=](SQLite::Database& database) { insertAsset(*asset, written->contentHash, database); },
+        [=] {
+            if (written->isNew)
+                std::ignore = FileManager::remove(originalsFolder() / written->name);
+        });
 }
 
-std::shared_ptr<PHAsset> newAsset() {
-    return std::make_shared<PHAsset>(
-        PHAsset{.localIdentifier = UUID::make().description(), .creationDate = Date::now(), .fileName = {}});
+/// Writes what `produce` hands to the sink.
+Drawn draftOf(const std::string& ending, const std::function<Done(ByteSink&)>& produce) {
+    auto draft = OriginalDraft::write(originalsFolder(), ending, produce);
+    if (!draft)
+        return std::unexpected(draft.error());
+    return std::make_shared<OriginalDraft>(std::move(*draft));
+}
+
+CIImage recipeOf(const UIImage& image) {
+    return image.ciImage() ? *image.ciImage() : CIImage(*image.cgImage());
+}
+
+Drawn draw(const CIImage& recipe, const Date& creationDate, const std::function<bool()>& isCancelled) {
+    return draftOf(fileEnding(ImageFormat::png), [&](ByteSink& sink) -> Done {
+        const auto drawn = writeImage(recipe, recipe.extent(), ImageFormat::png, {}, creationDate, sink, isCancelled);
+        if (drawn)
+            return {};
+        return std::unexpected(
+            drawn.error().code == ImageError::Code::writeFailed
+                ? PhotoLibraryError{PhotoLibraryError::Code::writeFailed, originalsFolder(), drawn.error().detail}
+                : badImage({}, drawn.error()));
+    });
+}
+
+std::shared_ptr<PHAsset> newAsset(const CGSize& pixels = {}) {
+    return std::make_shared<PHAsset>(PHAsset{.localIdentifier = UUID::make().description(),
+                                             .creationDate = Date::now(),
+                                             .pixelWidth = static_cast<std::int64_t>(pixels.width),
+                                             .pixelHeight = static_cast<std::int64_t>(pixels.height),
+                                             .fileName = {}});
 }
 
 Done copy(const fs::path& file, ByteSink& sink) {
@@ -95,24 +129,32 @@ Done copy(const fs::path& file, ByteSink& sink) {
 
 } // namespace
 
+std::expected<PHAssetDraft, PhotoLibraryError> PHAssetDraft::draw(const UIImage& image, const Date& creationDate,
+                                                                  const std::function<bool()>& isCancelled) {
+    const CIImage recipe = recipeOf(image);
+    const auto drawn = platform::draw(recipe, creationDate, isCancelled);
+    if (!drawn)
+        return std::unexpected(drawn.error());
+    return PHAssetDraft(*drawn, creationDate, recipe.extent().size);
+}
+
 std::shared_ptr<PHAssetCreationRequest> PHAssetCreationRequest::creationRequestForAssetFromImage(const UIImage& image) {
-    const CIImage recipe = image.ciImage() ? *image.ciImage() : CIImage(*image.cgImage());
+    const CIImage recipe = recipeOf(image);
     const CGSize pixels = recipe.extent().size;
     if (!ChangeTransaction::current() || !(pixels.width >= 1 && pixels.height >= 1))
         return nullptr;
-    const auto asset = newAsset();
-    asset->pixelWidth = static_cast<std::int64_t>(pixels.width);
-    asset->pixelHeight = static_cast<std::int64_t>(pixels.height);
-    addCreation(asset, fileEnding(ImageFormat::png), [asset, recipe](ByteSink& sink) -> Done {
-        const Date date = asset->creationDate.value_or(Date::now());
-        if (const auto drawn = writeImage(recipe, recipe.extent(), ImageFormat::png, {}, date, sink); !drawn) {
-            const bool full = drawn.error().code == ImageError::Code::writeFailed;
-            return std::unexpected(
-                full ? PhotoLibraryError{PhotoLibraryError::Code::writeFailed, originalsFolder(), drawn.error().detail}
-                     : badImage({}, drawn.error()));
-        }
-        return {};
-    });
+    const auto asset = newAsset(pixels);
+    addCreation(asset, [=] { return draw(recipe, asset->creationDate.value_or(Date::now()), {}); });
+    return std::shared_ptr<PHAssetCreationRequest>(new PHAssetCreationRequest(asset));
+}
+
+std::shared_ptr<PHAssetCreationRequest>
+PHAssetCreationRequest::creationRequestForAssetFromDraft(const PHAssetDraft& draft) {
+    if (!ChangeTransaction::current())
+        return nullptr;
+    const auto asset = newAsset(draft.pixels_);
+    asset->creationDate = draft.creationDate_;
+    addCreation(asset, [file = draft.file_] { return Drawn(file); });
     return std::shared_ptr<PHAssetCreationRequest>(new PHAssetCreationRequest(asset));
 }
 
@@ -123,7 +165,7 @@ PHAssetCreationRequest::creationRequestForAssetFromImageAtFileURL(const fs::path
     const auto asset = newAsset();
     const auto source = CGImageSource::open(file);
     const std::string ending = source ? fileEnding(source->properties().format) : "";
-    addCreation(asset, ending, [=](ByteSink& sink) -> Done {
+    addCreation(asset, [=]() -> Drawn {
         if (!source)
             return std::unexpected(badImage(file, source.error()));
         const ImageProperties& properties = source->properties();
@@ -131,7 +173,7 @@ PHAssetCreationRequest::creationRequestForAssetFromImageAtFileURL(const fs::path
         asset->pixelHeight = properties.height;
         if (isQuarterTurn(properties.orientation))
             std::swap(asset->pixelWidth, asset->pixelHeight);
-        return copy(file, sink);
+        return draftOf(ending, [&](ByteSink& sink) { return copy(file, sink); });
     });
     return std::shared_ptr<PHAssetCreationRequest>(new PHAssetCreationRequest(asset));
 }
@@ -170,6 +212,14 @@ void PHAssetChangeRequest::setCreationDate(const PHAsset& asset, Date date) {
         transaction->add({}, [=, id = asset.localIdentifier](SQLite::Database& database) {
             execute(database, "UPDATE assets SET creationDate = ? WHERE localIdentifier = ?",
                     date.timeIntervalSinceReferenceDate, id);
+            logChange(database, id);
+        });
+}
+
+void PHAssetChangeRequest::setMediaSubtypes(const PHAsset& asset, std::int64_t subtypes) {
+    if (ChangeTransaction* const transaction = ChangeTransaction::current())
+        transaction->add({}, [=, id = asset.localIdentifier](SQLite::Database& database) {
+            execute(database, "UPDATE assets SET mediaSubtype = ? WHERE localIdentifier = ?", subtypes, id);
             logChange(database, id);
         });
 }

@@ -3,9 +3,12 @@
 #include "Platform/Foundation/Date.hpp"
 #include "Platform/Photos/PHAsset.hpp"
 #include "Platform/Photos/PHCollection.hpp"
+#include "Platform/Photos/PhotoLibraryError.hpp"
 #include "Platform/UIKit/UIImage.hpp"
 
+#include <expected>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,12 +24,34 @@ struct PHObjectPlaceholder {
     std::string localIdentifier;
 };
 
+class OriginalDraft;
+
+/// An image as a file of the library, drawn before the change block that files it: the library is not locked meanwhile.
+/// It leaves no trace where it is not filed. A value: copies share the file.
+class PHAssetDraft {
+public:
+    /// Draws `image` as a PNG, band by band, with `creationDate` and the device's software mark in its metadata. Fails
+    /// once `isCancelled`, which may be empty, says so. Any thread.
+    [[nodiscard]] static std::expected<PHAssetDraft, PhotoLibraryError>
+    draw(const UIImage& image, const Date& creationDate, const std::function<bool()>& isCancelled = {});
+
+private:
+    friend class PHAssetCreationRequest;
+    PHAssetDraft(std::shared_ptr<OriginalDraft> file, const Date& creationDate, const CGSize& pixels)
+        : file_(std::move(file)), creationDate_(creationDate), pixels_(pixels) {}
+
+    std::shared_ptr<OriginalDraft> file_;
+    Date creationDate_;
+    CGSize pixels_;
+};
+
 /// Adds an asset. What is set may be set until the change block ends.
 class PHAssetCreationRequest {
 public:
-    /// Files `image` as a PNG, drawn band by band, with its creation date and the device's software mark in its
-    /// metadata. Null for an image without pixels.
+    /// Draws and files `image`, as a draft is drawn. Null for an image without pixels.
     static std::shared_ptr<PHAssetCreationRequest> creationRequestForAssetFromImage(const UIImage& image);
+    /// Files a draft; of two requests for one draft the second fails.
+    static std::shared_ptr<PHAssetCreationRequest> creationRequestForAssetFromDraft(const PHAssetDraft& draft);
     /// Files a copy of an image file, byte for byte. Whether it is an image shows when the changes are carried out.
     static std::shared_ptr<PHAssetCreationRequest>
     creationRequestForAssetFromImageAtFileURL(const std::filesystem::path& file);
@@ -53,6 +78,7 @@ public:
     static void restoreAssets(const std::vector<PHAsset>& assets);
 
     static void setCreationDate(const PHAsset& asset, Date date);
+    static void setMediaSubtypes(const PHAsset& asset, std::int64_t subtypes);
 
     /// Keeps a text with an asset for the application: `notesOfAssets` lists them.
     static void setNote(const std::string& localIdentifier, const std::string& note);

@@ -144,6 +144,10 @@ std::expected<void, PhotoLibraryError> PHPhotoLibrary::check() {
     return {};
 }
 
+std::optional<PhotoLibraryError> PHPhotoLibrary::takeReadFailure() {
+    return catalogue_->takeReadFailure();
+}
+
 std::expected<void, PhotoLibraryError> PHPhotoLibrary::write(const std::function<void(SQLite::Database&)>& work) {
     const auto held = lock();
     if (!held)

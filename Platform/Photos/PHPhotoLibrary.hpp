@@ -70,6 +70,9 @@ public:
     /// Whether the library can be read. One that is not there yet can.
     [[nodiscard]] std::expected<void, PhotoLibraryError> check();
 
+    /// Why a fetch answered nothing, if one could not be carried out since this was last asked.
+    std::optional<PhotoLibraryError> takeReadFailure();
+
     /// Sets the access and what a limited one covers.
     [[nodiscard]] std::expected<void, PhotoLibraryError> setAuthorization(PHAuthorizationStatus status);
     [[nodiscard]] std::expected<void, PhotoLibraryError> setLimitedSelection(const std::vector<std::string>& ids);

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace platform {
 
@@ -33,7 +34,7 @@ public:
         using Result = std::invoke_result_t<Work, SQLite::Database&>;
         const MutexLock lock(mutex_);
         if (const auto opened = open(Missing::leave); !opened)
-            return std::unexpected(opened.error());
+            return std::unexpected(*(readFailure_ = opened.error()));
         if (!database_)
             return Result();
         try {
@@ -42,8 +43,14 @@ public:
             transaction.commit();
             return result;
         } catch (const SQLite::Exception& exception) {
-            return std::unexpected(errorOf(exception));
+            return std::unexpected(*(readFailure_ = errorOf(exception)));
         }
+    }
+
+    /// Why a read failed since this was last asked.
+    std::optional<PhotoLibraryError> takeReadFailure() {
+        const MutexLock lock(mutex_);
+        return std::exchange(readFailure_, std::nullopt);
     }
 
     /// Runs `work(SQLite::Database&)` within one transaction: all of it is on the disk when the call returns, or
@@ -74,6 +81,7 @@ private:
 
     Mutex mutex_;
     std::unique_ptr<SQLite::Database> database_ VELMORANT_GUARDED_BY(mutex_);
+    std::optional<PhotoLibraryError> readFailure_ VELMORANT_GUARDED_BY(mutex_);
 };
 
 // Within a transaction.

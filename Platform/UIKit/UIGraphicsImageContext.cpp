@@ -3,6 +3,7 @@
 #include "Platform/CoreGraphics/ColorConversion.hpp"
 #include "Platform/CoreGraphics/Resampler.hpp"
 #include "Platform/CoreImage/CIContext.hpp"
+#include "Platform/CoreImage/QuietRows.hpp"
 #include "Platform/Foundation/Device.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
 
@@ -18,15 +19,15 @@ namespace {
 constexpr double mostPixels = 1 << 30;
 constexpr std::int64_t rowsAtATime = 64;
 
-/// Hands all rows of `image` to `take`.
+/// Hands the upper `rows` of `image` to `take`.
 template <class Take>
-std::expected<void, ImageError> forEachBand(const CGImage& image, const Take& take) {
+std::expected<void, ImageError> forEachBand(const CGImage& image, std::int64_t rows, const Take& take) {
     auto reader = image.reader();
     if (!reader)
         return std::unexpected(reader.error());
-    Bitmap band(image.width(), std::min(rowsAtATime, image.height()));
-    for (std::int64_t y = 0; y < image.height(); y += rowsAtATime) {
-        const std::int64_t count = std::min(rowsAtATime, image.height() - y);
+    Bitmap band(image.width(), std::min(rowsAtATime, rows));
+    for (std::int64_t y = 0; y < rows; y += rowsAtATime) {
+        const std::int64_t count = std::min(rowsAtATime, rows - y);
         if (auto read = (*reader)->read(band.row(0), band.stride(), count); !read)
             return read;
         take(band.row(0), band.stride(), count);
@@ -66,12 +67,13 @@ std::expected<void, ImageError> UIGraphicsImageContext::draw(const UIImage& imag
 std::expected<void, ImageError> UIGraphicsImageContext::draw(const UIImage& image, const CGRect& rect, CGFloat alpha) {
     const std::int64_t x = rounded(rect.minX() * scale_), y = rounded(rect.minY() * scale_);
     const std::int64_t width = rounded(rect.maxX() * scale_) - x, height = rounded(rect.maxY() * scale_) - y;
-    if (width <= 0 || height <= 0 || image.size().width <= 0 || image.size().height <= 0)
+    const std::int64_t shownRows = std::min(height, pixels_.height() - y); // those below do not show
+    if (width <= 0 || shownRows <= 0 || image.size().width <= 0 || image.size().height <= 0)
         return {};
     const auto weight = static_cast<std::uint32_t>(rounded(std::clamp(alpha, 0.0, 1.0) * 255));
     const auto drawScaled = [&](std::int64_t sourceWidth, std::int64_t sourceHeight) {
         return Resampler(
-            sourceWidth, sourceHeight, width, height,
+            sourceWidth, sourceHeight, width, height, shownRows,
             [=, this](std::int64_t row, const std::uint8_t* out) { drawRow(out, width, x, y + row, weight); });
     };
 
@@ -82,7 +84,7 @@ std::expected<void, ImageError> UIGraphicsImageContext::draw(const UIImage& imag
         if (!space_ || *space_ == format.colorSpace) {
             space_ = format.colorSpace;
             Resampler resampler = drawScaled(format.width, format.height);
-            return context.render(*image.ciImage(), extent,
+            return context.render(*image.ciImage(), rowsOf(extent, 0, resampler.sourceRows()),
                                   [&](const std::uint8_t* rows, std::size_t stride,
                                       std::int64_t count) -> std::expected<void, ImageError> {
                                       resampler.push(rows, stride, count);
@@ -98,9 +100,9 @@ std::expected<void, ImageError> UIGraphicsImageContext::draw(const UIImage& imag
         return std::unexpected(bitmap.error());
     const CGImage source = matched(*bitmap);
     Resampler resampler = drawScaled(source.width(), source.height());
-    return forEachBand(source, [&](const std::uint8_t* rows, std::size_t stride, std::int64_t count) {
-        resampler.push(rows, stride, count);
-    });
+    return forEachBand(
+        source, resampler.sourceRows(),
+        [&](const std::uint8_t* rows, std::size_t stride, std::int64_t count) { resampler.push(rows, stride, count); });
 }
 
 /// `image` in the colour space of what is there; where that is another, both become sRGB.
@@ -113,11 +115,12 @@ CGImage UIGraphicsImageContext::matched(const CGImage& image) {
         const std::int64_t width = pixels_.width(), height = pixels_.height();
         const CGImage former(std::exchange(pixels_, Bitmap(width, height)), opaque_, *space_);
         std::int64_t row = 0;
-        std::ignore = forEachBand(convertedToSRGB(former), [&](const std::uint8_t* rows, std::size_t stride,
-                                                               std::int64_t count) { // resident: does not fail
-            std::memcpy(pixels_.row(row), rows, stride * static_cast<std::size_t>(count));
-            row += count;
-        });
+        std::ignore = forEachBand(convertedToSRGB(former), height,
+                                  [&](const std::uint8_t* rows, std::size_t stride,
+                                      std::int64_t count) { // resident: does not fail
+                                      std::memcpy(pixels_.row(row), rows, stride * static_cast<std::size_t>(count));
+                                      row += count;
+                                  });
         space_ = CGColorSpace::sRGB();
     }
     return image.colorSpace().isSRGB() ? image : convertedToSRGB(image);

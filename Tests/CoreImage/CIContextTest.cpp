@@ -1,10 +1,17 @@
 #include "Platform/CoreImage/CIContext.hpp"
 
 #include "Platform/CoreImage/CIFilter.hpp"
+#include "Platform/CoreImage/ImageExport.hpp"
 #include "Platform/CoreImage/Node.hpp"
+#include "Platform/Dispatch/ThreadPool.hpp"
+#include "Platform/ImageIO/CGImageSource.hpp"
+#include "Tests/Support/MemorySink.hpp"
+#include "Tests/Support/TestDevice.hpp"
 #include "Tests/Support/TestImages.hpp"
 
 #include <gtest/gtest.h>
+
+#include <functional>
 
 namespace platform {
 
@@ -75,6 +82,24 @@ CGImage drawn(const CIImage& image, std::int64_t bandHeight) {
     return CGImage(std::move(pixels), format.opaque);
 }
 
+/// Images below each other as pages make them and as nobody does: any heights, offsets, fades (steps among them), more
+/// than three images in a place, gaps that no image covers, equal places, transparency. `source` answers what is drawn
+/// of an image.
+CIImage anyStack(std::mt19937& random, std::int64_t width, int mostRows, bool opaque,
+                 const std::function<CGImage(CGImage)>& source) {
+    const auto upTo = [&](int most) { return static_cast<std::int64_t>(random() % static_cast<unsigned>(most + 1)); };
+    const auto next = [&] { return CIImage(source(noiseImage(width, 1 + upTo(mostRows), random, opaque))); };
+    CIImage image = next();
+    double y = 0;
+    for (std::int64_t i = upTo(7); i > 0; --i) {
+        y -= static_cast<double>(upTo(mostRows - 5)) - 4;
+        const CIImage added = next();
+        const double fade = y + static_cast<double>(upTo(mostRows + 5)) - 3;
+        image = over(image, added.translatedBy(0, y), fade, fade - static_cast<double>(upTo(9)));
+    }
+    return upTo(1) == 0 ? image.translatedBy(0, -image.extent().minY()) : image;
+}
+
 } // namespace
 
 TEST(Gradient, WeighsRowsAtTheirMiddle) {
@@ -98,30 +123,45 @@ TEST(CIImage, BlendsReachOverBothImages) {
     EXPECT_TRUE(CIImage().extent().isEmpty());
 }
 
-/// Stacks as pages make them and as nobody does: any heights, offsets, fades (steps among them), more than three images
-/// in a place, gaps that no image covers, equal places, transparency.
 TEST(CIContext, BandsEqualThePlainEvaluation) {
     for (unsigned seed = 0; seed < 60; ++seed) {
         std::mt19937 random(seed);
-        const auto upTo = [&](int most) {
-            return static_cast<std::int64_t>(random() % static_cast<unsigned>(most + 1));
-        };
-        const bool opaque = seed % 3 != 0;
-        CIImage image(noiseImage(5, 1 + upTo(40), random, opaque));
-        double y = 0;
-        for (std::int64_t i = upTo(7); i > 0; --i) {
-            y -= static_cast<double>(upTo(35)) - 4;
-            const CIImage next(noiseImage(5, 1 + upTo(40), random, opaque));
-            const double fade = y + static_cast<double>(upTo(45)) - 3;
-            image = over(image, next.translatedBy(0, y), fade, fade - static_cast<double>(upTo(9)));
-        }
-        if (seed % 2 == 0)
-            image = image.translatedBy(0, -image.extent().minY());
+        const CIImage image = anyStack(random, 5, 40, seed % 3 != 0, std::identity());
         const auto plain = evaluatePlainly(image, image.extent());
         ASSERT_TRUE(plain);
         for (const std::int64_t bandHeight : {1, 7, 4096})
             EXPECT_TRUE(samePixels(drawn(image, bandHeight), *plain)) << "seed " << seed << ", bands of " << bandHeight;
         EXPECT_TRUE(samePixels(*CIContext().createCGImage(image, image.extent()), *plain)) << seed;
+    }
+}
+
+/// From files to a file, whose bands are made side by side.
+TEST(CIContext, AFileEqualsThePlainEvaluationOnAnyNumberOfThreads) {
+    const TestDevice device;
+    const auto picture = device.home() / "picture.png";
+    const auto write = [](const CIImage& image, const std::filesystem::path& file) {
+        MemorySink sink;
+        EXPECT_TRUE(writeImage(image, image.extent(), ImageFormat::png, {}, Date{0}, sink));
+        writeFile(file, sink.bytes);
+    };
+    ThreadPool& pool = ThreadPool::shared();
+    const std::size_t usual = pool.limit();
+    for (unsigned seed = 0; seed < 3; ++seed) {
+        std::mt19937 random(seed);
+        int count = 0;
+        const CIImage image = anyStack(random, 700, 400, true, [&](const CGImage& noise) {
+            const auto file = device.home() / (std::to_string(count++) + ".png");
+            write(CIImage(noise), file);
+            return CGImageSource::open(file)->image();
+        });
+        const auto plain = evaluatePlainly(image, image.extent());
+        ASSERT_TRUE(plain);
+        for (std::size_t threads = 1; threads <= 8; ++threads) {
+            pool.setLimit(threads);
+            write(image, picture);
+            EXPECT_TRUE(samePixels(*CGImageSource::open(picture)->image().decoded(), *plain)) << seed << ' ' << threads;
+        }
+        pool.setLimit(usual);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "Platform/Foundation/JSONDecoder.hpp"
 #include "Tests/Support/ProgramTest.hpp"
 
+#include <SQLiteCpp/Database.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -80,6 +81,11 @@ TEST_F(LibraryTest, ImportsOnceAndListsByDate) {
     EXPECT_THAT(groups(), testing::ElementsAre(5, 3));
     fs::remove(listed[0].path);
     EXPECT_TRUE(items()[0].isMissing);
+
+    fs::copy_file(fs::path(VELMORANT_SOURCE_DIR) / "Tests/Files/progressive.jpg", folder / "odd.jpg");
+    EXPECT_THAT(library("import odd.jpg").out, HasSubstr("1 photographs"));
+    EXPECT_THAT(library("import odd.jpg --as-screenshots").out, HasSubstr("1 screenshots"));
+    EXPECT_THAT(items(), SizeIs(9));
 }
 
 TEST_F(LibraryTest, FilesEachRunOnceAndARunThatGrowsAnew) {
@@ -99,7 +105,7 @@ TEST_F(LibraryTest, FilesEachRunOnceAndARunThatGrowsAnew) {
     EXPECT_EQ(items().back().path, folder / items().back().path); // absolute
 
     // Its own picture, exported and imported elsewhere, is filed as one.
-    ASSERT_EQ(library("export -o out " + items().back().id).status, 0);
+    ASSERT_EQ(library("export -o out " + shortId(0)).status, 0);
     EXPECT_THAT(run("--library other import out").out, HasSubstr("1 finished picture"));
     EXPECT_THAT(run("--library other groups").out, HasSubstr("stitched"));
 }
@@ -129,6 +135,7 @@ TEST_F(LibraryTest, DecisionsAreRemembered) {
     const std::string byHand = shortId(0) == group ? shortId(1) : shortId(0);
     EXPECT_EQ(library("separate " + byHand).status, 0);
     EXPECT_THAT(groups(), testing::ElementsAre(5));
+    EXPECT_EQ(library("restore zz").status, 2);
 
     EXPECT_EQ(library("delete " + all[0].id).status, 1); // nobody can be asked
     EXPECT_THAT(items(), SizeIs(5));
@@ -136,14 +143,21 @@ TEST_F(LibraryTest, DecisionsAreRemembered) {
     EXPECT_THAT(groups(), testing::ElementsAre(4));
     ASSERT_EQ(library("restore " + all[0].id).status, 0);
     EXPECT_THAT(library("trash").out, HasSubstr("empty"));
+    ASSERT_EQ(library("combine " + all[0].id + " " + all[2].id + " " + all[4].id).status, 0);
     ASSERT_EQ(library("capture-note").status, 0);
-    EXPECT_THAT(groups(), testing::ElementsAre(4)); // all but the newest
+    EXPECT_THAT(groups(), testing::UnorderedElementsAre(4, 2)); // without the newest
     EXPECT_THAT(items(), SizeIs(5));
+    const std::string left =
+        library("groups").out.find("by hand") < library("groups").out.find('\n') ? shortId(0) : shortId(1);
+    EXPECT_EQ(library("separate " + left).status, 0);
+    EXPECT_THAT(groups(), testing::ElementsAre(4));
 }
 
 TEST_F(LibraryTest, AccessIsTheUsersToGive) {
     importChat();
     const auto all = items();
+    EXPECT_EQ(library("permission limit zz").status, 2);
+    EXPECT_THAT(items(), SizeIs(5));
     EXPECT_EQ(library("permission limit " + all[0].id + " " + all[1].id).out, "limited\n");
     EXPECT_THAT(items(), SizeIs(2));
     EXPECT_EQ(library("permission deny").out, "denied\n");
@@ -171,14 +185,22 @@ TEST_F(LibraryTest, ShowsAndRendersAGroup) {
 TEST_F(LibraryTest, ACatalogueThatCannotBeReadIsNamedAndKept) {
     importChat();
     const fs::path catalogue = folder / "lib/Photos/Catalogue.sqlite";
-    platform::writeFile(catalogue, std::string(5000, 'x'));
-    for (const std::string& words :
-         {std::string("items"), std::string("groups"), "import" + chat, std::string("save --all")}) {
-        const Ran ran = library(words);
-        EXPECT_EQ(ran.status, 1) << words;
-        EXPECT_THAT(ran.err, HasSubstr("Catalogue.sqlite: the catalogue is damaged")) << words;
+    std::string onePage = platform::contentOf(catalogue);
+    const int page = SQLite::Database(catalogue.native())
+                         .execAndGet("SELECT rootpage FROM sqlite_schema WHERE name = 'assets'")
+                         .getInt();
+    onePage.replace(4096 * static_cast<std::size_t>(page - 1), 4096, 4096, 'x');
+    for (const std::string& damaged : {std::string(5000, 'x'), onePage}) {
+        platform::writeFile(catalogue, damaged);
+        for (const std::string& words :
+             {std::string("items"), std::string("groups"), "import" + chat, std::string("save --all"),
+              std::string("trash"), std::string("export -o out 1"), std::string("ignore 1")}) {
+            const Ran ran = library(words);
+            EXPECT_NE(ran.status, 0) << words;
+            EXPECT_THAT(ran.err, HasSubstr("Catalogue.sqlite: the catalogue is damaged")) << words;
+        }
+        EXPECT_EQ(platform::contentOf(catalogue), damaged);
     }
-    EXPECT_EQ(platform::contentOf(catalogue), std::string(5000, 'x'));
 }
 
 /// The imports of several processes into one library, with some of them killed: what was acknowledged is there once.

@@ -96,6 +96,7 @@ TEST_F(PhotoLibraryTest, AllOfATransactionHappensOrNothing) {
     EXPECT_EQ(failed->code, PhotoLibraryError::Code::badImage);
     EXPECT_EQ(failed->file, device.home() / "text.png");
     EXPECT_THAT(PHAsset::fetchAssets({}).assets(), IsEmpty());
+    EXPECT_THAT(originalNames(folder / "Originals"), IsEmpty());
     EXPECT_EQ(PHAssetCreationRequest::creationRequestForAssetFromImage(pictureOf(1)), nullptr); // outside of changes
 }
 

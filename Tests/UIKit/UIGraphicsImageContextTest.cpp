@@ -80,21 +80,22 @@ TEST(UIGraphicsImageContext, DrawsOverWhatIsThereAndCutsOffAtTheEdges) {
 }
 
 TEST(UIGraphicsImageContext, DrawsUprightStretchedAndAtTheImagesScale) {
-    const CGImage quarters = imageOf(4, 2, [](std::int64_t x, std::int64_t y) {
-        return x < 2 ? (y < 1 ? 0x100000ffu : 0x200000ffu) : (y < 1 ? 0x300000ffu : 0x400000ffu);
+    const CGImage quarters = imageOf(32, 16, [](std::int64_t x, std::int64_t y) {
+        return x < 16 ? (y < 8 ? 0x100000ffu : 0x200000ffu) : (y < 8 ? 0x300000ffu : 0x400000ffu);
     });
-    auto context = UIGraphicsImageContext::make({2, 2}, true, 2).value();
-    ASSERT_TRUE(context.draw(UIImage(quarters, 4, ImageOrientation::right), CGPoint{0, 0})); // half a point by one
+    auto context = UIGraphicsImageContext::make({6, 8}, true, 2).value();
+    ASSERT_TRUE(context.draw(UIImage(quarters, 4, ImageOrientation::right), CGPoint{0, 0})); // four points by eight
     const UIImage turned = std::move(context).image();
-    EXPECT_EQ(pixel(turned, 0, 0), 0x180000ffu); // the stored left edge is the shown top; two pixels wide, halved
-    EXPECT_EQ(pixel(turned, 0, 1), 0x380000ffu);
-    EXPECT_EQ(pixel(turned, 1, 0), 0xffu);
+    EXPECT_EQ(pixel(turned, 0, 0), 0x200000ffu); // the stored left edge is the shown top
+    EXPECT_EQ(pixel(turned, 7, 0), 0x100000ffu);
+    EXPECT_EQ(pixel(turned, 0, 15), 0x400000ffu);
+    EXPECT_EQ(pixel(turned, 8, 0), 0xffu);
 
-    auto stretched = UIGraphicsImageContext::make({2, 4}, true, 1).value();
-    ASSERT_TRUE(stretched.draw(UIImage(CIImage(quarters)), CGRect{{0, 0}, {2, 4}}));
+    auto stretched = UIGraphicsImageContext::make({16, 32}, true, 1).value();
+    ASSERT_TRUE(stretched.draw(UIImage(CIImage(quarters)), CGRect{{0, 0}, {16, 32}}));
     const UIImage recipe = std::move(stretched).image();
     EXPECT_EQ(pixel(recipe, 0, 0), 0x100000ffu);
-    EXPECT_EQ(pixel(recipe, 1, 3), 0x400000ffu);
+    EXPECT_EQ(pixel(recipe, 15, 31), 0x400000ffu);
 }
 
 TEST(UIGraphicsImageContext, KeepsTheOneColourSpaceAndTellsWhereReadingFailed) {

@@ -3,6 +3,8 @@
 #include "Platform/CoreImage/CIContext.hpp"
 #include "Platform/UIKit/UIGraphicsImageContext.hpp"
 
+#include <algorithm>
+
 namespace velmorant {
 
 using platform::CGImage;
@@ -38,7 +40,12 @@ std::optional<UIImage> ksv_uiImage(const platform::CIImage& from, double scale) 
 }
 
 UIImage ksv_resizing(const UIImage& image, const PixelSize& size) {
-    auto context = platform::UIGraphicsImageContext::make(size.cg(), isOpaque(image), static_cast<double>(size.scale));
+    return ksv_resizing(image, size, size.height);
+}
+
+UIImage ksv_resizing(const UIImage& image, const PixelSize& size, std::int64_t cutAt) {
+    const PixelSize shown{size.width, std::min(size.height, cutAt), size.scale};
+    auto context = platform::UIGraphicsImageContext::make(shown.cg(), isOpaque(image), static_cast<double>(size.scale));
     if (!context)
         return UIImage(emptyBitmap());
     std::ignore = context->draw(image, {{0, 0}, size.cg()}); // whoever delivered the image knows why it fails

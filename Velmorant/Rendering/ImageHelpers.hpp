@@ -23,6 +23,8 @@ std::optional<platform::UIImage> ksv_uiImage(const platform::CIImage& from, doub
 /// Stretched to the size, in points of its scale, whatever the image's own proportions. Where the image cannot be read
 /// on, the rest stays blank.
 platform::UIImage ksv_resizing(const platform::UIImage& image, const PixelSize& size);
+/// The same, cut off at a height in points: what lies below is not drawn.
+platform::UIImage ksv_resizing(const platform::UIImage& image, const PixelSize& size, std::int64_t cutAt);
 
 /// The part of the image's bitmap within `rect`, in pixels, at that scale.
 platform::UIImage ksv_cropping(const platform::UIImage& image, const platform::CGRect& rect, std::int64_t scale);
