@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstdlib>
 #include <iterator>
 #include <limits>
@@ -147,14 +148,30 @@ std::vector<Stretch> candidates(const FramePair& pair) {
     return bestPlaces(std::move(shortlist), examinedPlaces);
 }
 
-/// By how much the pixels of a stretch differ at a shift, in square levels; without what stands behind the page. A
-/// stretch ends with a block, which may reach into a bar: the bar's edge would outweigh all of a pale page.
-double pixelDifference(const FramePair& pair, const Examination& stretch, std::int64_t shift) {
+/// In square levels.
+struct PixelDifference {
+    double sum = 0, count = 0;
+
+    double mean() const { return count == 0 ? std::numeric_limits<double>::max() : sum / count; }
+    /// By more than the noise of as many pixels would: its square varies by a part of sqrt(2 / count), here four times
+    /// that.
+    bool isLessThan(const PixelDifference& other) const {
+        return mean() * (1 + 4 * std::sqrt(2 / std::max(1.0, count))) < other.mean();
+    }
+};
+
+/// By how much the pixels of a stretch differ at a shift, in the rows that both frames show at
+/// another shift, too; without what stands behind the page. A stretch ends with a block, which may reach into a bar:
+/// the bar's edge would outweigh all of a pale page.
+PixelDifference pixelDifferences(const FramePair& pair, const Examination& stretch, std::int64_t shift,
+                                 std::int64_t otherShift) {
     const auto width = static_cast<std::size_t>(pair.b().width);
-    const std::int64_t topBar = pair.furniture().topRows, bottomBar = pair.furniture().bottomRows;
-    const std::int64_t first = std::max({stretch.first, pair.firstRow(shift), topBar, topBar - shift});
-    const std::int64_t last =
-        std::min({stretch.last, pair.lastRow(shift), pair.b().height - bottomBar, pair.a().height - bottomBar - shift});
+    std::int64_t first = stretch.first, last = stretch.last;
+    for (const std::int64_t s : {shift, otherShift}) {
+        const std::int64_t topBar = pair.furniture().topRows, bottomBar = pair.furniture().bottomRows;
+        first = std::max({first, pair.firstRow(s), topBar, topBar - s});
+        last = std::min({last, pair.lastRow(s), pair.b().height - bottomBar, pair.a().height - bottomBar - s});
+    }
     std::uint64_t sum = 0, count = 0;
     const auto add = [&](std::int64_t row, std::size_t begin, std::size_t end) {
         sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, end - begin, 1);
@@ -170,7 +187,11 @@ double pixelDifference(const FramePair& pair, const Examination& stretch, std::i
             if (page >> cell & 1)
                 add(row, cell * width / cellCount, (cell + 1) * width / cellCount);
     }
-    return count == 0 ? std::numeric_limits<double>::max() : static_cast<double>(sum) / static_cast<double>(count);
+    return {static_cast<double>(sum), static_cast<double>(count)};
+}
+
+double pixelDifference(const FramePair& pair, const Examination& stretch, std::int64_t shift) {
+    return pixelDifferences(pair, stretch, shift, shift).mean();
 }
 
 /// A page that moved by a few rows only still shows most of its strokes where they were: they look like furniture, and
@@ -242,15 +263,11 @@ namespace {
 /// place by signatures alone.
 std::int64_t exactShift(const FramePair& pair, const Examination& e) {
     std::int64_t best = e.shift, from = 0;
-    double least = pixelDifference(pair, e, best);
     while (best != from) {
         from = best;
         for (const std::int64_t shift : {from - 1, from + 1, from - 2, from + 2})
-            if (shift != 0)
-                if (const double difference = pixelDifference(pair, e, shift); difference < least) {
-                    least = difference;
-                    best = shift;
-                }
+            if (shift != 0 && pixelDifferences(pair, e, shift, best).isLessThan(pixelDifferences(pair, e, best, shift)))
+                best = shift;
     }
     return best;
 }
