@@ -330,11 +330,10 @@ private:
         aligner_->answerAll();
         wait("the end of all callbacks", [this] { return weak_from_this().use_count() == 1; });
         drain();
-        for (std::size_t group = 0; group < groupCount; ++group) {
+        for (std::size_t group = 0; group < groupCount && !abrupt_;
+             ++group) { // what was not looked at yet is answered, too
             const int late = callsOf(analyses_)[group] - answered[group];
-            const int runs = aligner_->runs[group];
-            EXPECT_LE(late, runs);
-            EXPECT_TRUE(abrupt_ || late == (mannerOf(group) == Manner::silent ? runs : 0));
+            EXPECT_EQ(late, mannerOf(group) == Manner::silent ? aligner_->runs[group].load() : 0);
         }
     }
 
