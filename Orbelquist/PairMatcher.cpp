@@ -360,7 +360,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
     }
     const bool isMuchLeftOut = exact->barBands + exact->regionBands >= muchLeftOut;
     const auto mayBeIt = [&](const Examination& other) {
-        return other.atBest() > exact->agreeing ||
+        return other.atBest() > exact->agreeing || (other.against() == 0 && !isWithinStroke(other) && isRival(other)) ||
                (isMuchLeftOut && !isWithinStroke(other) &&
                 (other.agreeing - other.against()) * 100 > exact->agreeing * secondWhereMuchIsLeftOut);
     };
