@@ -173,9 +173,9 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
               }},
              {"a screen that was dimmed",
               [&](auto x, auto y, bool second) { return shown(x, y, second) * (second ? 94 : 100) / 100; }},
-             {"half a row",
+             {"a quarter of a row",
               [&](auto x, auto y, bool second) {
-                  return second ? (page.luma(x, y + down) + page.luma(x, y + down + 1)) / 2 : page.luma(x, y);
+                  return second ? (3 * page.luma(x, y + down) + page.luma(x, y + down + 1)) / 4 : page.luma(x, y);
               }},
          }) {
         const auto pair = match({screen([&](auto x, auto y) { return luma(x, y, false); }),
