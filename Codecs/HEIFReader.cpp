@@ -20,7 +20,7 @@ void check(const heif_error& error) {
         return;
     Status status = Status::damaged;
     if (error.code == heif_error_Memory_allocation_error)
-        status = error.subcode == heif_suberror_Security_limit_exceeded ? Status::tooLarge : Status::outOfMemory;
+        status = error.subcode == heif_suberror_Security_limit_exceeded ? Status::overloaded : Status::outOfMemory;
     else if (error.code == heif_error_Unsupported_feature || error.code == heif_error_Unsupported_filetype)
         status = Status::unsupported;
     else if (error.subcode == heif_suberror_End_of_data)
