@@ -34,28 +34,28 @@ struct Reader {
     const std::int64_t size = fileSize();
 
     static Reader& of(void* self) { return *static_cast<Reader*>(self); }
+};
 
-    static constexpr heif_reader functions = {
-        .reader_api_version = 1,
-        .get_position = [](void* self) { return of(self).position; },
-        .read =
-            [](void* into, std::size_t count, void* self) {
-                auto& position = of(self).position;
-                const bool isWhole = readFile(position, {static_cast<std::byte*>(into), count}) == count;
-                position += static_cast<std::int64_t>(count);
-                return isWhole ? 0 : 1;
-            },
-        .seek =
-            [](std::int64_t to, void* self) {
-                of(self).position = to;
-                return 0;
-            },
-        .wait_for_file_size =
-            [](std::int64_t wanted, void* self) {
-                return wanted > of(self).size ? heif_reader_grow_status_size_beyond_eof
-                                              : heif_reader_grow_status_size_reached;
-            },
-    };
+constexpr heif_reader functions = {
+    .reader_api_version = 1,
+    .get_position = [](void* self) { return Reader::of(self).position; },
+    .read =
+        [](void* into, std::size_t count, void* self) {
+            auto& position = Reader::of(self).position;
+            const bool isWhole = readFile(position, {static_cast<std::byte*>(into), count}) == count;
+            position += static_cast<std::int64_t>(count);
+            return isWhole ? 0 : 1;
+        },
+    .seek =
+        [](std::int64_t to, void* self) {
+            Reader::of(self).position = to;
+            return 0;
+        },
+    .wait_for_file_size =
+        [](std::int64_t wanted, void* self) {
+            return wanted > Reader::of(self).size ? heif_reader_grow_status_size_beyond_eof
+                                                  : heif_reader_grow_status_size_reached;
+        },
 };
 
 std::vector<std::byte> profileOf(const heif_image_handle* handle) {
@@ -106,7 +106,7 @@ void sendRows(const heif_image_handle* handle, const Answer& header) {
 void readHEIF(const Job& job) {
     const Context context(heif_context_alloc());
     Reader reader;
-    check(heif_context_read_from_reader(context.get(), &Reader::functions, &reader, nullptr));
+    check(heif_context_read_from_reader(context.get(), &functions, &reader, nullptr));
     heif_image_handle* primary = nullptr;
     check(heif_context_get_primary_image_handle(context.get(), &primary));
     const Handle handle(primary);
