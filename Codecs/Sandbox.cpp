@@ -72,10 +72,10 @@ void forbidCalls() {
         isComplete &= seccomp_rule_add(filter, SCMP_ACT_ALLOW, call, 0) == 0;
     // Threads, no processes. The flags of clone3 lie in memory, where a filter cannot see them: libc then takes clone.
     isComplete &= seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(clone), 1,
-                                   SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD)) == 0;
+                                   scmp_arg_cmp{0, SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD}) == 0;
     isComplete &= seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0) == 0;
-    isComplete &= seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1, SCMP_A0(SCMP_CMP_EQ, PR_SET_NAME)) ==
-                  0; // of threads
+    isComplete &= seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1,
+                                   scmp_arg_cmp{0, SCMP_CMP_EQ, PR_SET_NAME, 0}) == 0; // of threads
     if (isComplete)
         seccomp_load(filter);
     seccomp_release(filter);
