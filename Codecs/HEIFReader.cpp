@@ -63,10 +63,11 @@ std::vector<std::byte> profileOf(const heif_image_handle* handle) {
     if (!profile.empty() && heif_image_handle_get_raw_color_profile(handle, profile.data()).code == heif_error_Ok)
         return profile;
     heif_color_profile_nclx* named = nullptr;
-    if (heif_image_handle_get_nclx_color_profile(handle, &named).code != heif_error_Ok)
-        return {};
+    const heif_error error = heif_image_handle_get_nclx_color_profile(handle, &named);
     const std::unique_ptr<heif_color_profile_nclx, decltype([](auto* p) { heif_nclx_color_profile_free(p); })> owner(
-        named);
+        named); // there with numbers that mean nothing, too
+    if (error.code != heif_error_Ok)
+        return {};
     return namedProfile(static_cast<int>(named->color_primaries), static_cast<int>(named->transfer_characteristics));
 }
 

@@ -32,7 +32,7 @@ std::size_t readFile(std::int64_t offset, std::span<std::byte> into) {
         return 0;
     const auto bytes = file.subspan(static_cast<std::size_t>(offset));
     const std::size_t count = std::min(bytes.size(), into.size());
-    std::memcpy(into.data(), bytes.data(), count);
+    std::copy_n(bytes.begin(), count, into.begin());
     return count;
 }
 
