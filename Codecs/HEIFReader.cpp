@@ -20,7 +20,7 @@ void check(const heif_error& error) {
         return;
     Status status = Status::damaged;
     if (error.code == heif_error_Memory_allocation_error)
-        status = error.subcode == heif_suberror_Security_limit_exceeded ? Status::tooLarge : Status::outOfMemory;
+        status = error.subcode == heif_suberror_Security_limit_exceeded ? Status::overloaded : Status::outOfMemory;
     else if (error.code == heif_error_Unsupported_feature || error.code == heif_error_Unsupported_filetype)
         status = Status::unsupported;
     else if (error.subcode == heif_suberror_End_of_data)
@@ -34,28 +34,28 @@ struct Reader {
     const std::int64_t size = fileSize();
 
     static Reader& of(void* self) { return *static_cast<Reader*>(self); }
+};
 
-    static constexpr heif_reader functions = {
-        .reader_api_version = 1,
-        .get_position = [](void* self) { return of(self).position; },
-        .read =
-            [](void* into, std::size_t count, void* self) {
-                auto& position = of(self).position;
-                const bool isWhole = readFile(position, {static_cast<std::byte*>(into), count}) == count;
-                position += static_cast<std::int64_t>(count);
-                return isWhole ? 0 : 1;
-            },
-        .seek =
-            [](std::int64_t to, void* self) {
-                of(self).position = to;
-                return 0;
-            },
-        .wait_for_file_size =
-            [](std::int64_t wanted, void* self) {
-                return wanted > of(self).size ? heif_reader_grow_status_size_beyond_eof
-                                              : heif_reader_grow_status_size_reached;
-            },
-    };
+constexpr heif_reader functions = {
+    .reader_api_version = 1,
+    .get_position = [](void* self) { return Reader::of(self).position; },
+    .read =
+        [](void* into, std::size_t count, void* self) {
+            auto& position = Reader::of(self).position;
+            const bool isWhole = readFile(position, {static_cast<std::byte*>(into), count}) == count;
+            position += static_cast<std::int64_t>(count);
+            return isWhole ? 0 : 1;
+        },
+    .seek =
+        [](std::int64_t to, void* self) {
+            Reader::of(self).position = to;
+            return 0;
+        },
+    .wait_for_file_size =
+        [](std::int64_t wanted, void* self) {
+            return wanted > Reader::of(self).size ? heif_reader_grow_status_size_beyond_eof
+                                                  : heif_reader_grow_status_size_reached;
+        },
 };
 
 std::vector<std::byte> profileOf(const heif_image_handle* handle) {
@@ -63,10 +63,11 @@ std::vector<std::byte> profileOf(const heif_image_handle* handle) {
     if (!profile.empty() && heif_image_handle_get_raw_color_profile(handle, profile.data()).code == heif_error_Ok)
         return profile;
     heif_color_profile_nclx* named = nullptr;
-    if (heif_image_handle_get_nclx_color_profile(handle, &named).code != heif_error_Ok)
-        return {};
+    const heif_error error = heif_image_handle_get_nclx_color_profile(handle, &named);
     const std::unique_ptr<heif_color_profile_nclx, decltype([](auto* p) { heif_nclx_color_profile_free(p); })> owner(
-        named);
+        named); // there with numbers that mean nothing, too
+    if (error.code != heif_error_Ok)
+        return {};
     return namedProfile(static_cast<int>(named->color_primaries), static_cast<int>(named->transfer_characteristics));
 }
 
@@ -106,7 +107,7 @@ void sendRows(const heif_image_handle* handle, const Answer& header) {
 void readHEIF(const Job& job) {
     const Context context(heif_context_alloc());
     Reader reader;
-    check(heif_context_read_from_reader(context.get(), &Reader::functions, &reader, nullptr));
+    check(heif_context_read_from_reader(context.get(), &functions, &reader, nullptr));
     heif_image_handle* primary = nullptr;
     check(heif_context_get_primary_image_handle(context.get(), &primary));
     const Handle handle(primary);

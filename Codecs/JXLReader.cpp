@@ -134,7 +134,7 @@ private:
         constexpr std::size_t step = 1 << 16, most = 32 << 20;
         const std::size_t filled = exif_.empty() ? 0 : exif_.size() - JxlDecoderReleaseBoxBuffer(get());
         if (filled >= most)
-            refuse(Status::tooLarge, "its Exif block");
+            refuse(Status::overloaded, "its Exif block");
         exif_.resize(filled + step);
         JxlDecoderSetBoxBuffer(get(), reinterpret_cast<std::uint8_t*>(exif_.data()) + filled, step);
     }

@@ -24,41 +24,6 @@ void limit(__rlimit_resource resource, rlim_t most) {
     setrlimit(resource, &both);
 }
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define __SANITIZE_ADDRESS__
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true; // its shadow memory takes terabytes of addresses
-#else
-constexpr bool isSanitized = false;
-#endif
-
-/// No file can be opened, made or removed, and with newer kernels no TCP port be bound or connected to.
-void forbidFiles() {
-    const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
-    if (version < 1)
-        return;
-    struct {
-        std::uint64_t files, network;           // the second since version 4
-    } handled{(std::uint64_t{1} << 13) - 1, 0}; // LANDLOCK_ACCESS_FS_EXECUTE to _MAKE_SYM, version 1
-    if (version >= 2)
-        handled.files |= 1 << 13; // _REFER
-    if (version >= 3)
-        handled.files |= 1 << 14; // _TRUNCATE
-    if (version >= 5)
-        handled.files |= 1 << 15; // _IOCTL_DEV
-    if (version >= 4)
-        handled.network = 3; // LANDLOCK_ACCESS_NET_BIND_TCP, _CONNECT_TCP
-    const std::size_t size = version >= 4 ? sizeof handled : sizeof handled.files;
-    const long rules = syscall(SYS_landlock_create_ruleset, &handled, size, 0);
-    if (rules < 0)
-        return;
-    syscall(SYS_landlock_restrict_self, rules, 0);
-    close(static_cast<int>(rules));
-}
-
 /// What memory, threads, clocks and the two open files need; all else fails with EPERM.
 void forbidCalls() {
     const scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ERRNO(EPERM));
@@ -107,16 +72,41 @@ void forbidCalls() {
         isComplete &= seccomp_rule_add(filter, SCMP_ACT_ALLOW, call, 0) == 0;
     // Threads, no processes. The flags of clone3 lie in memory, where a filter cannot see them: libc then takes clone.
     isComplete &= seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(clone), 1,
-                                   SCMP_A0(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD)) == 0;
+                                   scmp_arg_cmp{0, SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD}) == 0;
     isComplete &= seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0) == 0;
-    isComplete &= seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1, SCMP_A0(SCMP_CMP_EQ, PR_SET_NAME)) ==
-                  0; // of threads
+    isComplete &= seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(prctl), 1,
+                                   scmp_arg_cmp{0, SCMP_CMP_EQ, PR_SET_NAME, 0}) == 0; // of threads
     if (isComplete)
         seccomp_load(filter);
     seccomp_release(filter);
 }
 
 } // namespace
+
+bool forbidFiles() {
+    const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
+    if (version < 1)
+        return false;
+    struct {
+        std::uint64_t files, network;           // the second since version 4
+    } handled{(std::uint64_t{1} << 13) - 1, 0}; // LANDLOCK_ACCESS_FS_EXECUTE to _MAKE_SYM, version 1
+    if (version >= 2)
+        handled.files |= 1 << 13; // _REFER
+    if (version >= 3)
+        handled.files |= 1 << 14; // _TRUNCATE
+    if (version >= 5)
+        handled.files |= 1 << 15; // _IOCTL_DEV
+    if (version >= 4)
+        handled.network = 3; // LANDLOCK_ACCESS_NET_BIND_TCP, _CONNECT_TCP
+    const std::size_t size = version >= 4 ? sizeof handled : sizeof handled.files;
+    const long rules = syscall(SYS_landlock_create_ruleset, &handled, size, 0);
+    if (rules < 0)
+        return false;
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    const bool isDone = syscall(SYS_landlock_restrict_self, rules, 0) == 0;
+    close(static_cast<int>(rules));
+    return isDone;
+}
 
 void enterSandbox(std::int64_t memory, unsigned seconds) {
     signal(SIGINT, SIG_IGN); // Ctrl-C ends the program, and that ends this

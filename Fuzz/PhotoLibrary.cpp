@@ -3,6 +3,7 @@
 #include "Platform/Photos/PHCollection.hpp"
 #include "Platform/Photos/PHFetchResult.hpp"
 #include "Platform/Photos/PHPhotoLibrary.hpp"
+#include "Platform/Photos/PhotoCatalogue-inl.hpp"
 #include "Tests/Support/TestLibrary.hpp"
 #include "Velmorant/DataSources/PhotosStitchableDataSource.hpp"
 #include "Velmorant/Pipeline/Steps/Grouper.hpp"

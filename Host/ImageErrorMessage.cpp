@@ -25,6 +25,8 @@ const char* sentence(platform::ImageError::Code code) {
         return translatable("{}: the image is damaged; copy it again from where it came");
     case tooLarge:
         return translatable("{}: the image is larger than allowed; --max-pixels sets the limit on its size");
+    case overloaded:
+        return translatable("{}: it holds more than a picture needs; save it anew as PNG, without its metadata");
     case changed:
         return translatable("{}: the file changed while it was read; try again");
     case readFailed:

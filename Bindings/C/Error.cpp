@@ -25,6 +25,8 @@ const char* sentence(ImageError::Code code) {
         return "the image is damaged; copy it again from where it came";
     case tooLarge:
         return "the image is too large";
+    case overloaded:
+        return "the image holds more than a picture needs; save it anew as PNG, without its metadata";
     case overMemory:
         return "the image would take more memory at once than is allowed";
     case changed:

@@ -14,7 +14,8 @@ struct ImageError {
         unsupported,    ///< a known format, but a kind of it that we do not read or write
         truncated,      ///< the file ends too early
         damaged,        ///< its content contradicts itself
-        tooLarge,       ///< beyond a limit; `detail` names it
+        tooLarge,       ///< more pixels than are allowed, or than the format holds; `detail` names the limit
+        overloaded,     ///< more metadata or scans than any picture needs; `detail` names which
         changed,        ///< not the file any more that was opened
         readFailed,     ///< the system could not read it
         writeFailed,    ///< the system could not write it

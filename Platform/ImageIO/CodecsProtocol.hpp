@@ -16,7 +16,7 @@ namespace platform::codecs {
 
 inline constexpr std::uint32_t magic = 0x31434d56; // "VMC1"
 
-enum class Status : std::uint32_t { good, unsupported, truncated, damaged, tooLarge, outOfMemory };
+enum class Status : std::uint32_t { good, unsupported, truncated, damaged, tooLarge, overloaded, outOfMemory };
 
 enum class Alpha : std::uint32_t { none, straight, premultiplied };
 

@@ -23,6 +23,8 @@ ImageError errorOf(const Answer& answer) {
         return {Code::truncated, std::move(detail)};
     case Status::tooLarge:
         return {Code::tooLarge, std::move(detail)};
+    case Status::overloaded:
+        return {Code::overloaded, std::move(detail)};
     case Status::outOfMemory:
         return {Code::overMemory, std::move(detail)};
     default:

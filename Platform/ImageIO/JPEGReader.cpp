@@ -71,9 +71,9 @@ public:
         if (errors_.code == JERR_OUT_OF_MEMORY)
             return {ImageError::Code::outOfMemory, {}};
         if (headerBytesLeft_ < 0)
-            return {ImageError::Code::tooLarge, "its metadata"};
+            return {ImageError::Code::overloaded, "its metadata"};
         if (tooManyScans_)
-            return {ImageError::Code::tooLarge, "more than " + std::to_string(maxScans_) + " scans"};
+            return {ImageError::Code::overloaded, "more than " + std::to_string(maxScans_) + " scans"};
         const bool endsEarly = errors_.code == JWRN_JPEG_EOF || errors_.code == JERR_INPUT_EOF || atEnd_;
         return {endsEarly ? ImageError::Code::truncated : ImageError::Code::damaged, errors_.text};
     }

@@ -35,7 +35,8 @@ void store(Lanes lanes, std::uint8_t* pixel) {
 
 /// The one of `left`, `up` and `upLeft` that is nearest to left + up - upLeft, found without distances: the sum lies
 /// beyond `left` and `up` on the side away from `upLeft`, or between them.
-constexpr auto nearestToSum = []<class T>(T left, T up, T upLeft) {
+constexpr auto nearestToSum = [](auto left, decltype(left) up, decltype(left) upLeft) {
+    using T = decltype(left);
     const auto threshold = static_cast<T>(3 * upLeft - up - left);
     const T low = left < up ? left : up, high = left < up ? up : left;
     const T notBelow = threshold >= high ? low : upLeft;

@@ -39,7 +39,7 @@ public:
         if (code == SPNG_EMEM)
             return {ImageError::Code::outOfMemory, {}};
         if (code == SPNG_ECHUNK_LIMITS)
-            return {ImageError::Code::tooLarge, "its metadata"};
+            return {ImageError::Code::overloaded, "its metadata"};
         const bool endsEarly = code == SPNG_IO_EOF || code == SPNG_EIDAT_TOO_SHORT;
         return {endsEarly ? ImageError::Code::truncated : ImageError::Code::damaged, spng_strerror(code)};
     }

@@ -47,7 +47,7 @@ std::expected<std::vector<std::byte>, ImageError> content(const InputFile& file,
     if (auto error = sizeError(features.width, features.height, limits))
         return std::unexpected(*error);
     if (file.size() > std::int64_t{features.width} * features.height * 4 + 2 * limits.maxChunkBytes)
-        return std::unexpected(ImageError{Code::tooLarge, std::to_string(file.size()) + " bytes"});
+        return std::unexpected(ImageError{Code::overloaded, std::to_string(file.size()) + " bytes"});
     if (auto error = memoryError(file.size(), limits))
         return std::unexpected(*error);
     return file.readAll();

@@ -216,7 +216,7 @@ TEST_F(LibraryTest, ProcessesShareALibraryWhateverHappensToThem) {
     const std::string command = "cd " + quoted(folder.path().native()) + " && exec " + quoted(VELMORANT_PROGRAM) +
                                 " --library lib import --quiet shots 2>/dev/null";
     std::vector<std::thread> processes;
-    for (const char* seconds : {"0.05", "0.1", "0.2", "60", "60"})
+    for (const char* seconds : {"0.05", "0.1", "0.2", "0.3", "60", "60", "60", "60"})
         processes.emplace_back([=] {
             std::ignore =
                 std::system(("timeout -s KILL " + std::string(seconds) + " sh -c " + "\"" + command + "\"").c_str());

@@ -76,7 +76,7 @@ inline std::vector<File> pngFiles() {
         {"no-rows", PNG{.header = PNG::header_(width, 0)}.bytes(), "damaged"},
         {"largest-size", PNG{.header = PNG::header_(0x7fffffff, 0x7fffffff)}.bytes(), "damaged"},
         {"negative-size", PNG{.header = PNG::header_(0xffffffff, 10)}.bytes(), "damaged"},
-        {"large-bomb", PNG{.header = PNG::header_(100'000, 100'000)}.bytes(), "large"},
+        {"large-bomb", PNG{.header = PNG::header_(100'000, 100'000)}.bytes(), "--max-pixels"},
         {"too-few-rows", PNG{.pixels = deflated(rows.substr(0, rows.size() - 2000))}.bytes(), "cut off"},
         // Bytes behind the last row and a wrong checksum around right ones do not matter, nor does a value without
         // color.
@@ -97,7 +97,7 @@ inline std::vector<File> pngFiles() {
                                          "tEXt",
                                          8)}
              .bytes(),
-         "large"},
+         "without its metadata"},
         {"impossible-chunk",
          PNG{.beforePixels = std::string("\xff\xff\xff\xff"
                                          "tEXt",
@@ -124,8 +124,8 @@ inline std::vector<File> pngFiles() {
          PNG{.header = PNG::header_(width, height, 8, 3), .beforePixels = palette, .pixels = deflated(wrongIndexes)}
              .bytes(),
          ""},
-        {"profile-of-600-MB", PNG{.beforePixels = chunk("iCCP", profile + bomb)}.bytes(), "large"},
-        {"text-of-600-MB", PNG{.beforePixels = chunk("zTXt", words + bomb)}.bytes(), "large"},
+        {"profile-of-600-MB", PNG{.beforePixels = chunk("iCCP", profile + bomb)}.bytes(), "without its metadata"},
+        {"text-of-600-MB", PNG{.beforePixels = chunk("zTXt", words + bomb)}.bytes(), "without its metadata"},
         {"animated", PNG{.beforePixels = animation + animationFrame, .end = animationFrame + PNG().end}.bytes(), ""},
         {"sixteen-bits",
          PNG{.header = PNG::header_(width, height, 16), .pixels = deflated(std::string(height * (1 + 6 * width), '\0'))}
@@ -194,15 +194,15 @@ inline std::vector<File> jpegFiles() {
         {"comment-of-length-1", start + std::string("\xff\xfe\x00\x01", 4) + rest, ""},
         {"no-rows", withFrame(5, std::string(2, '\0')), "damaged"},
         {"more-rows", withFrame(5, "\xff\x00"), "damaged"},
-        {"largest-size", withFrame(5, "\xff\xdc\xff\xdc"), "large"},
+        {"largest-size", withFrame(5, "\xff\xdc\xff\xdc"), "--max-pixels"},
         {"twelve-bits", withFrame(4, "\x0c"), "damaged"},
         {"lossless", withFrame(1, "\xc3"), "damaged"},
         {"unknown-components", withFrame(9, "\x07"), "damaged"},
         {"no-tables", start + whole.substr(frame), "damaged"},
         {"wrong-bits", std::string(whole).replace(whole.size() / 2, 3, "\xff\xc8\x00"), "damaged"},
-        {"601-scans", jpegOfScans(8, 8, 601, "\x3f"), "large"},
-        {"64-scans-of-196-megapixels", jpegOfManyPixelsPassed(), "large"},
-        {"hoard-of-metadata", hoard + rest, "large"},
+        {"601-scans", jpegOfScans(8, 8, 601, "\x3f"), "without its metadata"},
+        {"64-scans-of-196-megapixels", jpegOfManyPixelsPassed(), "without its metadata"},
+        {"hoard-of-metadata", hoard + rest, "without its metadata"},
         {"wrong-metadata",
          start +
              std::string("\xff\xe1\x00\x10"
@@ -237,7 +237,7 @@ inline std::vector<File> webpFiles() {
         {"longest", replaced(lossy, 4, "\xff\xff\xff\xff"), "damaged"},
         {"no-length", replaced(lossy, 4, std::string(4, '\0')), "damaged"},
         {"animated", "RIFF" + size + animation, "not supported"},
-        {"hoard", lossy + std::string(70'000'000, '\0'), "large"},
+        {"hoard", lossy + std::string(70'000'000, '\0'), "without its metadata"},
         {"other-signature", replaced(lossless, picture + 8, "x"), "damaged"},
         {"other-start", replaced(lossy, key + 11, "xxx"), "damaged"},
         {"other-chunk", replaced(lossy, key, "VP9 "), "cut off"},

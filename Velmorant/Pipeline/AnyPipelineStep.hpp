@@ -12,7 +12,8 @@ namespace velmorant {
 class AnyPipelineStep final : public PipelineStep {
 public:
     template <class Step>
-        requires std::derived_from<Step, PipelineStep> && std::copy_constructible<Step>
+        requires(!std::same_as<Step, AnyPipelineStep>) && // which would ask whether this may be copied by this
+                std::derived_from<Step, PipelineStep> && std::copy_constructible<Step>
     explicit AnyPipelineStep(Step step) : base_(std::make_shared<Step>(std::move(step))) {}
 
     template <class Step>
