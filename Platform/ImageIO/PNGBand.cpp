@@ -1,6 +1,7 @@
 #include "Platform/ImageIO/PNGBand.hpp"
 
 #include "Platform/CoreGraphics/Premultiplication.hpp"
+#include "Platform/ImageIO/RunDeflate.hpp"
 #include "Platform/ImageIO/SmallDeflate.hpp"
 
 #include <isa-l/igzip_lib.h>
@@ -15,7 +16,8 @@ namespace {
 
 constexpr std::uint32_t fastLevel = 1, usualLevel = 2;
 constexpr std::size_t deflaterBytes = std::max(ISAL_DEF_LVL1_MEDIUM, ISAL_DEF_LVL2_MEDIUM);
-constexpr int smallLevel = 10; // libdeflate's
+constexpr int smallLevel = 10;        // libdeflate's
+constexpr std::size_t blankness = 64; // where ISA-L makes so many bytes one, there may be little but runs
 
 constexpr RowFilter allFilters[] = {RowFilter::none, RowFilter::sub, RowFilter::up, RowFilter::average,
                                     RowFilter::paeth};
@@ -47,6 +49,9 @@ bool deflateAtOnce(std::span<const std::uint8_t> bytes, std::uint32_t level, int
 
 } // namespace
 
+Band::Band() = default;
+Band::~Band() = default;
+
 bool Band::make(const std::uint8_t* rows, std::size_t count, std::size_t width, bool opaque, bool isLast,
                 EncodeEffort effort) {
     width_ = width;
@@ -66,8 +71,14 @@ bool Band::make(const std::uint8_t* rows, std::size_t count, std::size_t width, 
     const auto plain = std::span(plain_).subspan(rowSize_);
     if (!deflate(filtered_, deflatedFiltered_) || (!isFast && !deflate(plain, deflatedPlain_)))
         return false;
-    isFiltered_ = isFast || deflatedFiltered_.size < deflatedPlain_.size;
-    checksum_ = isal_adler32(1, isFiltered_ ? filtered_.data() : plain.data(), plain.size());
+    smallest_ = isFast || deflatedFiltered_.size < deflatedPlain_.size ? &deflatedFiltered_ : &deflatedPlain_;
+    if (effort == EncodeEffort::usual && blankness * smallest_->size < plain.size()) {
+        if (!runDeflater_)
+            runDeflater_ = std::make_unique<RunDeflater>();
+        if (runDeflater_->deflate(filtered_, isLast, deflatedRuns_) && deflatedRuns_.size < smallest_->size)
+            smallest_ = &deflatedRuns_;
+    }
+    checksum_ = isal_adler32(1, smallest_ == &deflatedPlain_ ? plain.data() : filtered_.data(), plain.size());
     return true;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -16,10 +17,17 @@ struct Deflated {
     std::size_t size = 0;
 };
 
+class RunDeflater;
+
 /// Rows of the picture that are filtered and deflated by themselves, so that bands can be made side by side. Put one
 /// after another they are one deflate stream. Keeps its memory from band to band.
 class Band {
 public:
+    Band();
+    ~Band();
+    Band(const Band&) = delete;
+    Band& operator=(const Band&) = delete;
+
     /// Makes the band of `count` rows. `rows` holds them without gaps, RGBA8, premultiplied, and before them the row
     /// above, zeros where there is none. Opaque pixels are stored without alpha, others straight. `isLast` ends the
     /// stream. The same rows give the same bytes. False where the deflater fails.
@@ -27,8 +35,7 @@ public:
               EncodeEffort effort = EncodeEffort::usual);
 
     std::span<const std::byte> deflated() const {
-        const Deflated& smaller = isFiltered_ ? deflatedFiltered_ : deflatedPlain_;
-        return std::as_bytes(std::span(smaller.memory).first(smaller.size));
+        return std::as_bytes(std::span(smallest_->memory).first(smallest_->size));
     }
     std::size_t inflatedSize() const { return plain_.size() - rowSize_; }
     std::uint32_t checksum() const { return checksum_; } ///< Adler-32 of what it inflates to
@@ -44,9 +51,10 @@ private:
     std::vector<std::uint8_t> plain_;    ///< the row above and then those of the band, without filters
     std::vector<std::uint8_t> filtered_; ///< each row by the filter that suits it best
     std::vector<std::uint8_t> candidate_, best_;
-    std::vector<std::uint8_t> deflater_; ///< memory that the deflater works in
-    Deflated deflatedPlain_, deflatedFiltered_;
-    bool isFiltered_ = false;
+    std::vector<std::uint8_t> deflater_;       ///< memory that the deflater works in
+    std::unique_ptr<RunDeflater> runDeflater_; ///< once it was needed
+    Deflated deflatedPlain_, deflatedFiltered_, deflatedRuns_;
+    const Deflated* smallest_ = &deflatedPlain_; ///< of these
     std::uint32_t checksum_ = 1;
 };
 

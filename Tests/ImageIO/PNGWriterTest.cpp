@@ -1,4 +1,5 @@
 #include "Platform/Dispatch/ThreadPool.hpp"
+#include "Platform/ImageIO/CGImageSource.hpp"
 #include "Platform/ImageIO/PNG.hpp"
 #include "Platform/ImageIO/PNGBand.hpp"
 #include "Tests/Support/MemorySink.hpp"
@@ -90,6 +91,17 @@ TEST(PNGWriter, BothReadersGiveThePixelsBack) {
                 EXPECT_TRUE(std::ranges::equal(back.bytes(), image.pixels()->bytes(), near));
             }
         }
+}
+
+TEST(PNGWriter, BlankRowsTakeNextToNothing) {
+    const TemporaryFolder folder;
+    const CGImage page = imageOf(
+        1170, 1500, [](std::int64_t x, std::int64_t y) { return y % 200 < 3 && x < 40 ? 0x303030ffu : 0xf2f2f7ffu; },
+        true);
+    const std::string bytes = written(page);
+    EXPECT_LT(bytes.size(), 6 * 1500); // three times as much by references to what lies further back
+    writeFile(folder / "page.png", bytes);
+    EXPECT_TRUE(samePixels(*CGImageSource::open(folder / "page.png")->image().decoded(), page));
 }
 
 TEST(PNGWriter, JoinsChecksums) {
