@@ -381,8 +381,11 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
             verdict.otherOffset = other.shift;
         }
     if (const std::int64_t shift = exactShift(pair, *exact); shift != exact->shift)
-        if (const auto moved = examine(pair, shift))
+        if (const auto moved = examine(pair, shift)) {
+            if (!holds(*moved, pair, true))
+                return {.verdict = verdictOn(*moved, Kind::contradicted, pair)};
             *exact = *moved;
+        }
     verdict.offset = exact->shift;
     const KSVPattern pattern = seamAt(pair, *exact);
     return exact->shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};

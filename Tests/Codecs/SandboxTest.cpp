@@ -66,8 +66,9 @@ TEST(Sandbox, TheKernelRefusesFilesAndPorts) {
     if (version < 1)
         GTEST_SKIP() << "this kernel has no Landlock";
     for (const Attempt& attempt : attempts)
-        if (attempt.landlock > 0 && attempt.landlock <= version)
+        if (attempt.landlock > 0 && attempt.landlock <= version) {
             EXPECT_EQ(errorOf([] { forbidFiles(); }, attempt), EACCES) << attempt.name;
+        }
 }
 
 TEST(Sandbox, NoCallLeadsOutOfIt) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <random>
+#include <string_view>
 
 namespace orbelquist {
 
@@ -173,14 +174,15 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
               }},
              {"a screen that was dimmed",
               [&](auto x, auto y, bool second) { return shown(x, y, second) * (second ? 94 : 100) / 100; }},
-             {"a quarter of a row",
+             {"half a row",
               [&](auto x, auto y, bool second) {
-                  return second ? (3 * page.luma(x, y + down) + page.luma(x, y + down + 1)) / 4 : page.luma(x, y);
+                  return second ? (page.luma(x, y + down) + page.luma(x, y + down + 1)) / 2 : page.luma(x, y);
               }},
          }) {
         const auto pair = match({screen([&](auto x, auto y) { return luma(x, y, false); }),
                                  screen([&](auto x, auto y) { return luma(x, y, true); })})[0];
-        EXPECT_EQ(offsetOf(pair), "+220") << what << ": " << pair.verdict.description();
+        const bool isBetween = std::string_view(what) == "half a row" && offsetOf(pair) == "+221";
+        EXPECT_TRUE(isBetween || offsetOf(pair) == "+220") << what << ": " << pair.verdict.description();
         EXPECT_GT(pair.verdict.confidence(), 0.3) << what;
     }
 }
