@@ -34,7 +34,8 @@ std::string damaged(std::string catalogue, const std::uint8_t* data, std::size_t
     if (fuzz::textOf(data, size).starts_with("SQLite format 3"))
         return std::string(fuzz::textOf(data, size));
     for (; size >= 4; data += 4, size -= 4)
-        catalogue[(data[0] | data[1] << 8 | data[2] << 16) % catalogue.size()] = static_cast<char>(data[3]);
+        catalogue[(data[0] | std::size_t{data[1]} << 8 | std::size_t{data[2]} << 16) % catalogue.size()] =
+            static_cast<char>(data[3]);
     return catalogue;
 }
 
