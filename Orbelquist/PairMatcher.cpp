@@ -1,18 +1,15 @@
 #include "Orbelquist/PairMatcher.hpp"
 
 #include "Orbelquist/Brightness.hpp"
+#include "Orbelquist/Candidates.hpp"
 #include "Orbelquist/EqualFrames.hpp"
-#include "Orbelquist/Kernels/SquaredDifference.hpp"
+#include "Orbelquist/ExactShift.hpp"
 #include "Orbelquist/Seam.hpp"
-#include "Orbelquist/ShiftProfile.hpp"
 #include "Orbelquist/Verification.hpp"
 
 #include <algorithm>
-#include <array>
 #include <bit>
-#include <cmath>
 #include <cstdlib>
-#include <iterator>
 #include <limits>
 #include <span>
 #include <vector>
@@ -24,15 +21,9 @@ namespace {
 /// Levels by which cells of equal content may differ: what lossy coding does to the mean of a cell.
 constexpr std::uint8_t cellTolerance = 4;
 
-/// Shifts this close are one place: neighbours of the true shift agree nearly as well in soft content.
-constexpr std::int64_t onePlace = 3;
-
 /// Shifts within half a line of text of each other, one of so many of the screen's rows, share the letters' upright
 /// strokes: the one with clearly most agreement is the place.
 constexpr std::int64_t strokesPerScreen = 100;
-
-/// An overlap of fewer rows is not looked for.
-constexpr std::int64_t leastOverlap = 12;
 
 /// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
 /// percent, of the same at the best.
@@ -43,156 +34,17 @@ constexpr double clearlyMore = 1.5;
 constexpr std::int64_t secondWithinStroke = 90;
 
 /// Where so many bands of the screen, the height of a toolbar, are left out of account as bars of one frame or as
-/// regions that change, no other place may have more than this part, in percent, of the agreement, whatever contradicts
-/// there: what changes there may be such a region, too.
+/// regions that change, no other place may have more than this part, in percent, of the agreement, even one that is
+/// contradicted, by less than agrees there: what changes there may be such a region, too.
 constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
 
 /// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all
 /// but one of so many.
 constexpr std::int64_t repeatedPercent = 85, repeatedRoom = 32;
 
-/// Rows of each shift that are looked at, a few a line of text; and the places of which all rows are, and those
-/// examined on all pixels, by each of three rankings.
-constexpr std::int64_t sampledRows = 256;
-constexpr std::size_t shortlistedPlaces = 32, examinedPlaces = 10;
 /// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
 /// it nor leaves it open.
 constexpr std::int64_t negligible = 25;
-
-/// The best places by score; by score over contradictions: in dense tables the truth stands far down the first list;
-/// and by score over those of the whole overlap: where two frames share a line or two, little can contradict. By score,
-/// best first.
-std::vector<Stretch> bestPlaces(std::vector<Stretch> stretches, std::size_t count) {
-    std::vector<Stretch> chosen;
-    const auto take = [&](auto worth) {
-        std::ranges::sort(stretches, std::greater(), worth);
-        std::size_t taken = 0;
-        for (const Stretch& stretch : stretches) {
-            const auto near = [&](const Stretch& other) { return std::abs(other.shift - stretch.shift) <= onePlace; };
-            if (std::ranges::any_of(chosen, near))
-                continue;
-            chosen.push_back(stretch);
-            if (++taken == count)
-                break;
-        }
-    };
-    const auto over = [](std::int64_t score, std::int64_t against) {
-        return static_cast<double>(score) / static_cast<double>(against + cellCount);
-    };
-    take([](const Stretch& s) { return static_cast<double>(s.score()); });
-    take([&](const Stretch& s) { return over(s.score(), s.contradicting); });
-    take([&](const Stretch& s) { return over(s.score(), s.overall); });
-    std::ranges::sort(chosen, std::greater(), &Stretch::score);
-    return chosen;
-}
-
-Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::vector<RowAgreement>& rows) {
-    pair.compare(shift, rows);
-    return bestStretch(shift, pair.firstRow(shift), rows);
-}
-
-/// The best stretches, without their rows, of the shifts at which one frame's rows lie on rows further down of the
-/// other, at some rows each; where more agrees than not, by that number of rows.
-std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst) {
-    const std::int64_t moving = (isInFirst ? pair.a() : pair.b()).height;
-    const std::int64_t still = (isInFirst ? pair.b() : pair.a()).height;
-    const RowsView movingRows = isInFirst ? pair.rowsOfA() : pair.rowsOfB();
-    const RowsView stillRows = isInFirst ? pair.rowsOfB() : pair.rowsOfA();
-    const auto overlapAt = [&](std::int64_t down) { return std::min(still, moving - down); };
-    const auto stepAt = [&](std::int64_t down) { return std::max<std::int64_t>(1, overlapAt(down) / sampledRows); };
-    std::vector<Stretch> stretches;
-    std::int64_t down = std::max<std::int64_t>(1, leastOverlap - still); // at 0 all is furniture
-    while (down <= moving - leastOverlap) {
-        const std::int64_t step = stepAt(down);
-        std::array<std::size_t, shiftsAtOnce> rows;
-        std::size_t count = 0;
-        for (std::int64_t next = down; count < shiftsAtOnce && next <= moving - leastOverlap && stepAt(next) == step;)
-            rows[count++] = static_cast<std::size_t>((overlapAt(next++) + step - 1) / step);
-        std::array<BestRows, shiftsAtOnce> best;
-        compareShifts(stillRows, {movingRows.signature + down, movingRows.informed + down, movingRows.ignored + down},
-                      pair.tolerance(), static_cast<std::size_t>(step), std::span(rows).first(count),
-                      std::span(best).first(count));
-        for (std::size_t i = 0; i < count; ++i, ++down)
-            if (const auto& [score, contradicting, overall] = best[i]; score > 0)
-                stretches.push_back({.shift = isInFirst ? down : -down,
-                                     .agreeing = score + 2 * contradicting,
-                                     .contradicting = contradicting,
-                                     .overall = overall});
-    }
-    return stretches;
-}
-
-/// Those of all shifts but 0, at which equal frames are recognised apart; by shift.
-std::vector<Stretch> stretchesOfAllShifts(const FramePair& pair) {
-    std::vector<Stretch> stretches = stretchesFurtherDown(pair, false);
-    std::ranges::reverse(stretches);
-    std::ranges::copy(stretchesFurtherDown(pair, true), std::back_inserter(stretches));
-    return stretches;
-}
-
-/// The best of all shifts, looked at in all rows. Uphill to the best of its neighbours: some rows alone may have named
-/// the wrong one.
-std::vector<Stretch> candidates(const FramePair& pair) {
-    std::vector<RowAgreement> rows;
-    std::vector<Stretch> shortlist = bestPlaces(stretchesOfAllShifts(pair), shortlistedPlaces);
-    for (Stretch& stretch : shortlist) {
-        stretch = stretchAt(pair, stretch.shift, rows);
-        for (const std::int64_t step : {-1, 1})
-            while (stretch.shift + step != 0) {
-                const Stretch next = stretchAt(pair, stretch.shift + step, rows);
-                if (next.score() <= stretch.score())
-                    break;
-                stretch = next;
-            }
-    }
-    return bestPlaces(std::move(shortlist), examinedPlaces);
-}
-
-/// In square levels.
-struct PixelDifference {
-    double sum = 0, count = 0;
-
-    double mean() const { return count == 0 ? std::numeric_limits<double>::max() : sum / count; }
-    /// By more than the noise of as many pixels would: its square varies by a part of sqrt(2 / count), here four times
-    /// that.
-    bool isLessThan(const PixelDifference& other) const {
-        return mean() * (1 + 4 * std::sqrt(2 / std::max(1.0, count))) < other.mean();
-    }
-};
-
-/// By how much the pixels of a stretch differ at a shift, in the rows that both frames show at
-/// another shift, too; without what stands behind the page. A stretch ends with a block, which may reach into a bar:
-/// the bar's edge would outweigh all of a pale page.
-PixelDifference pixelDifferences(const FramePair& pair, const Examination& stretch, std::int64_t shift,
-                                 std::int64_t otherShift) {
-    const auto width = static_cast<std::size_t>(pair.b().width);
-    std::int64_t first = stretch.first, last = stretch.last;
-    for (const std::int64_t s : {shift, otherShift}) {
-        const std::int64_t topBar = pair.furniture().topRows, bottomBar = pair.furniture().bottomRows;
-        first = std::max({first, pair.firstRow(s), topBar, topBar - s});
-        last = std::min({last, pair.lastRow(s), pair.b().height - bottomBar, pair.a().height - bottomBar - s});
-    }
-    std::uint64_t sum = 0, count = 0;
-    const auto add = [&](std::int64_t row, std::size_t begin, std::size_t end) {
-        sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, end - begin, 1);
-        count += end - begin;
-    };
-    for (std::int64_t row = first; row < last; ++row) {
-        if (!pair.hasBackdrop()) {
-            add(row, 1, width);
-            continue;
-        }
-        const CellMask page = ~(pair.ignoredInA(row + shift) | pair.ignoredInB(row));
-        for (std::size_t cell = 0; cell < cellCount; ++cell)
-            if (page >> cell & 1)
-                add(row, cell * width / cellCount, (cell + 1) * width / cellCount);
-    }
-    return {static_cast<double>(sum), static_cast<double>(count)};
-}
-
-double pixelDifference(const FramePair& pair, const Examination& stretch, std::int64_t shift) {
-    return pixelDifferences(pair, stretch, shift, shift).mean();
-}
 
 /// A page that moved by a few rows only still shows most of its strokes where they were: they look like furniture, and
 /// what is left may fit elsewhere. So, with nothing but the bars left out of account, no such small shift may explain
@@ -253,23 +105,6 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
                 return true;
     }
     return false;
-}
-
-} // namespace
-
-namespace {
-
-/// The row at which the stretch's pixels differ least, from neighbour to neighbour: a candidate is the best of its
-/// place by signatures alone.
-std::int64_t exactShift(const FramePair& pair, const Examination& e) {
-    std::int64_t best = e.shift, from = 0;
-    while (best != from) {
-        from = best;
-        for (const std::int64_t shift : {from - 1, from + 1, from - 2, from + 2})
-            if (shift != 0 && pixelDifferences(pair, e, shift, best).isLessThan(pixelDifferences(pair, e, best, shift)))
-                best = shift;
-    }
-    return best;
 }
 
 /// A picture behind the page leaves at least so many blocks that stand still, however little of it shows.

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Orbelquist/ShiftProfile.hpp"
+
+#include <cstdint>
+#include <vector>
+
+namespace orbelquist {
+
+/// Shifts this close are one place: neighbours of the true shift agree nearly as well in soft content.
+inline constexpr std::int64_t onePlace = 3;
+
+/// The stretch of rows in which the page lies at a shift. `rows` is reused memory.
+Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::vector<RowAgreement>& rows);
+
+/// The stretches, without their rows, of all shifts but 0, at which equal frames are recognised apart; where more
+/// agrees than not, in some rows of each. By shift.
+std::vector<Stretch> stretchesOfAllShifts(const FramePair& pair);
+
+/// The best of all shifts, looked at in all rows: few enough to be examined on all pixels. Best first.
+std::vector<Stretch> candidates(const FramePair& pair);
+
+} // namespace orbelquist

@@ -1,0 +1,73 @@
+#include "Orbelquist/ExactShift.hpp"
+
+#include "Orbelquist/Kernels/SquaredDifference.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace orbelquist {
+
+namespace {
+
+/// In square levels.
+struct PixelDifference {
+    double sum = 0, count = 0;
+
+    double mean() const { return count == 0 ? std::numeric_limits<double>::max() : sum / count; }
+    /// By more than the noise of as many pixels would: its square varies by a part of sqrt(2 / count), here four times
+    /// that.
+    bool isLessThan(const PixelDifference& other) const {
+        return mean() * (1 + 4 * std::sqrt(2 / std::max(1.0, count))) < other.mean();
+    }
+};
+
+/// By how much the pixels of a stretch differ at a shift, in the rows that both frames show at
+/// another shift, too; without what stands behind the page. A stretch ends with a block, which may reach into a bar:
+/// the bar's edge would outweigh all of a pale page.
+PixelDifference pixelDifferences(const FramePair& pair, const Examination& stretch, std::int64_t shift,
+                                 std::int64_t otherShift) {
+    const auto width = static_cast<std::size_t>(pair.b().width);
+    std::int64_t first = stretch.first, last = stretch.last;
+    for (const std::int64_t s : {shift, otherShift}) {
+        const std::int64_t topBar = pair.furniture().topRows, bottomBar = pair.furniture().bottomRows;
+        first = std::max({first, pair.firstRow(s), topBar, topBar - s});
+        last = std::min({last, pair.lastRow(s), pair.b().height - bottomBar, pair.a().height - bottomBar - s});
+    }
+    std::uint64_t sum = 0, count = 0;
+    const auto add = [&](std::int64_t row, std::size_t begin, std::size_t end) {
+        sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, end - begin, 1);
+        count += end - begin;
+    };
+    for (std::int64_t row = first; row < last; ++row) {
+        if (!pair.hasBackdrop()) {
+            add(row, 1, width);
+            continue;
+        }
+        const CellMask page = ~(pair.ignoredInA(row + shift) | pair.ignoredInB(row));
+        for (std::size_t cell = 0; cell < cellCount; ++cell)
+            if (page >> cell & 1)
+                add(row, cell * width / cellCount, (cell + 1) * width / cellCount);
+    }
+    return {static_cast<double>(sum), static_cast<double>(count)};
+}
+
+} // namespace
+
+double pixelDifference(const FramePair& pair, const Examination& stretch, std::int64_t shift) {
+    return pixelDifferences(pair, stretch, shift, shift).mean();
+}
+
+std::int64_t exactShift(const FramePair& pair, const Examination& e) {
+    std::int64_t best = e.shift, from = 0;
+    while (best != from) {
+        from = best;
+        for (const std::int64_t shift : {from - 1, from + 1, from - 2, from + 2})
+            if (shift != 0 && pixelDifferences(pair, e, shift, best).isLessThan(pixelDifferences(pair, e, best, shift)))
+                best = shift;
+    }
+    return best;
+}
+
+} // namespace orbelquist
