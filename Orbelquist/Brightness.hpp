@@ -15,7 +15,7 @@ struct Dimming {
 /// parts. Nothing where they are the same, or where too much else differs for brightness to be all.
 std::optional<Dimming> dimmingBetween(const Frame& a, const Frame& b);
 
-/// What is left to the other direction.
+/// How the first one's follow from the second one's.
 Dimming inverse(const Dimming& dimming);
 
 /// The frame with other levels.

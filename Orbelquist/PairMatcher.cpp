@@ -161,7 +161,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
         }
     }
     const std::int64_t stroke = std::min(pair.a().height, pair.b().height) / strokesPerScreen;
-    if (held.empty() && likeliest) {
+    if (held.empty() && likeliest) { // it may hold after all if nothing else comes near
         const auto isRival = [&](const Examination& other) {
             return std::abs(other.shift - likeliest->shift) > stroke &&
                    (other.agreeing - other.against()) * 100 > likeliest->agreeing * negligible;
