@@ -206,7 +206,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
     }
     if (isRepeated(pair, *exact))
         return {.verdict = verdictOn(*exact, Kind::repeated, pair)};
-    if (mayHaveCrept(pair, *exact, std::max(onePlace, stroke)))
+    if (mayHaveCrept(pair, *exact, std::max(onePlace, 2 * stroke)))
         return {.verdict = verdictOn(*exact, Kind::crept, pair)};
 
     KSVVerdict verdict = verdictOn(*exact, Kind::matched, pair);

@@ -60,8 +60,6 @@ FramePair::FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance, Fur
 }
 
 FramePair FramePair::withBarsAlone() const {
-    if (hasBackdrop())
-        return *this;
     Furniture bars = furniture_;
     if (bars.topRows + bars.bottomRows < std::ssize(bars.cells))
         std::fill(bars.cells.begin() + bars.topRows, bars.cells.end() - bars.bottomRows, CellMask{0});

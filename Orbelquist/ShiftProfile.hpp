@@ -18,8 +18,8 @@ class FramePair {
 public:
     FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance);
 
-    /// The same frames, with the bars that stand still over their whole width as the only furniture; with a backdrop,
-    /// just the same.
+    /// The same frames, with the bars that stand still over their whole width as the only furniture, and no
+    /// backdrop.
     FramePair withBarsAlone() const;
 
     /// The same frames, as of a page that moves in front of a picture, seen with other frames of the run. What is equal
