@@ -101,7 +101,8 @@ def main(program, folder, count=1_000_000):
     work = drawn(belong, int(count)) + drawn(not_one + strangers(cases, len(not_one)), int(count))
     total, tags = collections.defaultdict(collections.Counter), collections.defaultdict(collections.Counter)
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
-        for done, verdicts in pool.map(functools.partial(judge, answers), work):
+        for done, verdicts in pool.map(functools.partial(judge, answers), drawn(work, len(work))):
+            print(done.upper.parent.parent.name, done.upper.name, done.lower.name, verdicts, file=sys.stderr, flush=True)
             for name, word in verdicts.items():
                 total[name][word] += 1
                 if done.offset is not None:
