@@ -147,7 +147,8 @@ void StitchRun::draw(StitchedGroup group) {
     const OutputFile output = outputs_.next(files_->path(earliest(group.group)), group.pictureSize.height);
     const auto target = targetSize(*group.alignment);
     if (!target) {
-        write(std::move(group), blend_.render(*group.alignment, false), output);
+        const UIImage recipe = blend_.render(*group.alignment, false);
+        write(std::move(group), recipe, output);
         return;
     }
     const Alignment alignment = *group.alignment;
