@@ -254,11 +254,11 @@ std::optional<KSVPatternPair> matchDimmed(const Frame& a, const Frame& b, const 
     const bool isOfA = dimming.factor <= 1;
     const Frame given = isOfA ? dimmed(a, dimming) : dimmed(b, inverse(dimming));
     const Frame &first = isOfA ? given : a, &second = isOfA ? b : given;
-    KSVPatternPair answer = matchAlike(first, second, {});
+    const FramePair pair(first, second, cellTolerance);
+    KSVPatternPair answer = match(pair, 0);
     if (answer.verdict.kind == KSVVerdict::Kind::sameView)
         return answer;
     std::vector<RowAgreement> rows;
-    const FramePair pair(first, second, cellTolerance);
     if (answer.verdict.kind != KSVVerdict::Kind::matched ||
         stretchAt(pair, answer.verdict.offset, rows).agreeing < answer.verdict.agreeing)
         return std::nullopt;
