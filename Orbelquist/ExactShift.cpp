@@ -31,9 +31,8 @@ PixelDifference pixelDifferences(const FramePair& pair, const Examination& stret
     const auto width = static_cast<std::size_t>(pair.b().width);
     std::int64_t first = stretch.first, last = stretch.last;
     for (const std::int64_t s : {shift, otherShift}) {
-        const std::int64_t topBar = pair.furniture().topRows, bottomBar = pair.furniture().bottomRows;
-        first = std::max({first, pair.firstRow(s), topBar, topBar - s});
-        last = std::min({last, pair.lastRow(s), pair.b().height - bottomBar, pair.a().height - bottomBar - s});
+        first = std::max(first, pair.firstPageRow(s));
+        last = std::min(last, pair.lastPageRow(s));
     }
     std::uint64_t sum = 0, count = 0;
     const auto add = [&](std::int64_t row, std::size_t begin, std::size_t end) {

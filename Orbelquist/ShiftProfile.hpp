@@ -42,6 +42,11 @@ public:
     /// The rows of the second frame that lie on the first: from `first` up to `last`.
     std::int64_t firstRow(std::int64_t shift) const { return shift < 0 ? -shift : 0; }
     std::int64_t lastRow(std::int64_t shift) const { return std::min(b_.height, a_.height - shift); }
+    /// Of these the rows that lie on no bar of either screen, likewise.
+    std::int64_t firstPageRow(std::int64_t shift) const {
+        return std::max({firstRow(shift), furniture_.topRows, furniture_.topRows - shift});
+    }
+    std::int64_t lastPageRow(std::int64_t shift) const { return lastRow(shift) - furniture_.bottomRows; }
 
     /// The frames laid over each other, without the furniture of either.
     BlockComparison::Layout layout(std::int64_t shift) const {

@@ -51,10 +51,7 @@ public:
         if (e_.agreeing == 0)
             return std::nullopt;
         e_.first = comparison_.rowOf(first_), e_.last = comparison_.endOf(last_ - 1);
-        const std::int64_t topBar = pair_.furniture().topRows,
-                           bottomBar = pair_.furniture().bottomRows; // on either screen
-        e_.pageRows = std::min({e_.last, layout().b.height - bottomBar, layout().a.height - bottomBar - e_.shift}) -
-                      std::max({e_.first, topBar, topBar - e_.shift});
+        e_.pageRows = std::min(e_.last, pair_.lastPageRow(e_.shift)) - std::max(e_.first, pair_.firstPageRow(e_.shift));
         e_.tolerance = static_cast<std::uint8_t>(losslessTolerance + toleranceOverNoise * std::min(noise(), noisiest));
         countInside();
         countEdge(true);
