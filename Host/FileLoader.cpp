@@ -78,11 +78,11 @@ private:
     std::int64_t next_ = 0;
 };
 
-/// An image of a file.
+/// An image of a file, whole or reduced.
 class FileLoader::Rows final : public platform::RowSource {
 public:
-    Rows(CGImage image, std::shared_ptr<FileLoader> loader, std::string id)
-        : image_(std::move(image)), loader_(std::move(loader)), id_(std::move(id)) {}
+    Rows(CGImage image, std::shared_ptr<FileLoader> loader, std::string id, bool isWhole = true)
+        : image_(std::move(image)), loader_(std::move(loader)), id_(std::move(id)), isWhole_(isWhole) {}
 
     std::int64_t width() const override { return image_.width(); }
     std::int64_t height() const override { return image_.height(); }
@@ -95,13 +95,20 @@ public:
             loader_->files_->drop(id_, rows.error());
             return rows;
         }
-        return std::make_unique<Reader>(std::move(*rows), loader_, id_, image_, loader_->reserve(id_, bytesOf(image_)));
+        const bool keeps = isWhole_ && loader_->reserve(id_, bytesOf(image_));
+        return std::make_unique<Reader>(std::move(*rows), loader_, id_, image_, keeps);
+    }
+
+    std::shared_ptr<const platform::RowSource> reduced(std::int64_t width, std::int64_t height) const override {
+        CGImage image = image_.reduced(width, height);
+        return image == image_ ? nullptr : std::make_shared<const Rows>(std::move(image), loader_, id_, false);
     }
 
 private:
     const CGImage image_;
     const std::shared_ptr<FileLoader> loader_;
     const std::string id_;
+    const bool isWhole_;
 };
 
 std::int64_t FileLoader::budget() {

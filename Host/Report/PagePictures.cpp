@@ -102,12 +102,13 @@ std::int64_t scaledHeight(std::int64_t width, std::int64_t height, std::int64_t 
 
 } // namespace
 
-std::expected<PagePicture, ImageError> pagePicture(const platform::CGImage& image, std::int64_t width) {
+std::expected<PagePicture, ImageError> pagePicture(const platform::CGImage& whole, std::int64_t width) {
+    const std::int64_t newWidth = std::min(width, whole.width());
+    const std::int64_t newHeight = scaledHeight(whole.width(), whole.height(), newWidth);
+    const platform::CGImage image = whole.reduced(2 * newWidth, 2 * newHeight);
     auto rows = image.reader();
     if (!rows)
         return std::unexpected(rows.error());
-    const std::int64_t newWidth = std::min(width, image.width());
-    const std::int64_t newHeight = scaledHeight(image.width(), image.height(), newWidth);
     PictureEncoder encoder(newWidth, newHeight, image.colorSpace());
     platform::Resampler resampler(image.width(), image.height(), newWidth, newHeight,
                                   [&](std::int64_t, const std::uint8_t* row) { encoder.write(row); });
@@ -120,7 +121,7 @@ std::expected<PagePicture, ImageError> pagePicture(const platform::CGImage& imag
     }
     auto picture = std::move(encoder).finish();
     if (picture)
-        picture->rows = image.height();
+        picture->rows = whole.height();
     return picture;
 }
 

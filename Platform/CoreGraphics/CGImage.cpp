@@ -72,6 +72,11 @@ std::expected<CGImage, ImageError> CGImage::decoded() const {
     return CGImage(std::move(pixels), opaque(), colorSpace());
 }
 
+CGImage CGImage::reduced(std::int64_t width, std::int64_t height) const {
+    auto source = source_->reduced(width, height);
+    return source ? CGImage(std::move(source)) : *this;
+}
+
 std::expected<CGImage, ImageError> CGImage::cropped(const CGRect& rect) const {
     const auto whole = decoded();
     if (!whole)

@@ -38,6 +38,10 @@ public:
     virtual bool opaque() const = 0;
     virtual CGColorSpace colorSpace() const = 0;
     virtual std::expected<std::unique_ptr<RowReader>, ImageError> reader() const = 0;
+    /// The same picture with fewer pixels, at least `width` by `height`, where decoding them is cheaper; else null.
+    virtual std::shared_ptr<const RowSource> reduced(std::int64_t /*width*/, std::int64_t /*height*/) const {
+        return nullptr;
+    }
 };
 
 /// An immutable image: resident in memory, or backed by an encoded file and decoded as its rows are asked for.
@@ -61,6 +65,9 @@ public:
 
     /// This image, resident: itself where it is already, else decoded whole.
     std::expected<CGImage, ImageError> decoded() const;
+
+    /// This image with as few pixels as its file is decoded to cheaply, at least `width` by `height`; else itself.
+    CGImage reduced(std::int64_t width, std::int64_t height) const;
 
     /// The part within `rect`, in pixels from the upper left corner and cut off at the image's edges, resident.
     std::expected<CGImage, ImageError> cropped(const CGRect& rect) const;

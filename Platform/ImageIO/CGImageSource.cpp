@@ -23,8 +23,8 @@ namespace {
 std::optional<ImageFormat> formatOfBrands(const InputFile& file) {
     std::array<char, 256> start = {};
     const auto count = file.read(0, std::as_writable_bytes(std::span(start)));
-    const auto length = static_cast<std::size_t>(static_cast<unsigned char>(start[2]) << 8 |
-                                                 static_cast<unsigned char>(start[3]));
+    const auto length =
+        static_cast<std::size_t>(static_cast<unsigned char>(start[2]) << 8 | static_cast<unsigned char>(start[3]));
     const std::size_t end = count ? std::min(*count, length) : 0;
     std::optional<ImageFormat> format;
     for (std::size_t at = 8; at + 4 <= end; at += at == 8 ? 8 : 4) {
@@ -98,24 +98,42 @@ const ImageProperties& CGImageSource::properties() const {
     return state_->description.properties;
 }
 
+/// The stored pixels of a file, or of a picture `divisor` times smaller.
+class CGImageSource::Rows final : public RowSource {
+public:
+    explicit Rows(std::shared_ptr<const State> file, int divisor = 1) : file_(std::move(file)), divisor_(divisor) {}
+
+    std::int64_t width() const override { return reducedBy(divisor_, file_->description.properties.width); }
+    std::int64_t height() const override { return reducedBy(divisor_, file_->description.properties.height); }
+    bool opaque() const override { return file_->description.properties.opaque; }
+    CGColorSpace colorSpace() const override { return file_->description.colorSpace; }
+
+    std::expected<std::unique_ptr<RowReader>, ImageError> reader() const override {
+        auto file = InputFile::open(file_->file, file_->identity);
+        if (!file)
+            return std::unexpected(file.error());
+        return divisor_ == 1 ? codec().reader(std::move(*file), file_->description, file_->limits)
+                             : codec().reducedReader(std::move(*file), divisor_, file_->limits);
+    }
+
+    std::shared_ptr<const RowSource> reduced(std::int64_t width, std::int64_t height) const override {
+        const ImageProperties& properties = file_->description.properties;
+        int divisor = codec().reducedReader ? 8 : 1;
+        while (divisor > 1 &&
+               (reducedBy(divisor, properties.width) < width || reducedBy(divisor, properties.height) < height))
+            divisor /= 2;
+        return divisor == 1 ? nullptr : std::make_shared<const Rows>(file_, divisor);
+    }
+
+private:
+    static std::int64_t reducedBy(int divisor, std::int64_t length) { return (length + divisor - 1) / divisor; }
+    const ImageCodec& codec() const { return codecOf(file_->description.properties.format); }
+
+    const std::shared_ptr<const State> file_;
+    const int divisor_;
+};
+
 CGImage CGImageSource::image() const {
-    struct Rows final : RowSource {
-        explicit Rows(std::shared_ptr<const State> file) : state(std::move(file)) {}
-        const std::shared_ptr<const State> state;
-
-        std::int64_t width() const override { return state->description.properties.width; }
-        std::int64_t height() const override { return state->description.properties.height; }
-        bool opaque() const override { return state->description.properties.opaque; }
-        CGColorSpace colorSpace() const override { return state->description.colorSpace; }
-
-        std::expected<std::unique_ptr<RowReader>, ImageError> reader() const override {
-            auto file = InputFile::open(state->file, state->identity);
-            if (!file)
-                return std::unexpected(file.error());
-            const ImageCodec& codec = codecOf(state->description.properties.format);
-            return codec.reader(std::move(*file), state->description, state->limits);
-        }
-    };
     return CGImage(std::make_shared<const Rows>(state_));
 }
 

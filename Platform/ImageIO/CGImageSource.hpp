@@ -46,6 +46,7 @@ public:
 
 private:
     struct State;
+    class Rows;
     explicit CGImageSource(std::shared_ptr<const State> state) : state_(std::move(state)) {}
     std::shared_ptr<const State> state_;
 };

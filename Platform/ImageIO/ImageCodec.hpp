@@ -23,6 +23,9 @@ struct ImageCodec {
                                                                              const EncodeOptions& options);
     std::int64_t maxHeight; ///< of pictures that are written, and their greatest width
     int bytesPerPixel = 0;  ///< that encoding takes at once, about; 0: it is done row by row
+    /// Reads the picture `divisor` (1, 2, 4 or 8) times smaller along both axes, rounded up, for less work.
+    std::expected<std::unique_ptr<RowReader>, ImageError> (*reducedReader)(InputFile file, int divisor,
+                                                                           const ImageLimits& limits) = nullptr;
 };
 
 extern const ImageCodec pngCodec;

@@ -9,6 +9,8 @@ namespace platform::jpeg {
 std::expected<ImageDescription, ImageError> inspect(InputFile file, const ImageLimits& limits);
 std::expected<std::unique_ptr<RowReader>, ImageError> reader(InputFile file, const ImageDescription& description,
                                                              const ImageLimits& limits);
+std::expected<std::unique_ptr<RowReader>, ImageError> reducedReader(InputFile file, int divisor,
+                                                                    const ImageLimits& limits);
 
 /// 4:4:4, as text wants it; transparency is dropped.
 std::expected<std::unique_ptr<CGImageDestination>, ImageError> writer(ByteSink& sink, const ImageHeader& header,

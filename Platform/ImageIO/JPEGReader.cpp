@@ -155,11 +155,13 @@ class Reader final : public RowReader {
 public:
     explicit Reader(std::unique_ptr<Decoder> decoder) : decoder_(std::move(decoder)) {}
 
-    std::expected<void, ImageError> begin() {
+    std::expected<void, ImageError> begin(int divisor) {
         auto& info = decoder_->info();
         const bool begun = decoder_->run([&] {
             const bool isCMYK = info.jpeg_color_space == JCS_CMYK || info.jpeg_color_space == JCS_YCCK;
             info.out_color_space = isCMYK ? JCS_CMYK : JCS_EXT_RGBA;
+            info.scale_num = 1;
+            info.scale_denom = static_cast<unsigned>(divisor);
             jpeg_start_decompress(&info);
         });
         return answer(begun);
@@ -228,11 +230,16 @@ std::expected<ImageDescription, ImageError> inspect(InputFile file, const ImageL
 
 std::expected<std::unique_ptr<RowReader>, ImageError> reader(InputFile file, const ImageDescription&,
                                                              const ImageLimits& limits) {
+    return reducedReader(std::move(file), 1, limits);
+}
+
+std::expected<std::unique_ptr<RowReader>, ImageError> reducedReader(InputFile file, int divisor,
+                                                                    const ImageLimits& limits) {
     auto decoder = std::make_unique<Decoder>(std::move(file), limits);
     if (!decoder->readHeader())
         return std::unexpected(decoder->error());
     auto reader = std::make_unique<Reader>(std::move(decoder));
-    if (auto begun = reader->begin(); !begun)
+    if (auto begun = reader->begin(divisor); !begun)
         return std::unexpected(begun.error());
     return reader;
 }
@@ -241,6 +248,10 @@ std::expected<std::unique_ptr<RowReader>, ImageError> reader(InputFile file, con
 
 namespace platform {
 
-const ImageCodec jpegCodec{jpeg::inspect, jpeg::reader, jpeg::writer, 65'500};
+const ImageCodec jpegCodec{.inspect = jpeg::inspect,
+                           .reader = jpeg::reader,
+                           .writer = jpeg::writer,
+                           .maxHeight = 65'500,
+                           .reducedReader = jpeg::reducedReader};
 
 } // namespace platform

@@ -92,7 +92,10 @@ std::expected<void, ImageError> UIGraphicsImageContext::draw(const UIImage& imag
                                   });
         }
     }
-    auto bitmap = image.cgImage() ? std::expected<CGImage, ImageError>(*image.cgImage())
+    // Decoded smaller where that leaves twice as many pixels each way as will show: the resampler makes the rest.
+    const bool isTurned = isQuarterTurn(image.imageOrientation());
+    const std::int64_t across = 2 * (isTurned ? height : width), down = 2 * (isTurned ? width : height);
+    auto bitmap = image.cgImage() ? std::expected<CGImage, ImageError>(image.cgImage()->reduced(across, down))
                                   : CIContext().createCGImage(*image.ciImage(), image.ciImage()->extent());
     if (bitmap)
         bitmap = uprightImage(*bitmap, image.imageOrientation());

@@ -265,7 +265,7 @@ TEST_F(LibraryTest, AWatchImportsAndFilesWhatArrives) {
     fs::copy_file(examples / "unrelated" / "Screenshot_20260301-201500.png", inbox / "Draft.png");
     const std::string bytes = platform::contentOf(shots[0]);
     platform::writeFile(inbox / shots[0].filename(), bytes.substr(0, bytes.size() / 2));
-    for (const std::size_t i : {1, 2, 3})
+    for (const auto i : {1u, 2u, 3u})
         fs::copy_file(shots[i], inbox / shots[i].filename());
     platform::writeFile(inbox / shots[0].filename(), bytes);
     EXPECT_TRUE(becomes("groups", "4 of 390 x 844   filed"));

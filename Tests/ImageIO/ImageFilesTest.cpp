@@ -237,6 +237,38 @@ TEST(ImageFiles, AFormatSaysBeforehandWhatItCannotHold) {
     }
 }
 
+TEST(ImageFiles, AJPEGIsDecodedSmallerWhereFewerPixelsWillDo) {
+    constexpr std::int64_t width = 333, height = 250;
+    const CGImage waves = imageOf(width, height, [](std::int64_t x, std::int64_t y) {
+        const auto wave = [](double phase) { return static_cast<std::uint32_t>(128 + 100 * std::sin(phase)); };
+        return wave(static_cast<double>(x) / 25) << 24 | wave(static_cast<double>(y) / 25) << 16 | 255;
+    });
+    const TemporaryFolder folder;
+    const auto jpeg = folder / "waves.jpg", png = folder / "waves.png";
+    writeFile(jpeg, encoded(waves, ImageFormat::jpeg));
+    writeFile(png, encoded(waves, ImageFormat::png));
+
+    struct Case {
+        std::int64_t width, height, divisor;
+    };
+    const CGImage whole = CGImageSource::open(jpeg).value().image();
+    for (const auto& [least, leastDown, divisor] :
+         {Case{1, 1, 8}, Case{42, 32, 8}, Case{42, 33, 4}, Case{84, 2, 4}, Case{167, 125, 2}, Case{168, 2, 1}}) {
+        const CGImage reduced = whole.reduced(least, leastDown);
+        ASSERT_EQ(reduced.width(), (width + divisor - 1) / divisor);
+        ASSERT_EQ(reduced.height(), (height + divisor - 1) / divisor);
+        const CGImage pixels = reduced.decoded().value();
+        for (std::int64_t y = 0; y < height / divisor; ++y)
+            for (std::int64_t x = 0; x < width / divisor; ++x) { // as bright as what is in the middle of what it covers
+                const std::uint8_t* middle =
+                    waves.pixels()->row(y * divisor + divisor / 2) + 4 * (x * divisor + divisor / 2);
+                ASSERT_NEAR(pixels.pixels()->row(y)[4 * x], middle[0], 6) << divisor << ": " << x << ' ' << y;
+                ASSERT_NEAR(pixels.pixels()->row(y)[4 * x + 1], middle[1], 6) << divisor << ": " << x << ' ' << y;
+            }
+    }
+    EXPECT_EQ(CGImageSource::open(png).value().image().reduced(1, 1).width(), width);
+}
+
 TEST(UprightImage, TurnsAllEightWays) {
     // 3 x 2, pixels numbered from 1:  1 2 3 / 4 5 6
     const CGImage stored =
