@@ -35,7 +35,8 @@ constexpr std::int64_t secondWithinStroke = 90;
 
 /// Where so many bands of the screen, the height of a toolbar, are left out of account as bars of one frame or as
 /// regions that change, no other place may have more than this part, in percent, of the agreement, even one that is
-/// contradicted, by less than agrees there: what changes there may be such a region, too.
+/// contradicted, by less than agrees there, or half of that where this one agrees over much of the screen: what
+/// changes there may be such a region, too.
 constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
 
 /// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all
@@ -194,10 +195,11 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
         return {.verdict = verdict};
     }
     const bool isMuchLeftOut = exact->barBands + exact->regionBands >= muchLeftOut;
+    const std::int64_t price = exact->agreeingBands >= manyBands ? 2 : 1;
     const auto mayBeIt = [&](const Examination& other) {
         return other.atBest() > exact->agreeing || (other.against() == 0 && !isWithinStroke(other) && isRival(other)) ||
                (isMuchLeftOut && !isWithinStroke(other) &&
-                (other.agreeing - other.against()) * 100 > exact->agreeing * secondWhereMuchIsLeftOut);
+                (other.agreeing - price * other.against()) * 100 > exact->agreeing * secondWhereMuchIsLeftOut);
     };
     if (const auto other = std::ranges::find_if(refused, mayBeIt); other != refused.end()) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);

@@ -29,10 +29,12 @@ constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // le
 constexpr std::int64_t leastRows = 12, leastAgreeing = 10, noDoubtBelow = 50;
 /// A single line of text is no higher than one of so many parts of the screen.
 constexpr std::int64_t lineShare = 24;
-/// Bands of a sixth of the screen: what agrees in so many is more than a few lines that occur twice.
-constexpr std::int64_t manyBands = 16;
-/// Where lines over all of that agree, one block of so many may have changed meanwhile: a price, a count.
-constexpr std::int64_t changedShare = 9;
+/// Where nothing else agrees nearly as much, and this does over one of so many parts of the screen, one block of so
+/// many may have changed meanwhile: a price, a count. More may where all that changed lies together.
+constexpr std::int64_t changedScreenShare = 6, changedShare = 9, changedTogetherShare = 6;
+/// Blocks of bars for each that agrees, at most. Two bars of glass take more of a screen than a small overlap does; that
+/// counts once what agrees is more than chance.
+constexpr std::int64_t mostBars = 4, mostBarsBeyondDoubt = 12;
 
 class Verification {
 public:
@@ -141,6 +143,16 @@ private:
         }
     }
 
+    /// Whether bands are a bar that only the frame shows which ends there: they reach no further in than one may, and
+    /// nothing between them and the overlap's edge is the page.
+    bool isLoneBar(std::size_t begin, std::size_t end) const {
+        const auto agrees = [](const Band& band) { return band.count(Block::alike) > 0; };
+        return (isInZone(end - 1, edgeIsOfSecond(true), true) &&
+                std::none_of(bands_.begin(), bands_.begin() + static_cast<std::ptrdiff_t>(begin), agrees)) ||
+               (isInZone(begin, edgeIsOfSecond(false), false) &&
+                std::none_of(bands_.begin() + static_cast<std::ptrdiff_t>(end), bands_.end(), agrees));
+    }
+
     /// Takes out of account what changes all through: many bands in a row that are covered over most of their width.
     void findRegions() {
         for (std::size_t i = 0; i < bands_.size(); ++i) {
@@ -150,6 +162,8 @@ private:
             if (end - begin < leastRegion)
                 continue;
             e_.regionBands += static_cast<std::int64_t>(end - begin);
+            if (!isLoneBar(begin, end))
+                e_.filmBands += static_cast<std::int64_t>(end - begin);
             begin -= begin > 0 && bands_[begin - 1].against() > 0; // half region, half page
             end += end < bands_.size() && bands_[end].against() > 0;
             std::fill(bands_.begin() + static_cast<std::ptrdiff_t>(begin),
@@ -311,39 +325,65 @@ std::optional<Examination> examine(const FramePair& pair, std::int64_t shift) {
     return Verification(pair, shift).result();
 }
 
-bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
-    // Enough is seen: a few letters, over a quarter of a line of text.
-    const std::int64_t height = std::min(pair.a().height, pair.b().height);
+namespace {
+
+/// A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
+std::int64_t weightOf(const Examination& e) {
+    return std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
+}
+
+/// A few letters, over a quarter of a line of text; no more than that is nothing if anything contradicts.
+bool isEnough(const Examination& e, std::int64_t height) {
     if (e.agreeing < leastAgreeing || e.pageRows < std::max(leastRows, height / (2 * bandsPerScreen)))
         return false;
-    // A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
-    const std::int64_t weight = std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
-    if (weight == 0 && (e.inside.all() + e.overlay.all() > 0 || e.unclear * 4 > e.agreeing))
-        return false;
-    if (weight == 0 && (e.last - e.first) * lineShare <= height && e.edge.shapes + e.beyond.shapes > 1)
-        return false;
-    // A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than
-    // a line or two are the page for certain or there are many lines; hardly anything contradicts.
-    if (pair.hasBackdrop() &&
-        (!isAlone || (e.certain <= noDoubtBelow && e.agreeingBands < manyBands) || e.against() * 4 > e.agreeing ||
-         e.unclear > e.agreeing || e.unclear > 4 * pair.blocksOfBackdrop()))
-        return false;
-    // Other text at the same place is no page that moved: next to none in the stretch, little outside.
+    if (weightOf(e) > 0)
+        return true;
+    const bool isLine = (e.last - e.first) * lineShare <= height;
+    return e.inside.all() + e.overlay.all() == 0 && e.unclear * 4 <= e.agreeing &&
+           !(isLine && e.edge.shapes + e.beyond.shapes > 1);
+}
+
+/// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
+/// line or two are the page for certain or there are many lines; hardly anything contradicts.
+bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
+    return isAlone && (e.certain > noDoubtBelow || e.agreeingBands >= manyBands) && e.against() * 4 <= e.agreeing &&
+           e.unclear <= e.agreeing && e.unclear <= 4 * pair.blocksOfBackdrop();
+}
+
+/// Other text at the same place is no page that moved: next to none in the stretch, little outside.
+bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
-    const bool mayHaveChanged = isAlone && e.agreeingBands >= manyBands && shapes * changedShare <= e.agreeing;
-    if (shapes * 12 > std::max<std::int64_t>(0, weight - 16) && !mayHaveChanged)
-        return false;
-    if ((e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing)
-        return false;
-    // Bars and overlays that are not known as such may take half as much as agrees, and little amid it.
+    const bool liesTogether = e.overlay.all() == e.against();
+    const bool mayHaveChanged = isAlone && (e.last - e.first) * changedScreenShare >= height &&
+                                shapes * (liesTogether ? changedTogetherShare : changedShare) <= e.agreeing;
+    return (shapes * 12 > std::max<std::int64_t>(0, weightOf(e) - 16) && !mayHaveChanged) ||
+           (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing;
+}
+
+/// Bars and overlays that are not known as such may take half as much as agrees, and little amid it.
+bool isCoveredLittle(const Examination& e) {
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
-    if (covered * (weight > 0 ? 2 : 5) > e.agreeing || e.inside.covered * 4 > e.agreeing)
+    return covered * (weightOf(e) > 0 ? 2 : 5) <= e.agreeing && e.inside.covered * 4 <= e.agreeing;
+}
+
+/// What is left out of account is not much more than what agrees.
+bool isLeftOutLittle(const Examination& e) {
+    if (e.agreeing < 40)
+        return e.bar * 4 <= e.agreeing && e.barBands == 0 && e.regionBands == 0;
+    if (e.bar > (weightOf(e) > 0 ? mostBarsBeyondDoubt : mostBars) * e.agreeing)
         return false;
-    if (e.agreeing < 40 ? e.bar * 4 > e.agreeing || e.barBands > 0 : e.bar > 4 * e.agreeing)
+    if (e.regionBands > 0 && e.agreeing * 2 < 120 + 3 * e.regionBands)
         return false;
-    return e.regionBands == 0 || (e.agreeingBands >= manyBands && e.agreeing * 2 >= 120 + 3 * e.regionBands &&
-                                  e.regionBands * 2 <= e.agreeingBands * 5);
+    return e.filmBands == 0 || (e.agreeingBands >= manyBands && e.filmBands * 2 <= e.agreeingBands * 5);
+}
+
+} // namespace
+
+bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
+    const std::int64_t height = std::min(pair.a().height, pair.b().height);
+    return isEnough(e, height) && (!pair.hasBackdrop() || isBeforeBackdrop(e, pair, isAlone)) &&
+           !isOtherText(e, height, isAlone) && isCoveredLittle(e) && isLeftOutLittle(e);
 }
 
 } // namespace orbelquist

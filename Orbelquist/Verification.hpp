@@ -7,6 +7,9 @@
 
 namespace orbelquist {
 
+/// Bands of a sixth of the screen: what agrees in so many is more than a few lines that occur twice.
+inline constexpr std::int64_t manyBands = 16;
+
 /// A shift examined on all pixels, block by block. Rows are those of the second frame.
 struct Examination {
     std::int64_t shift = 0;
@@ -33,6 +36,7 @@ struct Examination {
     std::int64_t bar = 0;         ///< blocks outside that a bar explains
     std::int64_t barBands = 0;    ///< bands of bars that only one of the frames shows
     std::int64_t regionBands = 0; ///< bands of regions that change all through
+    std::int64_t filmBands = 0;   ///< of these, where no bar may be
 
     /// Blocks that contradict and belong to no bar.
     std::int64_t against() const { return inside.all() + overlay.all() + edge.all() + beyond.all(); }
@@ -48,8 +52,8 @@ struct Examination {
 /// Nothing where nothing speaks for the shift.
 std::optional<Examination> examine(const FramePair& pair, std::int64_t shift);
 
-/// Whether what was seen leaves no doubt but for other shifts that hold as well. Where nothing agrees nearly as much at any
-/// other shift, values may have changed while the page was scrolled.
+/// Whether what was seen leaves no doubt but for other shifts that hold as well. Where nothing agrees nearly as much at
+/// any other shift, values may have changed while the page was scrolled.
 bool holds(const Examination& examination, const FramePair& pair, bool isAlone = false);
 
 } // namespace orbelquist
