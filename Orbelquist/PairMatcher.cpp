@@ -8,9 +8,11 @@
 #include "Orbelquist/Verification.hpp"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdlib>
 #include <limits>
+#include <numeric>
 #include <span>
 #include <vector>
 
@@ -108,23 +110,36 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
     return false;
 }
 
-/// A picture behind the page leaves at least so many blocks that stand still, however little of it shows.
-constexpr std::int64_t leastBackdrop = 16;
 /// Only where like blocks differ by so much of their variance does it help to soften the frames: by half a row or more.
 constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks.
 constexpr std::int64_t leastSoftAgreement = 100;
 
-/// Blocks between the bars, which may take a sixth of the screen each, that stand still: edges or patterns of what the
-/// page may move in front of.
+/// Bars may take this part of the screen each.
+constexpr std::int64_t tallestBar = 6;
+
+/// Blocks between the bars that stand still: edges or patterns of what the page may move in front of.
 std::int64_t blocksOfBackdrop(const FramePair& pair) {
-    constexpr std::int64_t tallestBar = 6;
     const std::int64_t height = std::min(pair.a().height, pair.b().height), bar = height / tallestBar;
     BlockComparison unmoved({pair.a(), pair.b(), 0, bar, height - bar, {}, {}, {}, {}});
     std::int64_t still = 0;
     for (const Band& band : unmoved.bands())
         still += band.count(Block::alike) + band.count(Block::lines);
     return still;
+}
+
+/// Whether a picture without edges may lie behind the page: between the bars no one level, give or take what coding
+/// does to it, takes two fifths of the screen, as that of paper does.
+bool isUneven(const Frame& frame) {
+    std::array<std::int64_t, 256 + cellTolerance> cells = {};
+    const std::int64_t first = frame.height / tallestBar, last = frame.height - first;
+    for (std::int64_t y = first; y < last; ++y)
+        for (const std::uint8_t level : frame.signature[static_cast<std::size_t>(y)])
+            ++cells[level];
+    std::int64_t most = 0;
+    for (auto level = cells.begin(); level + cellTolerance < cells.end(); ++level)
+        most = std::max(most, std::accumulate(level, level + cellTolerance + 1, std::int64_t{0}));
+    return most * 5 < (last - first) * cellCount * 2;
 }
 
 KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePair& pair) {
@@ -238,7 +253,8 @@ KSVPatternPair matchAlike(const Frame& a, const Frame& b, std::span<const Frame*
     };
     if (!isRefused(sharp))
         return sharp;
-    if (const std::int64_t blocks = blocksOfBackdrop(pair); blocks >= leastBackdrop)
+    const std::int64_t blocks = blocksOfBackdrop(pair);
+    if (blocks >= leastBackdrop || sharp.verdict.agreeing > noDoubtBelow || (isUneven(a) && isUneven(b)))
         if (KSVPatternPair before = match(pair.withBackdrop(neighbours, blocks), 0); !isRefused(before))
             return before;
     const Frame softA = softened(a), softB = softened(b);

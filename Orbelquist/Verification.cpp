@@ -24,16 +24,15 @@ constexpr int leastStill = 2;
 /// The tolerance of equal pixels over what three quarters of the edge pixels stay within.
 constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // levels
 
-/// Fewer blocks than these are chance; up to so many may be a line that occurs twice, so that nothing else may
-/// contradict.
-constexpr std::int64_t leastRows = 12, leastAgreeing = 10, noDoubtBelow = 50;
+/// Fewer rows and blocks than these are chance.
+constexpr std::int64_t leastRows = 12, leastAgreeing = 10;
 /// A single line of text is no higher than one of so many parts of the screen.
 constexpr std::int64_t lineShare = 24;
 /// Where nothing else agrees nearly as much, and this does over one of so many parts of the screen, one block of so
 /// many may have changed meanwhile: a price, a count. More may where all that changed lies together.
 constexpr std::int64_t changedScreenShare = 6, changedShare = 9, changedTogetherShare = 6;
-/// Blocks of bars for each that agrees, at most. Two bars of glass take more of a screen than a small overlap does; that
-/// counts once what agrees is more than chance.
+/// Blocks of bars for each that agrees, at most. Two bars of glass take more of a screen than a small overlap does;
+/// that counts once what agrees is more than chance.
 constexpr std::int64_t mostBars = 4, mostBarsBeyondDoubt = 12;
 
 class Verification {
@@ -344,10 +343,14 @@ bool isEnough(const Examination& e, std::int64_t height) {
 }
 
 /// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
-/// line or two are the page for certain or there are many lines; hardly anything contradicts.
+/// line or two are the page for certain, or there are many lines that hardly anything contradicts.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
-    return isAlone && (e.certain > noDoubtBelow || e.agreeingBands >= manyBands) && e.against() * 4 <= e.agreeing &&
-           e.unclear <= e.agreeing && e.unclear <= 4 * pair.blocksOfBackdrop();
+    if (!isAlone || e.against() * 4 > e.agreeing)
+        return false;
+    if (e.certain >= noDoubtBelow)
+        return e.unclear <= 2 * e.agreeing;
+    return pair.blocksOfBackdrop() >= leastBackdrop && e.agreeingBands >= manyBands && e.unclear <= e.agreeing &&
+           e.against() * 12 <= e.agreeing;
 }
 
 /// Other text at the same place is no page that moved: next to none in the stretch, little outside.
@@ -367,10 +370,14 @@ bool isCoveredLittle(const Examination& e) {
     return covered * (weightOf(e) > 0 ? 2 : 5) <= e.agreeing && e.inside.covered * 4 <= e.agreeing;
 }
 
-/// What is left out of account is not much more than what agrees.
-bool isLeftOutLittle(const Examination& e) {
-    if (e.agreeing < 40)
-        return e.bar * 4 <= e.agreeing && e.barBands == 0 && e.regionBands == 0;
+/// What is left out of account is not much more than what agrees. A line or two beside a bar that only one frame shows
+/// are enough if nothing else speaks against them or for another place.
+bool isLeftOutLittle(const Examination& e, bool isAlone) {
+    if (e.agreeing < 40) {
+        const bool isPlain = isAlone && e.against() == 0 && e.agreeing * 2 >= noDoubtBelow;
+        return e.bar * 4 <= e.agreeing && e.regionBands == 0 &&
+               (e.barBands == 0 || (isPlain && e.barBands * 2 <= e.agreeing));
+    }
     if (e.bar > (weightOf(e) > 0 ? mostBarsBeyondDoubt : mostBars) * e.agreeing)
         return false;
     if (e.regionBands > 0 && e.agreeing * 2 < 120 + 3 * e.regionBands)
@@ -383,7 +390,7 @@ bool isLeftOutLittle(const Examination& e) {
 bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
     const std::int64_t height = std::min(pair.a().height, pair.b().height);
     return isEnough(e, height) && (!pair.hasBackdrop() || isBeforeBackdrop(e, pair, isAlone)) &&
-           !isOtherText(e, height, isAlone) && isCoveredLittle(e) && isLeftOutLittle(e);
+           !isOtherText(e, height, isAlone) && isCoveredLittle(e) && isLeftOutLittle(e, isAlone);
 }
 
 } // namespace orbelquist
