@@ -1,10 +1,9 @@
 #include "Platform/ImageIO/PNGBand.hpp"
 
 #include "Platform/CoreGraphics/Premultiplication.hpp"
+#include "Platform/ImageIO/DeflateState.hpp"
 #include "Platform/ImageIO/RunDeflate.hpp"
 #include "Platform/ImageIO/SmallDeflate.hpp"
-
-#include <isa-l/igzip_lib.h>
 
 #include <algorithm>
 #include <cstring>
@@ -30,8 +29,10 @@ bool deflateAtOnce(std::span<const std::uint8_t> bytes, std::uint32_t level, int
     memory.resize(deflaterBytes);
     const std::size_t most = bytes.size() + bytes.size() / 1000 + 1000; // a stored block is little more than its bytes
     result.memory.resize(std::max(result.memory.size(), most));
-    isal_zstream stream;
+    DeflateState state;
+    isal_zstream& stream = state.stream();
     isal_deflate_stateless_init(&stream);
+    stream.hist_bits = 0; // left as it was
     stream.level = level;
     stream.level_buf = memory.data();
     stream.level_buf_size = static_cast<std::uint32_t>(memory.size());
