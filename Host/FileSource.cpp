@@ -48,9 +48,7 @@ std::expected<OpenedFile, ImageError> openFile(const fs::path& path) {
             ImageError{ImageError::Code::readFailed, (read ? file.error() : read.error()).message()});
     hash.add(&date.timeIntervalSinceReferenceDate, sizeof(double));
 
-    velmorant::PixelSize size{properties.width, properties.height, 1};
-    if (isQuarterTurn(properties.orientation))
-        std::swap(size.width, size.height);
+    const velmorant::PixelSize size{properties.uprightWidth(), properties.uprightHeight(), 1};
     const StitchableItem item(hash.hex(), date, size, StitchableItem::ItemType::unstitched);
     return OpenedFile{{path, item, std::move(*image)}, file->identity()};
 }

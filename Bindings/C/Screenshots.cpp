@@ -71,9 +71,7 @@ std::expected<void, Error> Screenshots::addFile(const std::filesystem::path& fil
     if (!source)
         return std::unexpected(readError(file.native(), source.error()));
     const platform::ImageProperties& properties = source->properties();
-    velmorant::PixelSize size{properties.width, properties.height, 1};
-    if (isQuarterTurn(properties.orientation))
-        std::swap(size.width, size.height);
+    const velmorant::PixelSize size{properties.uprightWidth(), properties.uprightHeight(), 1};
     auto date = properties.captureDate;
     if (!date)
         date = platform::captureDateFromFileName(file.filename().native());

@@ -12,9 +12,7 @@ FolderSource::FolderSource(const std::filesystem::path& folder) {
         if (!image)
             continue;
         const platform::ImageProperties& properties = image->properties();
-        velmorant::PixelSize size{properties.width, properties.height, 1};
-        if (isQuarterTurn(properties.orientation))
-            std::swap(size.width, size.height);
+        const velmorant::PixelSize size{properties.uprightWidth(), properties.uprightHeight(), 1};
 
         auto taken = properties.captureDate;
         if (!taken)

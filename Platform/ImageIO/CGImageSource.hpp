@@ -26,6 +26,9 @@ struct ImageProperties {
     std::optional<DateComponents> captureDate; ///< from metadata; local time unless it says its zone
     std::string software;                      ///< from metadata; who wrote the file
     bool fromCamera = false;                   ///< metadata name a camera's exposure
+
+    std::int64_t uprightWidth() const { return isQuarterTurn(orientation) ? height : width; }
+    std::int64_t uprightHeight() const { return isQuarterTurn(orientation) ? width : height; }
 };
 
 /// An image file: its properties, and its pixels decoded on demand. The type is told by content, never by name. Only

@@ -168,11 +168,8 @@ PHAssetCreationRequest::creationRequestForAssetFromImageAtFileURL(const fs::path
     addCreation(asset, [=]() -> Drawn {
         if (!source)
             return std::unexpected(badImage(file, source.error()));
-        const ImageProperties& properties = source->properties();
-        asset->pixelWidth = properties.width;
-        asset->pixelHeight = properties.height;
-        if (isQuarterTurn(properties.orientation))
-            std::swap(asset->pixelWidth, asset->pixelHeight);
+        asset->pixelWidth = source->properties().uprightWidth();
+        asset->pixelHeight = source->properties().uprightHeight();
         return draftOf(ending, [&](ByteSink& sink) { return copy(file, sink); });
     });
     return std::shared_ptr<PHAssetCreationRequest>(new PHAssetCreationRequest(asset));
