@@ -138,7 +138,7 @@ Filed Filing::file(const Group& group) {
     Filed filed;
     for (;;) {
         const auto files = AssetSource::make(rest.items());
-        const auto loader = FileLoader::make(files);
+        const auto loader = std::make_shared<FileLoader>(files);
         velmorant::OpenCVAligner aligner(loader, cache_, std::make_shared<ConsoleLog>(velmorant::LogStoreType::fault));
         auto result = awaited<velmorant::Aligner::Result>([&](auto done) {
             aligner.alignment(rest, platform::DispatchQueue::global(), platform::DispatchWorkItemFlags::none, done);

@@ -214,8 +214,8 @@ std::int64_t StitchRun::memoryFor(const StitchedGroup& group) const {
     const std::int64_t height = group.pictureSize.height;
     const std::int64_t encoder = platform::CGImageDestination::memoryFor(
         form.format, group.pictureSize.width, form.mostRows > 0 ? std::min(form.mostRows, height) : height);
-    return program + std::min(FileLoader::budget(), pixels * bytesPerPixel) + frames * frame + drawn * bytesPerPixel +
-           encoder;
+    return program + std::min(platform::DecodedImages::budget(), pixels * bytesPerPixel) + frames * frame +
+           drawn * bytesPerPixel + encoder;
 }
 
 void StitchRun::write(StitchedGroup group, const UIImage& picture, const OutputFile& output) {

@@ -12,11 +12,11 @@ using platform::ImageError;
 using platform::MutexLock;
 using velmorant::StitchableItem;
 
-/// Reads a screenshot for the one that owns it.
+/// Ends with the work that it belongs to, and counts what was read to its end.
 class Screenshots::Reader final : public platform::RowReader {
 public:
-    Reader(std::unique_ptr<RowReader> rows, std::shared_ptr<Screenshots> owner, std::size_t index, std::int64_t height)
-        : rows_(std::move(rows)), owner_(std::move(owner)), index_(index), left_(height) {}
+    Reader(std::unique_ptr<RowReader> rows, std::shared_ptr<Screenshots> owner, std::int64_t height)
+        : rows_(std::move(rows)), owner_(std::move(owner)), left_(height) {}
 
     std::expected<void, ImageError> read(std::uint8_t* rows, std::size_t stride, std::int64_t count) override {
         if (owner_->isCancelled())
@@ -28,23 +28,19 @@ public:
 
 private:
     std::expected<void, ImageError> passed(std::expected<void, ImageError> done, std::int64_t count) {
-        if (!done)
-            owner_->fail(index_, done.error());
-        else if ((left_ -= count) == 0)
+        if (done && (left_ -= count) == 0)
             ++owner_->readCount_;
         return done;
     }
 
     const std::unique_ptr<RowReader> rows_;
     const std::shared_ptr<Screenshots> owner_;
-    const std::size_t index_;
     std::int64_t left_; ///< rows
 };
 
 class Screenshots::Rows final : public platform::RowSource {
 public:
-    Rows(CGImage image, std::shared_ptr<Screenshots> owner, std::size_t index)
-        : image_(std::move(image)), owner_(std::move(owner)), index_(index) {}
+    Rows(CGImage image, std::shared_ptr<Screenshots> owner) : image_(std::move(image)), owner_(std::move(owner)) {}
 
     std::int64_t width() const override { return image_.width(); }
     std::int64_t height() const override { return image_.height(); }
@@ -53,17 +49,14 @@ public:
 
     std::expected<std::unique_ptr<platform::RowReader>, ImageError> reader() const override {
         auto rows = image_.reader();
-        if (!rows) {
-            owner_->fail(index_, rows.error());
+        if (!rows)
             return rows;
-        }
-        return std::make_unique<Reader>(std::move(*rows), owner_, index_, image_.height());
+        return std::make_unique<Reader>(std::move(*rows), owner_, image_.height());
     }
 
 private:
     const CGImage image_;
     const std::shared_ptr<Screenshots> owner_;
-    const std::size_t index_;
 };
 
 std::expected<void, Error> Screenshots::addFile(const std::filesystem::path& file) {
@@ -95,15 +88,11 @@ std::optional<platform::DateComponents> Screenshots::captureDate() const {
 }
 
 void Screenshots::loadImage(const StitchableItem& item, bool, const Completion& completion) {
-    const std::size_t index = indexOf(item);
-    const Screenshot& screenshot = screenshots_[index];
-    auto image = uprightImage(screenshot.image, screenshot.orientation);
-    if (!image) {
-        fail(index, image.error());
-        completion(std::nullopt);
-        return;
-    }
-    completion(platform::UIImage(CGImage(std::make_shared<const Rows>(std::move(*image), shared_from_this(), index))));
+    const Screenshot& screenshot = screenshots_[indexOf(item)];
+    const auto image = decoded_->image(item.id, [&] { return uprightImage(screenshot.image, screenshot.orientation); });
+    completion(image
+                   ? std::optional(platform::UIImage(CGImage(std::make_shared<const Rows>(*image, shared_from_this()))))
+                   : std::nullopt);
 }
 
 void Screenshots::begin() {
@@ -118,10 +107,10 @@ void Screenshots::cancel() {
     state_.compare_exchange_strong(working, State::cancelled);
 }
 
-void Screenshots::fail(std::size_t index, const ImageError& error) {
+void Screenshots::fail(const std::string& id, const ImageError& error) {
     const MutexLock lock(mutex_);
     if (!error_)
-        error_ = readError(screenshots_[index].name, error);
+        error_ = readError(screenshots_[std::stoul(id)].name, error);
 }
 
 std::optional<Error> Screenshots::error() const {

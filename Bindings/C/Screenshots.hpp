@@ -3,6 +3,7 @@
 #include "Platform/CoreGraphics/CGImage.hpp"
 #include "Platform/Dispatch/Mutex.hpp"
 #include "Platform/Foundation/Calendar.hpp"
+#include "Platform/ImageIO/DecodedImages.hpp"
 #include "Velmorant/Alignment/Loader.hpp"
 
 #include "Bindings/C/Error.hpp"
@@ -17,8 +18,9 @@
 
 namespace bindings {
 
-/// The screenshots of a run, and the run's `Loader`. Decodes them as their rows are asked for, tells how many were read
-/// to their end, keeps the first error, and ends all reading once cancelled. Screenshots are added while nothing reads.
+/// The screenshots of a run, and the run's `Loader`. Decodes them as their rows are asked for, and once where there is
+/// memory for it, tells how many were read to their end, keeps the first error, and ends all reading once cancelled.
+/// Screenshots are added while nothing reads.
 class Screenshots final : public velmorant::Loader, public std::enable_shared_from_this<Screenshots> {
 public:
     [[nodiscard]] std::expected<void, Error> addFile(const std::filesystem::path& file);
@@ -58,10 +60,12 @@ private:
     };
 
     void add(Screenshot screenshot, velmorant::PixelSize size);
-    void fail(std::size_t index, const platform::ImageError& error);
+    void fail(const std::string& id, const platform::ImageError& error);
 
     std::vector<velmorant::StitchableItem> items_;
     std::vector<Screenshot> screenshots_;
+    const std::shared_ptr<platform::DecodedImages> decoded_ = platform::DecodedImages::make(
+        [this](const std::string& id, const platform::ImageError& error) { fail(id, error); });
 
     std::atomic<State> state_ = State::idle;
     std::atomic<std::int64_t> readCount_ = 0;

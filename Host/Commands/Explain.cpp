@@ -96,7 +96,7 @@ ExitStatus explain(const ExplainOptions& options) {
         complain(message("--image draws one pair; name two screenshots"));
         return ExitStatus::wrongCall;
     }
-    const auto loader = FileLoader::make(files);
+    const auto loader = std::make_shared<FileLoader>(files);
     std::vector<std::shared_ptr<LoaderLazyImage>> images;
     for (const FileItem& file : items)
         images.push_back(std::make_shared<LoaderLazyImage>(file.item, loader));

@@ -138,7 +138,7 @@ ExitStatus stitchGroups(const StitchOptions& options, const velmorant::Pipeline&
         complain(*contradiction);
         return ExitStatus::wrongCall;
     }
-    const auto loader = FileLoader::make(files);
+    const auto loader = std::make_shared<FileLoader>(files);
     const auto diskCache = options.cache && options.places.empty() // what is placed by hand is no finding
                                ? velmorant::AlignerDiskCache::make(orbelquist::alignerVersion)
                                : nullptr;
