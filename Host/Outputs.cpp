@@ -4,8 +4,6 @@
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/ImageIO/FileEnding.hpp"
 
-#include <algorithm>
-
 namespace host {
 
 namespace fs = std::filesystem;
@@ -15,24 +13,6 @@ using Refusal = std::unexpected<std::string>;
 namespace {
 
 constexpr int lossless = 100; // quality of WebP
-
-std::optional<ImageFormat> formatOf(const fs::path& file) {
-    std::string ending = file.extension().native();
-    std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return std::tolower(c); });
-    if (ending == ".png")
-        return ImageFormat::png;
-    if (ending == ".jpg" || ending == ".jpeg")
-        return ImageFormat::jpeg;
-    if (ending == ".webp")
-        return ImageFormat::webp;
-    if (ending == ".avif")
-        return ImageFormat::avif;
-    if (ending == ".jxl")
-        return ImageFormat::jxl;
-    if (ending == ".pdf")
-        return ImageFormat::pdf;
-    return std::nullopt;
-}
 
 } // namespace
 
@@ -83,7 +63,7 @@ std::expected<Outputs, std::string> Outputs::placesOf(const OutputOptions& optio
         return outputs;
     }
 
-    const auto byEnding = formatOf(named);
+    const auto byEnding = platform::formatByEnding(named);
     if (!byEnding && !options.format)
         return Refusal(message("{}: the ending names no format that is written; use .png, .jpg, .webp, .avif, .jxl or .pdf", {shown(named)}));
     if (byEnding && options.format && *byEnding != *options.format)

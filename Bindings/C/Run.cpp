@@ -4,10 +4,10 @@
 #include "Platform/Dispatch/ThreadPool.hpp"
 #include "Platform/Foundation/AtomicFile.hpp"
 #include "Platform/ImageIO/CGImageDestination.hpp"
+#include "Platform/ImageIO/FileEnding.hpp"
 #include "Velmorant/Alignment/OpenCVAligner.hpp"
 #include "Velmorant/Rendering/CoreImageRenderer.hpp"
 
-#include <algorithm>
 #include <chrono>
 
 namespace bindings {
@@ -74,17 +74,6 @@ struct Answer {
         return result;
     }
 };
-
-std::optional<platform::ImageFormat> formatNamed(std::string ending) {
-    std::ranges::transform(ending, ending.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
-    if (ending == ".png")
-        return platform::ImageFormat::png;
-    if (ending == ".jpg" || ending == ".jpeg")
-        return platform::ImageFormat::jpeg;
-    if (ending == ".webp")
-        return platform::ImageFormat::webp;
-    return std::nullopt;
-}
 
 } // namespace
 
@@ -174,9 +163,9 @@ Run::Done Run::render(const Bands& bands) {
 Run::Done Run::write(const std::filesystem::path& path, int quality, const Progress& progress) {
     if (!alignment_)
         return wrongCall("there is no alignment to draw; align the run first");
-    const auto fileFormat = formatNamed(path.extension().native());
+    const auto fileFormat = platform::formatByEnding(path);
     if (!fileFormat)
-        return wrongCall(path.native() + ": name a file that ends with .png, .jpg, .jpeg or .webp");
+        return wrongCall(path.native() + ": name a file that ends with .png, .jpg, .webp, .avif, .jxl or .pdf");
     if (quality < 1 || quality > 100)
         return wrongCall("the quality is a number from 1 to 100");
 

@@ -122,8 +122,9 @@ velmorant_status velmorant_run_format(velmorant_run* run, int* opaque, const uin
    VELMORANT_RGB8, for opaque pictures alone, or VELMORANT_RGBA8. */
 velmorant_status velmorant_run_render(velmorant_run* run, velmorant_pixels kind, velmorant_band band, void* context);
 /** Writes the picture into a file, which is there whole or not at all and replaces one of that name. Its ending says
-   the format: .png, .jpg, .jpeg or .webp. `quality` from 1 to 100 counts for the last three. The steps of its progress
-   are rows. `progress` may be NULL. */
+   the format: .png, .jpg, .jpeg or .webp; with the program velmorant-codecs .avif, .jxl or .pdf, too. `quality` from 1
+   to 100 counts for those that are lossy. The steps of its progress are rows; .webp, .avif and .jxl are encoded behind
+   the last row, and that is not cancelled. `progress` may be NULL. */
 velmorant_status velmorant_run_write(velmorant_run* run, const char* path, int quality, velmorant_progress progress,
                                      void* context);
 

@@ -2,27 +2,16 @@
 
 #include "Platform/ImageIO/CGImageSource.hpp"
 
+#include <filesystem>
+#include <optional>
+
 namespace platform {
 
 /// How a file of the format is named at its end, as in ".png".
-constexpr const char* fileEnding(ImageFormat format) {
-    switch (format) {
-    case ImageFormat::png:
-        break;
-    case ImageFormat::jpeg:
-        return ".jpg";
-    case ImageFormat::webp:
-        return ".webp";
-    case ImageFormat::heif:
-        return ".heic";
-    case ImageFormat::avif:
-        return ".avif";
-    case ImageFormat::jxl:
-        return ".jxl";
-    case ImageFormat::pdf:
-        return ".pdf";
-    }
-    return ".png";
-}
+const char* fileEnding(ImageFormat format);
+
+/// The format of a picture that is written into a file of this name, in capitals or not; nothing where the ending names
+/// none that is written.
+std::optional<ImageFormat> formatByEnding(const std::filesystem::path& file);
 
 } // namespace platform

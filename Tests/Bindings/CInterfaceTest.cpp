@@ -1,4 +1,4 @@
-#include "Platform/ImageIO/CGImageSource.hpp"
+#include "Platform/ImageIO/FileEnding.hpp"
 #include "Tests/Support/ProgramTest.hpp"
 
 #include "Bindings/C/velmorant.h"
@@ -83,6 +83,28 @@ TEST_F(CInterfaceTest, WritesWhatItDrawsAndMarksIt) {
     ASSERT_TRUE(decoded);
     const auto bytes = decoded->pixels()->bytes();
     EXPECT_TRUE(std::ranges::equal(bytes, drawn));
+
+    using enum platform::ImageFormat;
+    for (const auto format : {jpeg, webp, avif, jxl, pdf}) {
+        const fs::path other = folder / (std::string("joined") + platform::fileEnding(format));
+        ASSERT_EQ(velmorant_run_write(run.get(), other.c_str(), 50, nullptr, nullptr), VELMORANT_OK)
+            << velmorant_run_error(run.get());
+        const auto read = platform::CGImageSource::open(other); // what is no image to us is the document
+        EXPECT_EQ(read ? read->properties().format : pdf, format);
+    }
+}
+
+TEST_F(CInterfaceTest, DecodesOnceWhatThereIsMemoryFor) {
+    const Handle run(velmorant_run_new());
+    for (const char* name : {"Screenshot_20260301-101112.png", "Screenshot_20260301-101115.png"}) {
+        fs::copy_file(host::examples / "trip-chat" / name, folder / name);
+        ASSERT_EQ(velmorant_run_add_file(run.get(), (folder / name).c_str()), VELMORANT_OK);
+    }
+    ASSERT_EQ(velmorant_run_align(run.get(), nullptr, nullptr), VELMORANT_OK);
+    for (const auto& entry : fs::directory_iterator(folder.path()))
+        fs::remove(entry.path());
+    EXPECT_EQ(velmorant_run_write(run.get(), (folder / "joined.png").c_str(), 92, nullptr, nullptr), VELMORANT_OK)
+        << velmorant_run_error(run.get());
 }
 
 TEST_F(CInterfaceTest, AScreenshotThatIsAddedMakesTheAlignmentVoid) {

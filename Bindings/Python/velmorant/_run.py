@@ -127,8 +127,8 @@ class Run:
         self._check(status)
 
     def save(self, path: Union[str, "os.PathLike[str]"], quality: int = 92, progress: Optional[Progress] = None) -> None:
-        """Writes the picture, as PNG, JPEG or WebP by the ending of `path`, without holding it in memory. The file is
-        there whole or not at all; one of that name is replaced."""
+        """Writes the picture, by the ending of `path` as PNG, JPEG or WebP, or as AVIF, JPEG XL or PDF where the program
+        velmorant-codecs is installed. The file is there whole or not at all; one of that name is replaced."""
         self._aligned()
         with _Callback(_library.Progress, progress) as callback:
             status = library.velmorant_run_write(self._handle, os.fsencode(path), quality, callback.function, None)
