@@ -30,9 +30,9 @@ add_custom_command(OUTPUT "${PROJECT_BINARY_DIR}/changelog.gz" DEPENDS CHANGELOG
   COMMAND sh -c "gzip -9n <\"$1\" >\"$2\"" - "${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_BINARY_DIR}/changelog.gz")
 add_custom_target(velmorant-changelog ALL DEPENDS "${PROJECT_BINARY_DIR}/changelog.gz")
 
-velmorant_package(host velmorant graphics "Finds the screenshots of one scrolled page (a chat, an article, a receipt) that
-belong together and joins them into one picture, exact to the row. Keeps a photo
-library of its own and watches folders, where that is wanted.")
+velmorant_package(host velmorant graphics "Finds the screenshots of one scrolled page (a chat, an article, a receipt)
+that belong together and joins them into one picture, exact to the row. Keeps
+a photo library of its own and watches folders, where that is wanted.")
 set(CPACK_DEBIAN_HOST_PACKAGE_DEPENDS tzdata)
 
 velmorant_package(runtime libvelmorant0 libs "Finds where screenshots of one scrolled page overlap, and draws them as one
@@ -55,8 +55,8 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${extra}/postinst" "${extra}/prer
 
 if(TARGET velmorant-codecs)
   list(APPEND CPACK_COMPONENTS_ALL codecs)
-  velmorant_package(codecs velmorant-codecs graphics "Lets velmorant and its library read and write formats that need larger decoders,
-each in a process of its own.")
+  velmorant_package(codecs velmorant-codecs graphics "Lets velmorant and its library read and write HEIF, AVIF, JPEG XL and PDF,
+each picture in a process of its own.")
   set(CPACK_DEBIAN_HOST_PACKAGE_RECOMMENDS velmorant-codecs)
   set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS velmorant-codecs)
 endif()
