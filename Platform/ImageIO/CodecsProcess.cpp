@@ -84,8 +84,8 @@ bool isProgram(const fs::path& file) {
 std::optional<fs::path> codecsProgram() {
     if (const fs::path& set = Device::current().codecs; !set.empty())
         return set;
-    // As the build lays them out, then as an install does: from bin, lib and lib/TRIPLET.
-    constexpr const char* places[] = {"../Codecs", "../libexec/velmorant", "../../libexec/velmorant"};
+    // As the build lays them out, as an install does, from bin, lib and lib/TRIPLET, and as a wheel does.
+    constexpr const char* places[] = {"../Codecs", "../libexec/velmorant", "../../libexec/velmorant", "."};
     for (const fs::path& folder : ownFolders())
         for (const char* place : places)
             if (fs::path program = (folder / place / "velmorant-codecs").lexically_normal(); isProgram(program))
