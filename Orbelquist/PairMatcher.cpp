@@ -115,21 +115,13 @@ constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks.
 constexpr std::int64_t leastSoftAgreement = 100;
 
+/// A picture behind the page leaves at least so many blocks that stand still, however little of it shows.
+constexpr std::int64_t leastBackdrop = 16;
 /// Bars may take this part of the screen each.
 constexpr std::int64_t tallestBar = 6;
 
-/// Blocks between the bars that stand still: edges or patterns of what the page may move in front of.
-std::int64_t blocksOfBackdrop(const FramePair& pair) {
-    const std::int64_t height = std::min(pair.a().height, pair.b().height), bar = height / tallestBar;
-    BlockComparison unmoved({pair.a(), pair.b(), 0, bar, height - bar, {}, {}, {}, {}});
-    std::int64_t still = 0;
-    for (const Band& band : unmoved.bands())
-        still += band.count(Block::alike) + band.count(Block::lines);
-    return still;
-}
-
-/// Whether a picture without edges may lie behind the page: between the bars no one level, give or take what coding
-/// does to it, takes two fifths of the screen, as that of paper does.
+/// Whether a photograph may lie behind the page: between the bars no one level, give or take what coding does to it,
+/// takes two fifths of the screen, as that of paper does.
 bool isUneven(const Frame& frame) {
     std::array<std::int64_t, 256 + cellTolerance> cells = {};
     const std::int64_t first = frame.height / tallestBar, last = frame.height - first;
@@ -140,6 +132,19 @@ bool isUneven(const Frame& frame) {
     for (auto level = cells.begin(); level + cellTolerance < cells.end(); ++level)
         most = std::max(most, std::accumulate(level, level + cellTolerance + 1, std::int64_t{0}));
     return most * 5 < (last - first) * cellCount * 2;
+}
+
+/// Blocks that show what the page may move in front of: those between the bars that stand still, edges or patterns;
+/// all, where it is a photograph, which may have none.
+std::int64_t blocksOfBackdrop(const FramePair& pair) {
+    if (isUneven(pair.a()) && isUneven(pair.b()))
+        return bandsPerScreen * blocksAcross;
+    const std::int64_t height = std::min(pair.a().height, pair.b().height), bar = height / tallestBar;
+    BlockComparison unmoved({pair.a(), pair.b(), 0, bar, height - bar, {}, {}, {}, {}});
+    std::int64_t still = 0;
+    for (const Band& band : unmoved.bands())
+        still += band.count(Block::alike) + band.count(Block::lines);
+    return still;
 }
 
 KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePair& pair) {
@@ -253,8 +258,7 @@ KSVPatternPair matchAlike(const Frame& a, const Frame& b, std::span<const Frame*
     };
     if (!isRefused(sharp))
         return sharp;
-    const std::int64_t blocks = blocksOfBackdrop(pair);
-    if (blocks >= leastBackdrop || sharp.verdict.agreeing > noDoubtBelow || (isUneven(a) && isUneven(b)))
+    if (const std::int64_t blocks = blocksOfBackdrop(pair); blocks >= leastBackdrop)
         if (KSVPatternPair before = match(pair.withBackdrop(neighbours, blocks), 0); !isRefused(before))
             return before;
     const Frame softA = softened(a), softB = softened(b);

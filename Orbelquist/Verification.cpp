@@ -28,8 +28,9 @@ constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // le
 constexpr std::int64_t leastRows = 12, leastAgreeing = 10;
 /// A single line of text is no higher than one of so many parts of the screen.
 constexpr std::int64_t lineShare = 24;
-/// Where nothing else agrees nearly as much, and this does over one of so many parts of the screen, one block of so
-/// many may have changed meanwhile: a price, a count. More may where all that changed lies together.
+/// Where nothing else agrees nearly as much, one block of so many may have changed meanwhile, a price or a count: where
+/// lines over all of many bands agree, or where the page is seen over one of so many parts of the screen and all that
+/// contradicts there lies together.
 constexpr std::int64_t changedScreenShare = 6, changedShare = 9, changedTogetherShare = 6;
 /// Blocks of bars for each that agrees, at most. Two bars of glass take more of a screen than a small overlap does;
 /// that counts once what agrees is more than chance.
@@ -343,23 +344,23 @@ bool isEnough(const Examination& e, std::int64_t height) {
 }
 
 /// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
-/// line or two are the page for certain, or there are many lines that hardly anything contradicts.
+/// line or two are the page for certain, or there are many lines that hardly anything contradicts. What is unclear is
+/// the picture's doing, so no more of it than is seen of that.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
-    if (!isAlone || e.against() * 4 > e.agreeing)
+    if (!isAlone || e.unclear > 5 * pair.blocksOfBackdrop())
         return false;
     if (e.certain >= noDoubtBelow)
-        return e.unclear <= 2 * e.agreeing;
-    return pair.blocksOfBackdrop() >= leastBackdrop && e.agreeingBands >= manyBands && e.unclear <= e.agreeing &&
-           e.against() * 12 <= e.agreeing;
+        return e.against() * 4 <= e.agreeing && e.unclear * 2 <= 3 * e.agreeing;
+    return e.agreeingBands >= manyBands && e.against() * 12 <= e.agreeing && e.unclear <= e.agreeing;
 }
 
 /// Other text at the same place is no page that moved: next to none in the stretch, little outside.
 bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
-    const bool liesTogether = e.overlay.all() == e.against();
-    const bool mayHaveChanged = isAlone && (e.last - e.first) * changedScreenShare >= height &&
-                                shapes * (liesTogether ? changedTogetherShare : changedShare) <= e.agreeing;
+    const bool liesTogether = e.overlay.all() == e.against() && (e.last - e.first) * changedScreenShare >= height;
+    const bool mayHaveChanged = isAlone && ((e.agreeingBands >= manyBands && shapes * changedShare <= e.agreeing) ||
+                                            (liesTogether && e.overlay.all() * changedTogetherShare <= e.agreeing));
     return (shapes * 12 > std::max<std::int64_t>(0, weightOf(e) - 16) && !mayHaveChanged) ||
            (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing;
 }
@@ -382,7 +383,9 @@ bool isLeftOutLittle(const Examination& e, bool isAlone) {
         return false;
     if (e.regionBands > 0 && e.agreeing * 2 < 120 + 3 * e.regionBands)
         return false;
-    return e.filmBands == 0 || (e.agreeingBands >= manyBands && e.filmBands * 2 <= e.agreeingBands * 5);
+    if (e.agreeingBands < manyBands)
+        return e.filmBands == 0 && (e.regionBands == 0 || e.against() == 0);
+    return e.filmBands * 2 <= e.agreeingBands * 5;
 }
 
 } // namespace

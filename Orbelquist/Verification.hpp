@@ -12,9 +12,6 @@ inline constexpr std::int64_t noDoubtBelow = 50;
 /// Bands of a sixth of the screen: what agrees in so many is more than a few lines that occur twice.
 inline constexpr std::int64_t manyBands = 16;
 
-/// A picture behind the page leaves at least so many blocks that stand still, unless it has no edges.
-inline constexpr std::int64_t leastBackdrop = 16;
-
 /// A shift examined on all pixels, block by block. Rows are those of the second frame.
 struct Examination {
     std::int64_t shift = 0;
