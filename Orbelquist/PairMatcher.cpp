@@ -30,6 +30,8 @@ constexpr std::int64_t strokesPerScreen = 100;
 /// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
 /// percent, of the same at the best.
 constexpr std::int64_t secondElsewhere = 40;
+/// Or when it has more than this part, in percent, of the best's agreement, if what covers it were films and overlays.
+constexpr std::int64_t secondAtItsBest = 70;
 /// Within a stroke's length the place whose pixels differ least is the one, if they differ by so many times as much at
 /// the others, or if these have less than this part, in percent, of its agreement.
 constexpr double clearlyMore = 1.5;
@@ -207,7 +209,8 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
         if (isWithinStroke(other))
             return differs(other) < least * clearlyMore + 1 &&
                    other.agreeing * 100 > exact->agreeing * secondWithinStroke;
-        return other.net() * 100 > best->net() * secondElsewhere;
+        return other.net() * 100 > best->net() * secondElsewhere ||
+               other.atBest() * 100 > best->atBest() * secondAtItsBest;
     };
     if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end()) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
