@@ -34,6 +34,9 @@ std::string verdictMessage(const orbelquist::KSVVerdict& verdict) {
             "the second starts {} the first; {} rows of the page agree, with {} of {} pieces covered or changed",
             {place, rows, number(verdict.contradicting), number(verdict.agreeing + verdict.contradicting)});
     }
+    case byNeighbours:
+        return message("the second starts {} the first, as the screenshots beside them tell",
+                       {placeOf(verdict.offset)});
     case sameView:
         return message("they show the same rows");
     case unpinnedView:

@@ -19,7 +19,8 @@ using platform::MutexLock;
 
 /// One request, worked off by as many threads as take part. Frames are read in order; a pair is matched as soon as both
 /// its frames are there, before more are read. A pair that is refused is looked at again with the frames before and
-/// after it; a frame is let go with the last pair that may need it. So few are in memory, however long the run.
+/// after it, which may tell where it lies; a frame is let go with the last pair that may need it. So few are in memory,
+/// however long the run.
 class Request {
 public:
     explicit Request(KSVPatternMaker::Images images) : images_(std::move(images)), pairs_(images_.size() - 1) {}
@@ -62,7 +63,8 @@ private:
     Task next(std::size_t& index) {
         const MutexLock lock(mutex_);
         for (;;) {
-            if (settled_ < pairs_.size() && isMatched_[settled_] && hasNext(settled_)) {
+            if (settled_ < pairs_.size() && isMatched_[settled_] &&
+                (settled_ + 1 == pairs_.size() || isMatched_[settled_ + 1])) {
                 index = settled_++;
                 return Task::settle;
             }
@@ -79,11 +81,6 @@ private:
             }
             change_.wait(mutex_);
         }
-    }
-
-    /// Whether the frame after a pair is there, or none comes.
-    bool hasNext(std::size_t pair) const VELMORANT_REQUIRES(mutex_) {
-        return pair + 1 == pairs_.size() || frames_.contains(pair + 2);
     }
 
     void read(std::size_t index) {
@@ -104,8 +101,11 @@ private:
     void match(std::size_t index) {
         if (const FramePointer a = frame(index), b = frame(index + 1); a && b)
             pairs_[index] = matchFrames(*a, *b);
+        const KSVVerdict& verdict = pairs_[index].verdict;
         const MutexLock lock(mutex_);
         isMatched_[index] = true;
+        if (verdict.kind == KSVVerdict::Kind::matched)
+            shifts_[index] = verdict.offset;
         change_.notifyAll();
     }
 
@@ -121,12 +121,37 @@ private:
                 }
             if (!neighbours.empty())
                 pairs_[index] = matchFrames(*a, *b, neighbours);
+            if (!pairs_[index].verdict.valid())
+                if (const auto shift = shiftByNeighbours(index))
+                    if (auto pair = matchAt(*a, *b, *shift))
+                        pairs_[index] = *std::move(pair);
         }
         const MutexLock lock(mutex_);
         for (std::size_t i = first; i <= last; ++i)
             if (--frames_[i].pairsLeft == 0)
                 frames_.erase(i);
         change_.notifyAll();
+    }
+
+    /// What the way round a frame beside the pair adds up to, where both parts of it are matched.
+    std::optional<std::int64_t> shiftByNeighbours(std::size_t index) {
+        if (const auto after = shiftOf(index + 1))
+            if (const auto both = shiftBetween(index, index + 2))
+                return *both - *after;
+        if (const auto before = index == 0 ? std::nullopt : shiftOf(index - 1))
+            if (const auto both = shiftBetween(index - 1, index + 1))
+                return *both - *before;
+        return std::nullopt;
+    }
+
+    std::optional<std::int64_t> shiftOf(std::size_t pair) {
+        const MutexLock lock(mutex_);
+        return pair < shifts_.size() ? shifts_[pair] : std::nullopt;
+    }
+
+    std::optional<std::int64_t> shiftBetween(std::size_t first, std::size_t second) {
+        const KSVVerdict verdict = matchFrames(*frame(first), *frame(second)).verdict;
+        return verdict.kind == KSVVerdict::Kind::matched ? std::optional(verdict.offset) : std::nullopt;
     }
 
     struct Held {
@@ -148,6 +173,8 @@ private:
     std::size_t matched_ VELMORANT_GUARDED_BY(mutex_) = 0; ///< pairs begun
     std::size_t settled_ VELMORANT_GUARDED_BY(mutex_) = 0; ///< of these, looked at again
     std::vector<bool> isMatched_ VELMORANT_GUARDED_BY(mutex_) = std::vector<bool>(pairs_.size());
+    std::vector<std::optional<std::int64_t>> shifts_ VELMORANT_GUARDED_BY(mutex_) =
+        std::vector<std::optional<std::int64_t>>(pairs_.size()); ///< of pairs that two frames alone pin
     std::map<std::size_t, Held> frames_ VELMORANT_GUARDED_BY(mutex_);
 };
 

@@ -18,6 +18,8 @@ double KSVVerdict::confidence() const {
         return 0;
     if (kind == Kind::sameView)
         return 1;
+    if (kind == Kind::byNeighbours)
+        return 0.5;
     constexpr double unseen = 10, each = 3;
     const auto alike = static_cast<double>(agreeing);
     const auto rest =
@@ -33,6 +35,8 @@ const char* KSVVerdict::name() const {
         return "otherWidth";
     case Kind::matched:
         return "matched";
+    case Kind::byNeighbours:
+        return "byNeighbours";
     case Kind::sameView:
         return "sameView";
     case Kind::unpinnedView:
@@ -63,6 +67,8 @@ std::string KSVVerdict::description() const {
                (contradicting > 0 ? ", with " + std::to_string(contradicting) + " of " +
                                         std::to_string(agreeing + contradicting) + " pieces covered or changed"
                                   : "");
+    case Kind::byNeighbours:
+        return "the second starts " + placeOf(offset) + " the first, as the screenshots beside them tell";
     case Kind::sameView:
         return "they show the same rows";
     case Kind::unpinnedView:

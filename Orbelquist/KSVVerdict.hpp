@@ -11,6 +11,7 @@ struct KSVVerdict {
         unreadable,    ///< one of them cannot be read
         otherWidth,    ///< their widths differ
         matched,       ///< the content pins the offset
+        byNeighbours,  ///< the pairs that each makes with a frame beside them tell the offset, and it contradicts none
         sameView,      ///< they show the same rows, and the content pins these
         unpinnedView,  ///< they show the same rows, but blank ones or ones that repeat
         nothingCommon, ///< no place at which anything to speak of agrees
@@ -29,10 +30,11 @@ struct KSVVerdict {
     std::int64_t runnerUp = 0;      ///< blocks alike at the runner-up, less those that are not
     std::int64_t topBar = 0, bottomBar = 0; ///< rows of the screen that stand still
 
-    bool valid() const { return kind == Kind::matched || kind == Kind::sameView; }
+    bool valid() const { return kind == Kind::matched || kind == Kind::byNeighbours || kind == Kind::sameView; }
 
     /// From 0 to 1; 0 for what is not valid. The part of the evidence that speaks for the offset: blocks alike over
-    /// these, three times those that contradict, what the runner-up has, and ten for what was not seen.
+    /// these, three times those that contradict, what the runner-up has, and ten for what was not seen. A half where
+    /// neighbours told it.
     double confidence() const;
 
     /// A word for programs, as in "repeated".

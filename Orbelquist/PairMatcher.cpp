@@ -303,6 +303,29 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame
     return matchAlike(a, b, neighbours);
 }
 
+std::optional<KSVPatternPair> matchAt(const Frame& a, const Frame& b, std::int64_t shift) {
+    constexpr std::int64_t leastRows = 12, mostContradicting = 16; // rows of page; blocks, where nothing agrees
+    const FramePair pair(a, b, cellTolerance);
+    Examination e{.shift = shift, .first = pair.firstPageRow(shift), .last = pair.lastPageRow(shift)};
+    if (shift == 0 || e.last - e.first < leastRows)
+        return std::nullopt;
+    if (const auto seen = examine(pair, shift)) {
+        if (seen->against() > seen->agreeing)
+            return std::nullopt;
+        e = *seen;
+    } else {
+        BlockComparison comparison(pair.layout(shift));
+        std::int64_t against = 0;
+        for (const Band& band : comparison.bands())
+            against += band.against();
+        if (against > mostContradicting)
+            return std::nullopt;
+    }
+    const KSVVerdict verdict = verdictOn(e, KSVVerdict::Kind::byNeighbours, pair);
+    const KSVPattern pattern = seamAt(pair, e);
+    return shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
+}
+
 PairView viewOf(const Frame& a, const Frame& b, std::int64_t shift) {
     const FramePair pair(a, b, cellTolerance);
     PairView view{.patches = {}, .scores = {}, .still = pair.furniture().cells};

@@ -5,6 +5,7 @@
 #include "Orbelquist/KSVPattern.hpp"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -12,6 +13,9 @@ namespace orbelquist {
 
 /// Compares two consecutive frames of a run. Other frames of it help where something stands still behind the page.
 KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours = {});
+
+/// The pair at a shift that is told by others, where hardly anything contradicts it; else nothing.
+std::optional<KSVPatternPair> matchAt(const Frame& a, const Frame& b, std::int64_t shift);
 
 /// What the matcher sees of two frames of one width, for people to look at. Rows and columns of pixels.
 struct PairView {

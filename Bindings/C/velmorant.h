@@ -66,8 +66,8 @@ typedef struct velmorant_seam {
     int valid;           /**< 1: they belong together at exactly this offset */
     int64_t offset;      /**< rows from the first's top to the second's; negative: that lies above; 0 unless valid */
     double confidence;   /**< 0 to 1; 0 unless valid */
-    const char* verdict; /**< a word for programs: matched, sameView, unpinnedView, nothingCommon, contradicted, open,
-                            repeated, crept, otherWidth or unreadable; others may come */
+    const char* verdict; /**< a word for programs: matched, byNeighbours, sameView, unpinnedView, nothingCommon, contradicted,
+                            open, repeated, crept, otherWidth or unreadable; others may come */
     const char* reason;  /**< a sentence for people */
 } velmorant_seam;
 

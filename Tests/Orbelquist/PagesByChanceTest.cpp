@@ -26,8 +26,11 @@ public:
         repeats = oneIn(6);
         period_ = repeats ? 20 * between(1, 6) : 0;
         likeTemplate_ = !shared && oneIn(2);
-        if (likeTemplate_)
-            down = std::min<std::int64_t>(down, 400); // a single line that both have would be a page that both show
+        if (likeTemplate_) { // a single line that both have, here or a period off, would be a page that both show
+            down = std::min<std::int64_t>(down, 400);
+            repeats = false;
+            period_ = 0;
+        }
         sparse_ = oneIn(5);
         topBar = oneIn(3) ? 0 : between(20, 80);
         bottomBar = oneIn(3) ? 0 : between(20, 80);

@@ -7,6 +7,7 @@
 #include <optional>
 #include <random>
 #include <string_view>
+#include <tuple>
 
 namespace orbelquist {
 
@@ -72,6 +73,25 @@ TEST(KSVPatternMaker, TellsThePageFromAPictureBehindIt) {
     EXPECT_EQ(offsetOf(pairs[2]), "+190");
     EXPECT_EQ(offsetOf(match({chat(0), chat(190)})[0]), "+190");
     EXPECT_EQ(offsetOf(match({chat(0), chat(900)})[0]), "x"); // other messages before the same picture
+}
+
+/// What two shots share is blank, and a third shows more of either.
+TEST(KSVPatternMaker, NeighboursTellWhatTwoAloneDoNot) {
+    const Page page(9);
+    const auto at = [&](std::int64_t top) {
+        return platform::imageOf(width, height, [&](std::int64_t x, std::int64_t y) {
+            const bool isBlank = y + top >= 300 && y + top < height;
+            return (isBlank ? 255 : page.luma(x, y + top)) * 0x1010100u | 255u;
+        });
+    };
+    EXPECT_EQ(offsetOf(match({at(0), at(300)})[0]), "x");
+    for (const auto& [shots, pair, offset] :
+         {std::tuple(std::vector<std::optional<CGImage>>{at(0), at(300), at(100)}, 0, "+300"),
+          std::tuple(std::vector<std::optional<CGImage>>{at(100), at(300), at(0)}, 1, "-300")}) {
+        const auto pairs = match(shots);
+        EXPECT_EQ(offsetOf(pairs[static_cast<std::size_t>(pair)]), offset);
+        EXPECT_STREQ(pairs[static_cast<std::size_t>(pair)].verdict.name(), "byNeighbours");
+    }
 }
 
 TEST(KSVPatternMaker, TakesLongRuns) {
