@@ -359,8 +359,10 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
     const bool liesTogether = e.overlay.all() == e.against() && (e.last - e.first) * changedScreenShare >= height;
-    const bool mayHaveChanged = isAlone && ((e.agreeingBands >= manyBands && shapes * changedShare <= e.agreeing) ||
-                                            (liesTogether && e.overlay.all() * changedTogetherShare <= e.agreeing));
+    const bool mayHaveChanged =
+        isAlone &&
+        ((e.agreeingBands >= manyBands && (e.inside.shapes + e.overlay.shapes) * changedShare <= e.agreeing) ||
+         (liesTogether && e.overlay.all() * changedTogetherShare <= e.agreeing));
     return (shapes * 12 > std::max<std::int64_t>(0, weightOf(e) - 16) && !mayHaveChanged) ||
            (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing;
 }
