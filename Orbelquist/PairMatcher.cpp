@@ -32,6 +32,9 @@ constexpr std::int64_t strokesPerScreen = 100;
 constexpr std::int64_t secondElsewhere = 40;
 /// Or when it has more than this part, in percent, of the best's agreement, if what covers it were films and overlays.
 constexpr std::int64_t secondAtItsBest = 70;
+/// So does a place that is refused and has more than this part, in percent, at its best, where anything contradicts the
+/// best one: a page that repeats may be covered at its true place.
+constexpr std::int64_t secondRefused = 50;
 /// Within a stroke's length the place whose pixels differ least is the one, if they differ by so many times as much at
 /// the others, or if these have less than this part, in percent, of its agreement.
 constexpr double clearlyMore = 1.5;
@@ -220,7 +223,10 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
     const bool isMuchLeftOut = exact->barBands + exact->regionBands >= muchLeftOut;
     const std::int64_t price = exact->agreeingBands >= manyBands ? 2 : 1;
     const auto mayBeIt = [&](const Examination& other) {
-        return other.atBest() > exact->agreeing || (other.against() == 0 && !isWithinStroke(other) && isRival(other)) ||
+        return other.atBest() > exact->agreeing ||
+               (exact->against() > 0 && !isWithinStroke(other) &&
+                other.atBest() * 100 > exact->atBest() * secondRefused) ||
+               (other.against() == 0 && !isWithinStroke(other) && isRival(other)) ||
                (isMuchLeftOut && !isWithinStroke(other) &&
                 (other.agreeing - price * other.against()) * 100 > exact->agreeing * secondWhereMuchIsLeftOut);
     };
