@@ -24,7 +24,7 @@ struct NoiseLoader final : Loader {
 TEST(PictureRows, TellWhatTheDrawnPictureShows) {
     for (unsigned seed = 0; seed < 40; ++seed) {
         std::mt19937 random(seed);
-        const auto upTo = [&](std::int64_t most) { return static_cast<std::int64_t>(random() % (most + 1)); };
+        const auto upTo = [&](std::int64_t most) { return static_cast<std::int64_t>(random()) % (most + 1); };
         const auto loader = std::make_shared<NoiseLoader>();
         std::vector<Alignment::Entry> entries;
         std::int64_t offset = 0;
