@@ -35,11 +35,11 @@ Image imageOf(const Picture& picture) {
     check(heif_image_add_plane(made, heif_channel_interleaved, width, height, 8));
     int stride = 0;
     std::uint8_t* row = heif_image_get_plane(made, heif_channel_interleaved, &stride);
-    const int channels = request.opaque ? 3 : 4;
+    const std::ptrdiff_t channels = request.opaque ? 3 : 4;
     std::vector<std::uint8_t> pixels(4 * static_cast<std::size_t>(width));
     for (int y = 0; y < height; ++y, row += stride) {
         receive(std::as_writable_bytes(std::span(pixels)));
-        for (int x = 0; x < width; ++x)
+        for (std::ptrdiff_t x = 0; x < width; ++x)
             std::copy_n(pixels.data() + 4 * x, channels, row + channels * x);
     }
     if (!picture.profile.empty())

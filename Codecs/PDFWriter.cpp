@@ -32,12 +32,12 @@ void whenFailed(HPDF_STATUS status, HPDF_STATUS, void*) {
 HPDF_Array colourSpace(HPDF_Doc document, const std::vector<std::byte>& profile) {
     if (profile.empty())
         return nullptr;
-    const HPDF_Stream bytes = HPDF_MemStream_New(document->mmgr, 4096);
+    auto* const bytes = HPDF_MemStream_New(document->mmgr, 4096);
     check(HPDF_Stream_Write(bytes, reinterpret_cast<const HPDF_BYTE*>(profile.data()),
                             static_cast<HPDF_UINT>(profile.size())));
-    const HPDF_Dict icc = HPDF_ICC_LoadIccFromMem(document, document->mmgr, bytes, document->xref, 3);
+    auto* const icc = HPDF_ICC_LoadIccFromMem(document, document->mmgr, bytes, document->xref, 3);
     HPDF_Stream_Free(bytes);
-    const HPDF_Array space = HPDF_Array_New(document->mmgr);
+    auto* const space = HPDF_Array_New(document->mmgr);
     check(HPDF_Array_AddName(space, "ICCBased"));
     check(HPDF_Array_Add(space, icc));
     return space;
@@ -122,7 +122,7 @@ void writePDF(const Picture& picture) {
         refuse(Status::outOfMemory, "");
     check(HPDF_SetCompressionMode(document.get(), HPDF_COMP_ALL));
     describe(document.get(), picture);
-    const HPDF_Array space = colourSpace(document.get(), picture.profile);
+    auto* const space = colourSpace(document.get(), picture.profile);
     const auto width = static_cast<double>(request.width);
     const auto tallest = static_cast<double>(std::ranges::max(picture.pages));
     const double scale =

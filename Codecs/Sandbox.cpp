@@ -5,7 +5,6 @@
 #include <pthread.h>
 #include <sched.h>
 #include <seccomp.h>
-#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -13,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <thread>
 
 namespace codecs {
@@ -26,7 +26,7 @@ void limit(__rlimit_resource resource, rlim_t most) {
 
 /// What memory, threads, clocks and the two open files need; all else fails with EPERM.
 void forbidCalls() {
-    const scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ERRNO(EPERM));
+    auto* const filter = seccomp_init(SCMP_ACT_ERRNO(EPERM));
     if (!filter)
         return;
     constexpr int allowed[] = {

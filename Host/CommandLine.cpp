@@ -26,7 +26,6 @@
 namespace host {
 
 namespace fs = std::filesystem;
-using platform::ImageFormat;
 
 namespace {
 

@@ -53,6 +53,7 @@ bool isStitchedAndWhole(const StitchableItem& item) {
 /// What another process may have taken away or filed while the picture was drawn. Under the library's lock.
 bool areInLibrary(const std::vector<StitchableItem>& items) {
     std::vector<std::string> ids;
+    ids.reserve(items.size());
     for (const StitchableItem& item : items)
         ids.push_back(item.id);
     return PHAsset::fetchAssetsWithLocalIdentifiers(ids).count() == ids.size();
@@ -140,7 +141,7 @@ Filed Filing::file(const Group& group) {
         const auto files = AssetSource::make(rest.items());
         const auto loader = std::make_shared<FileLoader>(files);
         velmorant::OpenCVAligner aligner(loader, cache_, std::make_shared<ConsoleLog>(velmorant::LogStoreType::fault));
-        auto result = awaited<velmorant::Aligner::Result>([&](auto done) {
+        auto result = awaited<velmorant::Aligner::Result>([&](const auto& done) {
             aligner.alignment(rest, platform::DispatchQueue::global(), platform::DispatchWorkItemFlags::none, done);
         });
         if (!result) {

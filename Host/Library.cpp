@@ -144,7 +144,7 @@ velmorant::Pipeline Library::pipeline(Shown shown) const {
 }
 
 std::vector<Group> Library::process(const velmorant::Pipeline& pipeline) const {
-    return awaited<std::vector<Group>>([&](auto done) {
+    return awaited<std::vector<Group>>([&](const auto& done) {
                pipeline.process(
                    [done](std::vector<Group> groups, const velmorant::Change&) { done(std::move(groups)); });
            })
@@ -237,7 +237,7 @@ std::string sizeOf(const velmorant::PixelSize& size) {
 
 std::optional<ChangeResult> performChanges(const std::function<void()>& changes) {
     using Error = std::optional<PhotoLibraryError>;
-    return awaited<ChangeResult>([&](auto done) {
+    return awaited<ChangeResult>([&](const auto& done) {
         platform::PHPhotoLibrary::shared()->performChanges(changes, [done](bool, const Error& error) {
             done(error ? ChangeResult(std::unexpected(*error)) : ChangeResult());
         });

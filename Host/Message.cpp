@@ -94,6 +94,7 @@ std::string shown(const std::filesystem::path& file) {
         hasRightToLeft |= isRightToLeft(code);
         rest.remove_prefix(length > 0 ? length : 1);
     }
+    // NOLINTNEXTLINE(misc-misleading-bidirectional): what the one begins, the other ends
     return hasRightToLeft ? "\u2068" + result + "\u2069" : result;
 }
 

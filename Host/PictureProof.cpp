@@ -10,6 +10,7 @@
 #include <cstring>
 #include <limits>
 #include <map>
+#include <utility>
 
 namespace host {
 
@@ -17,7 +18,6 @@ using platform::CGImage;
 using platform::ImageError;
 using velmorant::PictureRows;
 using velmorant::RowRange;
-using velmorant::StitchableItem;
 using Done = std::expected<void, ImageError>;
 
 namespace {
@@ -59,8 +59,8 @@ private:
 
 class Comparison {
 public:
-    Comparison(const std::filesystem::path& file, const CGImage& picture, velmorant::Loader& loader)
-        : file_(file), picture_(picture), loader_(loader) {}
+    Comparison(const std::filesystem::path& file, CGImage picture, velmorant::Loader& loader)
+        : file_(file), picture_(std::move(picture)), loader_(loader) {}
 
     std::expected<PictureProof, std::string> hold(const std::vector<PictureRows>& parts) {
         auto rows = Rows::of(picture_);

@@ -28,7 +28,10 @@ public:
 
 private:
     std::expected<void, ImageError> passed(std::expected<void, ImageError> done, std::int64_t count) {
-        if (done && (left_ -= count) == 0)
+        if (!done)
+            return done;
+        left_ -= count;
+        if (left_ == 0)
             ++owner_->readCount_;
         return done;
     }

@@ -239,7 +239,7 @@ ExitStatus permission(const std::string& verb, const NamedOptions& items) {
             return refused(message("nobody can be asked here; use velmorant permission grant"));
         done = photos->setAuthorization(Status::notDetermined);
         velmorant::PhotosStitchableDataSource source;
-        awaited<bool>([&](auto answered) { source.promptForPermission([answered] { answered(true); }); });
+        awaited<bool>([&](const auto& answered) { source.promptForPermission([answered] { answered(true); }); });
     }
     if (!done)
         return refused(libraryErrorMessage(done.error()), ExitStatus::incomplete);

@@ -21,7 +21,6 @@ namespace host {
 
 using orbelquist::KSVPatternPair;
 using velmorant::LoaderLazyImage;
-using velmorant::StitchableItem;
 
 namespace {
 
@@ -98,6 +97,7 @@ ExitStatus explain(const ExplainOptions& options) {
     }
     const auto loader = std::make_shared<FileLoader>(files);
     std::vector<std::shared_ptr<LoaderLazyImage>> images;
+    images.reserve(items.size());
     for (const FileItem& file : items)
         images.push_back(std::make_shared<LoaderLazyImage>(file.item, loader));
     const std::vector<KSVPatternPair> pairs = match(images);

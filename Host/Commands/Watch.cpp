@@ -81,6 +81,7 @@ std::string triedAgain(const std::string& reason) {
 /// Sorted by place, so that equal changes are told in equal words.
 std::vector<std::pair<std::size_t, Group>> sorted(const std::unordered_set<velmorant::ChangeDescription>& changes) {
     std::vector<std::pair<std::size_t, Group>> list;
+    list.reserve(changes.size());
     for (const auto& change : changes)
         list.emplace_back(change.index, change.group);
     std::ranges::sort(list, {}, [](const auto& entry) { return entry.first; });
@@ -158,6 +159,7 @@ private:
 
     bool tell(const std::vector<LibraryGroup>& listed) {
         std::vector<Group> groups;
+        groups.reserve(listed.size());
         for (const LibraryGroup& group : listed)
             groups.push_back(group.group);
         const velmorant::Change change = changes_.generateChange(groups);

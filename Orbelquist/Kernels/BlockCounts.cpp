@@ -10,6 +10,8 @@ namespace orbelquist::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 using Pixels = hn::CappedTag<std::uint8_t, 16>; // a block is some two or three of these wide
 
 /// Counts the pixels of which `excess` is 0: of one at an offset, or of as many as `Pixels` holds.
@@ -61,6 +63,8 @@ std::size_t countBeyond(const std::uint8_t* a, const std::uint8_t* b, std::size_
         [&](std::size_t at) { return (a[at] > b[at] ? a[at] - b[at] : b[at] - a[at]) - tolerance; });
     return rows * columns - within;
 }
+
+} // namespace
 
 } // namespace orbelquist::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -10,6 +10,8 @@ namespace orbelquist::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 void addPixels(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride, std::size_t columns, std::size_t rows,
                PixelSums& sums) {
     const hn::ScalableTag<std::int16_t> d;
@@ -55,6 +57,8 @@ void addPixels(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride,
     sums.a += total(sumA), sums.b += total(sumB), sums.aa += total(sumAA), sums.bb += total(sumBB);
     sums.difference += total(sumDifference), sums.across += total(sumAcross), sums.count += rows * columns;
 }
+
+} // namespace
 
 } // namespace orbelquist::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

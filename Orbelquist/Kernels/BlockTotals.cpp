@@ -12,6 +12,8 @@ namespace orbelquist::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 void addRow(std::span<const std::uint8_t> row, const BlockTotals& above, BlockTotals& below) {
     const hn::ScalableTag<std::int16_t> d;
     const hn::Rebind<std::uint8_t, decltype(d)> bytes;
@@ -51,6 +53,8 @@ void addRow(std::span<const std::uint8_t> row, const BlockTotals& above, BlockTo
         below.across[k] = above.across[k] + rest[2] + total(across, oddAcross);
     }
 }
+
+} // namespace
 
 } // namespace orbelquist::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

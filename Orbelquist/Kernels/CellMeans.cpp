@@ -12,6 +12,8 @@ namespace orbelquist::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 void lumaOf(const std::uint8_t* rgba, std::span<std::uint8_t> luma) {
     std::size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
@@ -54,6 +56,8 @@ void cellMeans(std::span<const std::uint8_t> luma, RowSignature& means) {
         means[cell] = static_cast<std::uint8_t>((sum + count / 2) / count);
     }
 }
+
+} // namespace
 
 } // namespace orbelquist::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

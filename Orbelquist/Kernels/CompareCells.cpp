@@ -13,6 +13,8 @@ namespace orbelquist::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 HWY_INLINE CellMask equalCells(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t tolerance) {
     const hn::CappedTag<std::uint8_t, cellCount> d;
     const auto allowed = hn::Set(d, tolerance);
@@ -113,6 +115,8 @@ void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t t
     for (std::size_t s = 0; s < result.size(); ++s)
         result[s] = {best[s], bestAgainst[s], overall[s]};
 }
+
+} // namespace
 
 } // namespace orbelquist::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

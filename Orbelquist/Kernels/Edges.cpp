@@ -10,6 +10,8 @@ namespace orbelquist::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 void markEdges(const std::uint8_t* above, const std::uint8_t* row, const std::uint8_t* below,
                std::span<std::uint8_t> edges) {
     const hn::ScalableTag<std::uint8_t> d;
@@ -40,6 +42,8 @@ void markEdges(const std::uint8_t* above, const std::uint8_t* row, const std::ui
     for (; x < width; ++x)
         edges[x] = upright(x) || across(x);
 }
+
+} // namespace
 
 } // namespace orbelquist::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -12,6 +12,8 @@ namespace orbelquist::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 ScreenSums screenSums(const std::uint8_t* x, const std::uint8_t* s, const std::uint8_t* p, std::size_t stride,
                       std::size_t columns, std::size_t rows) {
     const hn::ScalableTag<std::int16_t> d;
@@ -49,8 +51,8 @@ ScreenSums screenSums(const std::uint8_t* x, const std::uint8_t* s, const std::u
             i = columns;
         }
         for (; i < columns; ++i) {
-            const std::uint32_t u = x[i], v = s[i], w = p[i];
-            const std::uint32_t nearer = std::min(u > v ? u - v : v - u, u > w ? u - w : w - u);
+            const std::uint64_t u = x[i], v = s[i], w = p[i];
+            const std::uint64_t nearer = std::min(u > v ? u - v : v - u, u > w ? u - w : w - u);
             sums.x += u, sums.s += v, sums.p += w;
             sums.xx += u * u, sums.ss += v * v, sums.pp += w * w, sums.xs += u * v, sums.xp += u * w, sums.sp += v * w;
             sums.nearest += nearer * nearer;
@@ -65,6 +67,8 @@ ScreenSums screenSums(const std::uint8_t* x, const std::uint8_t* s, const std::u
     sums.xs += total(sumXS), sums.xp += total(sumXP), sums.sp += total(sumSP), sums.nearest += total(sumNearest);
     return sums;
 }
+
+} // namespace
 
 } // namespace orbelquist::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

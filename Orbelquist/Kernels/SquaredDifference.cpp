@@ -10,6 +10,8 @@ namespace orbelquist::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+namespace {
+
 std::uint64_t squaredDifference(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride, std::size_t columns,
                                 std::size_t rows) {
     const hn::ScalableTag<std::int16_t> d;
@@ -41,6 +43,8 @@ std::uint64_t squaredDifference(const std::uint8_t* a, const std::uint8_t* b, st
     const auto all = hn::SumOfLanes(wide, hn::Add(even, odd));
     return sum + static_cast<std::uint32_t>(hn::GetLane(all));
 }
+
+} // namespace
 
 } // namespace orbelquist::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

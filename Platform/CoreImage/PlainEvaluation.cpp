@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <optional>
+#include <ranges>
 #include <unordered_map>
 #include <vector>
 
@@ -59,12 +60,12 @@ public:
                 break; // empty, and gradients are masks alone
             }
         }
-        for (auto over = overlays.rbegin(); over != overlays.rend(); ++over) {
+        for (const auto& over : std::views::reverse(overlays)) {
             if (!result)
-                result = over->input;
+                result = over.input;
             else
                 for (std::size_t i = 0; i < 4; ++i)
-                    (*result)[i] = ci::blended((*result)[i], over->input[i], over->weight);
+                    (*result)[i] = ci::blended((*result)[i], over.input[i], over.weight);
         }
         return result;
     }

@@ -4,7 +4,7 @@
 #include <functional>
 #include <limits>
 #include <map>
-#include <numeric>
+#include <ranges>
 
 namespace platform {
 
@@ -41,7 +41,7 @@ std::vector<std::int64_t> endsOf(const std::vector<RowPlacement>& placements) {
 
 RowStack::RowStack(std::vector<RowPlacement> placements)
     : placements_(std::move(placements)), ends_(endsOf(placements_)), byTop_(placements_.size()) {
-    std::iota(byTop_.begin(), byTop_.end(), 0);
+    std::ranges::copy(std::views::iota(std::ptrdiff_t{0}, std::ssize(byTop_)), byTop_.begin());
     std::ranges::stable_sort(byTop_, std::greater(), [&](std::ptrdiff_t i) { return placement(i).top; });
 }
 

@@ -66,7 +66,7 @@ std::expected<AtomicFile, std::error_code> AtomicFile::create(const fs::path& de
     }
     if (struct stat former = {}; existing == Existing::replace && stat(file.c_str(), &former) == 0)
         std::ignore = fchmod(temporary->descriptor(), former.st_mode & 0777); // not to be had everywhere
-    return AtomicFile(std::unique_ptr<State>(new State{file, existing, std::move(*temporary)}));
+    return AtomicFile(std::make_unique<State>(file, existing, std::move(*temporary)));
 }
 
 std::expected<void, std::error_code> AtomicFile::write(std::span<const std::byte> bytes) {

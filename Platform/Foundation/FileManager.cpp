@@ -102,7 +102,7 @@ std::expected<void, std::error_code> FileManager::remove(const fs::path& item) {
 
 std::expected<fs::path, std::error_code> FileManager::setAsideDamaged(const fs::path& file) {
     for (int number = 1;; ++number) {
-        const fs::path name = file.native() + ".damaged-" + std::to_string(number);
+        fs::path name = file.native() + ".damaged-" + std::to_string(number);
         auto renamed = systemCalls::rename(file, name, systemCalls::Target::keep);
         if (!renamed && renamed.error() == std::errc::file_exists)
             continue;

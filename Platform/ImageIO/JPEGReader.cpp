@@ -104,7 +104,9 @@ private:
             self.atEnd_ = true;
             ERREXIT(info, JERR_INPUT_EOF);
         }
-        if (!self.headerIsRead_ && (self.headerBytesLeft_ -= static_cast<std::int64_t>(bytes.size())) < 0)
+        if (!self.headerIsRead_)
+            self.headerBytesLeft_ -= static_cast<std::int64_t>(bytes.size());
+        if (self.headerBytesLeft_ < 0)
             ERREXIT(info, JERR_BAD_LENGTH);
         self.source_.next_input_byte = reinterpret_cast<const JOCTET*>(bytes.data());
         self.source_.bytes_in_buffer = bytes.size();

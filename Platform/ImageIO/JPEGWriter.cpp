@@ -53,7 +53,7 @@ public:
         written_ += count;
         return answer(errors_.guarded([&] {
             for (; count > 0; --count, rows += stride) {
-                JSAMPROW row = const_cast<JSAMPROW>(rows); // read only
+                auto* row = const_cast<JSAMPROW>(rows); // read only
                 jpeg_write_scanlines(&info_, &row, 1);
             }
         }));

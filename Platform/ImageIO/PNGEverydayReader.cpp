@@ -74,7 +74,7 @@ private:
 };
 
 bool readPalette(ChunkStream& chunks, RowLayout& layout) {
-    std::array<std::byte, 3 * 256> bytes = {};
+    std::array<std::byte, std::size_t{3} * 256> bytes = {};
     const std::size_t size = chunks.left();
     if (size == 0 || size % 3 != 0 || size / 3 > std::size_t{1} << layout.bitDepth ||
         !chunks.readWhole(std::span(bytes).first(size)))

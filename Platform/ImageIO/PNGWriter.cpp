@@ -162,7 +162,7 @@ private:
             checksum_ = joinedChecksum(checksum_, band.checksum(), band.inflatedSize());
             const bool isFirst = !std::exchange(begun_, true), isLast = batch.isEnd && i + 1 == count;
             const auto end = bytesOf(checksum_);
-            chunks_.addChunk("IDAT", {bytesIn(isFirst ? "\x78\x5e" : ""), // deflate, window of 32 KiB, fast
+            chunks_.addChunk("IDAT", {bytesIn(isFirst ? "x^" : ""), // 0x78, 0x5e: deflate, window of 32 KiB, fast
                                       band.deflated(), std::span(end).first(isLast ? end.size() : 0)});
         }
         if (batch.isEnd)

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace platform::webp {
 
@@ -120,8 +121,8 @@ namespace {
 
 class Writer final : public CGImageDestination {
 public:
-    Writer(ByteSink& sink, const ImageHeader& header, const EncodeOptions& options)
-        : sink_(sink), header_(header), options_(options), pixels_(header.width, header.height) {}
+    Writer(ByteSink& sink, const ImageHeader& header, EncodeOptions options)
+        : sink_(sink), header_(header), options_(std::move(options)), pixels_(header.width, header.height) {}
 
     std::expected<void, ImageError> write(const std::uint8_t* rows, std::size_t stride, std::int64_t count) override {
         const auto width = static_cast<std::size_t>(header_.width);

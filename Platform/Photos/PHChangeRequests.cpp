@@ -183,6 +183,7 @@ void changeEach(const std::vector<PHAsset>& assets, const char* sql) {
     if (!transaction)
         return;
     std::vector<std::string> ids;
+    ids.reserve(assets.size());
     for (const PHAsset& asset : assets)
         ids.push_back(asset.localIdentifier);
     transaction->add({}, [=](SQLite::Database& database) {

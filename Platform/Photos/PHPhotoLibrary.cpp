@@ -13,8 +13,6 @@
 
 namespace platform {
 
-namespace fs = std::filesystem;
-
 namespace {
 
 DispatchQueue queueNamed(const char* name) {

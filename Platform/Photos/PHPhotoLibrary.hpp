@@ -78,7 +78,7 @@ public:
     [[nodiscard]] std::expected<void, PhotoLibraryError> setLimitedSelection(const std::vector<std::string>& ids);
 
     /// For how many seconds the trash keeps what was deleted: 30 days.
-    static constexpr std::int64_t trashKeeps = 30 * 24 * 60 * 60;
+    static constexpr std::int64_t trashKeeps = std::int64_t{30} * 24 * 60 * 60;
 
     /// Removes for good what was deleted at least `age` seconds ago; answers how many assets that were.
     [[nodiscard]] std::expected<std::int64_t, PhotoLibraryError> emptyTrash(std::int64_t age = 0);

@@ -32,7 +32,7 @@ UIImage Renderer::render(const Alignment& alignment, const PixelSize& targetSize
     const UIImage whole =
         picture(visible.height < alignment.size().height ? restricted(alignment, visible) : alignment);
     const auto height = static_cast<std::int64_t>(ratio * whole.size().height);
-    const UIImage resized = ksv_resizing(whole, {targetSize.width, height, targetSize.scale}, targetSize.height);
+    UIImage resized = ksv_resizing(whole, {targetSize.width, height, targetSize.scale}, targetSize.height);
 
     const PixelSize wanted = targetSize.rescaled(1);
     if (PixelSize::cg(resized.size(), 1) == wanted)
