@@ -43,7 +43,8 @@ HTMLWriter& HTMLWriter::begin(const char* name, Attributes attributes) {
 }
 
 HTMLWriter& HTMLWriter::end() {
-    pending_.append("</").append(open_.back()).append(">\n");
+    const bool isWithinText = open_.back() == std::string_view("bdi"); // a line's end would be a space there
+    pending_.append("</").append(open_.back()).append(isWithinText ? ">" : ">\n");
     open_.pop_back();
     passOn(pieceSize);
     return *this;

@@ -64,6 +64,7 @@ function show(seam) {
   const seams = all(".seam", seam.closest(".seams")), at = seams.indexOf(seam);
   dialog.querySelector(".before").disabled = at === 0;
   dialog.querySelector(".after").disabled = at === seams.length - 1;
+  if (document.activeElement.disabled) dialog.querySelector(".close").focus(); // or the keys would no longer come here
   if (!dialog.open) dialog.showModal();
   dialog.scrollTop = 0;
   const seamRow = dialog.querySelector(".line") ?? dialog.querySelector(".overlap");

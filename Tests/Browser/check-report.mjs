@@ -67,6 +67,9 @@ async function open(browser, url, options) {
   return { page, complaints, seconds: (Date.now() - begun) / 1000, close: () => context.close() };
 }
 
+/** Whether it comes true within seconds: scrolling is smooth. */
+const comes = (page, condition) => page.waitForFunction(condition, null, { timeout: 5000 }).then(() => true, () => false);
+
 async function violations(page) {
   await page.evaluate(axe);
   const { violations } = await page.evaluate(() => axe.run());
@@ -87,14 +90,15 @@ async function checkExamples(browser, url, sight) {
 
   const marks = await page.locator("#group-2 .mark").evaluateAll(all => all.map(mark => mark.offsetTop));
   expect(marks.length === 4 && marks.every((top, i) => i === 0 || top > marks[i - 1]), "four seams lie in the picture, one below the other");
-  const strip = page.locator("#group-2 .strip"), shown = page.locator("#group-2 .window");
-  const before = await shown.evaluate(part => part.offsetTop);
+  const strip = page.locator("#group-2 .strip");
   await strip.focus();
   await page.keyboard.press("End");
-  await page.waitForFunction(([part, top]) => part.offsetTop > top, [await shown.elementHandle(), before]);
-  expect(true, "the map follows the picture, by keyboard");
+  expect(await comes(page, () => {
+    const [part, map] = [".window", ".map"].map(part => document.querySelector("#group-2 " + part));
+    return part.offsetTop + part.offsetHeight > map.clientHeight - 2;
+  }), "the map follows the picture, by keyboard");
   await page.locator("#group-2 .map").click({ position: { x: 5, y: 5 } });
-  expect(await strip.evaluate(it => it.scrollTop) < 300, "a click in the map leads there");
+  expect(await comes(page, () => document.querySelector("#group-2 .strip").scrollTop < 300), "a click in the map leads there");
 
   await page.locator("#group-2-seam-1 button").focus();
   await page.keyboard.press("Enter");
@@ -112,6 +116,9 @@ async function checkExamples(browser, url, sight) {
   await page.screenshot({ path: join(folder, `${sight.name}-seam.png`) });
   await page.keyboard.press("ArrowRight");
   expect(/2/.test(await dialog.locator("h2").textContent()), "the arrow leads to the next seam");
+  for (const key of ["ArrowRight", "ArrowRight", "ArrowRight", "ArrowLeft"])
+    await page.keyboard.press(key);
+  expect(/3/.test(await dialog.locator("h2").textContent()), "and back from the last one");
   await page.keyboard.press("Escape");
   expect(await page.evaluate(() => document.activeElement.dataset.seam) === "group-2-seam-1", "the focus returns");
   await page.locator("#group-2 .mark").nth(3).click();
@@ -132,6 +139,18 @@ async function checkExamples(browser, url, sight) {
   await close();
 }
 
+/** The thumbnails, decoded as a reader comes to see them, that have one colour only. */
+const blankThumbnails = page => page.evaluate(async () => {
+  const canvas = new OffscreenCanvas(32, 64).getContext("2d", { willReadFrequently: true }), blank = [];
+  for (const image of document.querySelectorAll(".shots img")) {
+    await image.decode();
+    canvas.drawImage(image, 0, 0, 32, 64);
+    const pixels = new Uint32Array(canvas.getImageData(0, 0, 32, 64).data.buffer);
+    if (pixels.every(pixel => pixel === pixels[0])) blank.push(image.alt);
+  }
+  return blank;
+});
+
 async function checkLarge(browser, name, url, groups, rows) {
   const { page, complaints, seconds, close } = await open(browser, url, { viewport: { width: 1280, height: 900 } });
   expect(await page.locator("details.group").count() === groups, `${name}: ${groups} groups`);
@@ -146,6 +165,9 @@ async function checkLarge(browser, name, url, groups, rows) {
     expect(heights[0] === rows, `${name}: the picture has ${rows} rows (${heights})`);
     await page.locator(".strip").evaluate(strip => strip.scrollTo({ top: strip.scrollHeight, behavior: "instant" }));
   }
+  const blank = await blankThumbnails(page);
+  expect(blank.length === 0, `${name}: no thumbnail is blank ` + blank.join(", "));
+  await page.evaluate(() => new Promise(done => requestAnimationFrame(() => requestAnimationFrame(done))));
   await page.screenshot({ path: join(folder, `${name}.png`) });
   expect(complaints.length === 0, `${name}: no complaint ` + complaints.join("\n"));
   await close();
