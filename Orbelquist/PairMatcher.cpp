@@ -212,7 +212,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
         if (isWithinStroke(other))
             return differs(other) < least * clearlyMore + 1 &&
                    other.agreeing * 100 > exact->agreeing * secondWithinStroke;
-        return other.net() * 100 > best->net() * secondElsewhere ||
+        return other.net() * 100 > std::min(best->net(), exact->net()) * secondElsewhere ||
                other.atBest() * 100 > best->atBest() * secondAtItsBest;
     };
     if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end()) {
