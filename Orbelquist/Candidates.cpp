@@ -11,9 +11,6 @@ namespace orbelquist {
 
 namespace {
 
-/// An overlap of fewer rows is not looked for.
-constexpr std::int64_t leastOverlap = 12;
-
 /// Rows of each shift that are looked at, a few a line of text; and the places of which all rows are, and those
 /// examined on all pixels, by each of three rankings.
 constexpr std::int64_t sampledRows = 256;

@@ -10,6 +10,9 @@ namespace orbelquist {
 /// Shifts this close are one place: neighbours of the true shift agree nearly as well in soft content.
 inline constexpr std::int64_t onePlace = 3;
 
+/// An overlap of fewer rows is not looked for.
+inline constexpr std::int64_t leastOverlap = 12;
+
 /// The stretch of rows in which the page lies at a shift. `rows` is reused memory.
 Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::vector<RowAgreement>& rows);
 

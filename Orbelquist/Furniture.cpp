@@ -33,8 +33,6 @@ std::int64_t stillRows(std::int64_t height, const std::vector<CellMask>& equal, 
     return still;
 }
 
-/// A bar may take a sixth of the screen.
-constexpr std::int64_t tallestBar = 6;
 /// What stands still by itself (a title, an icon) is at least this high, a small letter: lesser likenesses are chance.
 constexpr std::int64_t leastPiece = 160;
 

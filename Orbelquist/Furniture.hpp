@@ -7,6 +7,9 @@
 
 namespace orbelquist {
 
+/// A bar may take this part of the screen.
+inline constexpr std::int64_t tallestBar = 6;
+
 /// What stands still on the screen while the page scrolls: bars, buttons, side bars, a wallpaper. It says nothing of
 /// how the page moved.
 struct Furniture {

@@ -1,11 +1,11 @@
 #include "Orbelquist/PairMatcher.hpp"
 
+#include "Orbelquist/Bounds.hpp"
 #include "Orbelquist/Brightness.hpp"
 #include "Orbelquist/Candidates.hpp"
 #include "Orbelquist/EqualFrames.hpp"
 #include "Orbelquist/ExactShift.hpp"
 #include "Orbelquist/Seam.hpp"
-#include "Orbelquist/Verification.hpp"
 
 #include <algorithm>
 #include <array>
@@ -122,8 +122,6 @@ constexpr std::int64_t leastSoftAgreement = 100;
 
 /// A picture behind the page leaves at least so many blocks that stand still, however little of it shows.
 constexpr std::int64_t leastBackdrop = 16;
-/// Bars may take this part of the screen each.
-constexpr std::int64_t tallestBar = 6;
 
 /// Whether a photograph may lie behind the page: between the bars no one level, give or take what coding does to it,
 /// takes two fifths of the screen, as that of paper does.
@@ -162,7 +160,14 @@ KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePai
             .bottomBar = pair.furniture().bottomRows};
 }
 
-KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
+/// The answer of a pair that lies at the shift examined: the seam in the direction that the page moved.
+KSVPatternPair joinedAt(const Examination& e, const KSVVerdict& verdict, const FramePair& pair) {
+    const KSVPattern pattern = seamAt(pair, e);
+    return e.shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
+}
+
+/// `leastAlike`: blocks that must agree.
+KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     using Kind = KSVVerdict::Kind;
     if (const auto equal = equalFrames(pair))
         return *equal;
@@ -177,7 +182,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
         const auto examined = examine(pair, candidate.shift);
         if (!examined)
             continue;
-        if (examined->agreeing >= leastAgreeing && holds(*examined, pair)) {
+        if (examined->agreeing >= leastAlike && holds(*examined, pair)) {
             held.push_back(*examined);
             mostHeld = std::max(mostHeld, candidate.agreeing);
         } else {
@@ -192,7 +197,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
             return std::abs(other.shift - likeliest->shift) > stroke &&
                    (other.agreeing - other.against()) * 100 > likeliest->agreeing * negligible;
         };
-        if (likeliest->agreeing >= leastAgreeing && holds(*likeliest, pair, std::ranges::none_of(refused, isRival)))
+        if (likeliest->agreeing >= leastAlike && holds(*likeliest, pair, std::ranges::none_of(refused, isRival)))
             held.push_back(*likeliest);
     }
     const auto best = std::ranges::max_element(held, {}, &Examination::agreeing);
@@ -215,11 +220,13 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
         return other.net() * 100 > std::min(best->net(), exact->net()) * secondElsewhere ||
                other.atBest() * 100 > best->atBest() * secondAtItsBest;
     };
-    if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end()) {
+    const auto openTo = [&](const Examination& other) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
-        verdict.otherOffset = rival->shift;
-        return {.verdict = verdict};
-    }
+        verdict.otherOffset = other.shift;
+        return KSVPatternPair{.verdict = verdict};
+    };
+    if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end())
+        return openTo(*rival);
     const bool isMuchLeftOut = exact->barBands + exact->regionBands >= muchLeftOut;
     const std::int64_t price = exact->agreeingBands >= manyBands ? 2 : 1;
     const auto mayBeIt = [&](const Examination& other) {
@@ -230,11 +237,8 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
                (isMuchLeftOut && !isWithinStroke(other) &&
                 (other.agreeing - price * other.against()) * 100 > exact->agreeing * secondWhereMuchIsLeftOut);
     };
-    if (const auto other = std::ranges::find_if(refused, mayBeIt); other != refused.end()) {
-        KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
-        verdict.otherOffset = other->shift;
-        return {.verdict = verdict};
-    }
+    if (const auto other = std::ranges::find_if(refused, mayBeIt); other != refused.end())
+        return openTo(*other);
     if (isRepeated(pair, *exact))
         return {.verdict = verdictOn(*exact, Kind::repeated, pair)};
     if (mayHaveCrept(pair, *exact, std::max(onePlace, 2 * stroke)))
@@ -253,8 +257,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAgreeing) {
             *exact = *moved;
         }
     verdict.offset = exact->shift;
-    const KSVPattern pattern = seamAt(pair, *exact);
-    return exact->shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
+    return joinedAt(*exact, verdict, pair);
 }
 
 /// Of frames of one brightness.
@@ -310,10 +313,10 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame
 }
 
 std::optional<KSVPatternPair> matchAt(const Frame& a, const Frame& b, std::int64_t shift) {
-    constexpr std::int64_t leastRows = 12, mostContradicting = 16; // rows of page; blocks, where nothing agrees
+    constexpr std::int64_t mostContradicting = 16; // blocks, where nothing agrees
     const FramePair pair(a, b, cellTolerance);
     Examination e{.shift = shift, .first = pair.firstPageRow(shift), .last = pair.lastPageRow(shift)};
-    if (shift == 0 || e.last - e.first < leastRows)
+    if (shift == 0 || e.last - e.first < leastOverlap)
         return std::nullopt;
     if (const auto seen = examine(pair, shift)) {
         if (seen->against() > seen->agreeing)
@@ -327,9 +330,7 @@ std::optional<KSVPatternPair> matchAt(const Frame& a, const Frame& b, std::int64
         if (against > mostContradicting)
             return std::nullopt;
     }
-    const KSVVerdict verdict = verdictOn(e, KSVVerdict::Kind::byNeighbours, pair);
-    const KSVPattern pattern = seamAt(pair, e);
-    return shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
+    return joinedAt(e, verdictOn(e, KSVVerdict::Kind::byNeighbours, pair), pair);
 }
 
 PairView viewOf(const Frame& a, const Frame& b, std::int64_t shift) {

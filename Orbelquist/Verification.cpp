@@ -14,8 +14,8 @@ namespace {
 
 /// A region that changes all through (a pinned video, a late picture) is at least so many bands high.
 constexpr std::size_t leastRegion = 8;
-/// A bar may take this part of the screen, and one overlay this.
-constexpr std::int64_t tallestBar = 6, tallestOverlay = 12;
+/// One overlay may take this part of the screen.
+constexpr std::int64_t tallestOverlay = 12;
 /// A bar's shadow may fall so many of the screen's rows beyond it.
 constexpr std::int64_t shadowShare = 100;
 /// A band of a bar holds at least so many blocks that stand still: one alone is chance.
@@ -23,18 +23,6 @@ constexpr int leastStill = 2;
 
 /// The tolerance of equal pixels over what three quarters of the edge pixels stay within.
 constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // levels
-
-/// Fewer rows and blocks than these are chance.
-constexpr std::int64_t leastRows = 12, leastAgreeing = 10;
-/// A single line of text is no higher than one of so many parts of the screen.
-constexpr std::int64_t lineShare = 24;
-/// Where nothing else agrees nearly as much, one block of so many may have changed meanwhile, a price or a count: where
-/// lines over all of many bands agree, or where the page is seen over one of so many parts of the screen and all that
-/// contradicts there lies together.
-constexpr std::int64_t changedScreenShare = 6, changedShare = 9, changedTogetherShare = 6;
-/// Blocks of bars for each that agrees, at most. Two bars of glass take more of a screen than a small overlap does;
-/// that counts once what agrees is more than chance.
-constexpr std::int64_t mostBars = 4, mostBarsBeyondDoubt = 12;
 
 class Verification {
 public:
@@ -323,79 +311,6 @@ private:
 
 std::optional<Examination> examine(const FramePair& pair, std::int64_t shift) {
     return Verification(pair, shift).result();
-}
-
-namespace {
-
-/// A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
-std::int64_t weightOf(const Examination& e) {
-    return std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
-}
-
-/// A few letters, over a quarter of a line of text; no more than that is nothing if anything contradicts.
-bool isEnough(const Examination& e, std::int64_t height) {
-    if (e.agreeing < leastAgreeing || e.pageRows < std::max(leastRows, height / (2 * bandsPerScreen)))
-        return false;
-    if (weightOf(e) > 0)
-        return true;
-    const bool isLine = (e.last - e.first) * lineShare <= height;
-    return e.inside.all() + e.overlay.all() == 0 && e.unclear * 4 <= e.agreeing &&
-           !(isLine && e.edge.shapes + e.beyond.shapes > 1);
-}
-
-/// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
-/// line or two are the page for certain, or there are many lines that hardly anything contradicts. What is unclear is
-/// the picture's doing, so no more of it than is seen of that.
-bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
-    if (!isAlone || e.unclear > 5 * pair.blocksOfBackdrop())
-        return false;
-    if (e.certain >= noDoubtBelow)
-        return e.against() * 4 <= e.agreeing && e.unclear * 2 <= 3 * e.agreeing;
-    return e.agreeingBands >= manyBands && e.against() * 12 <= e.agreeing && e.unclear <= e.agreeing;
-}
-
-/// Other text at the same place is no page that moved: next to none in the stretch, little outside.
-bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
-    const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
-    const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
-    const bool liesTogether = e.overlay.all() == e.against() && (e.last - e.first) * changedScreenShare >= height;
-    const bool mayHaveChanged =
-        isAlone &&
-        ((e.agreeingBands >= manyBands && (e.inside.shapes + e.overlay.shapes) * changedShare <= e.agreeing) ||
-         (liesTogether && e.overlay.all() * changedTogetherShare <= e.agreeing));
-    return (shapes * 12 > std::max<std::int64_t>(0, weightOf(e) - 16) && !mayHaveChanged) ||
-           (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing;
-}
-
-/// Bars and overlays that are not known as such may take half as much as agrees, and little amid it.
-bool isCoveredLittle(const Examination& e) {
-    const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
-    return covered * (weightOf(e) > 0 ? 2 : 5) <= e.agreeing && e.inside.covered * 4 <= e.agreeing;
-}
-
-/// What is left out of account is not much more than what agrees. A line or two beside a bar that only one frame shows
-/// are enough if nothing else speaks against them or for another place.
-bool isLeftOutLittle(const Examination& e, bool isAlone) {
-    if (e.agreeing < 40) {
-        const bool isPlain = isAlone && e.against() == 0 && e.agreeing * 2 >= noDoubtBelow;
-        return e.bar * 4 <= e.agreeing && e.regionBands == 0 &&
-               (e.barBands == 0 || (isPlain && e.barBands * 2 <= e.agreeing));
-    }
-    if (e.bar > (weightOf(e) > 0 ? mostBarsBeyondDoubt : mostBars) * e.agreeing)
-        return false;
-    if (e.regionBands > 0 && e.agreeing * 2 < 120 + 3 * e.regionBands)
-        return false;
-    if (e.agreeingBands < manyBands)
-        return e.filmBands == 0 && (e.regionBands == 0 || e.against() == 0);
-    return e.filmBands * 2 <= e.agreeingBands * 5;
-}
-
-} // namespace
-
-bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
-    const std::int64_t height = std::min(pair.a().height, pair.b().height);
-    return isEnough(e, height) && (!pair.hasBackdrop() || isBeforeBackdrop(e, pair, isAlone)) &&
-           !isOtherText(e, height, isAlone) && isCoveredLittle(e) && isLeftOutLittle(e, isAlone);
 }
 
 } // namespace orbelquist

@@ -7,10 +7,8 @@
 
 namespace orbelquist {
 
-/// Up to so many blocks that agree may be a line that occurs twice.
-inline constexpr std::int64_t noDoubtBelow = 50;
-/// Bands of a sixth of the screen: what agrees in so many is more than a few lines that occur twice.
-inline constexpr std::int64_t manyBands = 16;
+/// Fewer blocks that agree are chance, and up to so many may be a line that occurs twice.
+inline constexpr std::int64_t leastAgreeing = 10, noDoubtBelow = 50;
 
 /// A shift examined on all pixels, block by block. Rows are those of the second frame.
 struct Examination {
@@ -53,9 +51,5 @@ struct Examination {
 
 /// Nothing where nothing speaks for the shift.
 std::optional<Examination> examine(const FramePair& pair, std::int64_t shift);
-
-/// Whether what was seen leaves no doubt but for other shifts that hold as well. Where nothing agrees nearly as much at
-/// any other shift, values may have changed while the page was scrolled.
-bool holds(const Examination& examination, const FramePair& pair, bool isAlone = false);
 
 } // namespace orbelquist
