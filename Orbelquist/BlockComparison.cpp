@@ -32,6 +32,12 @@ constexpr double mostDifference = 0.25, leastDifference = 0.02, overMiddle = 4;
 /// is said.
 constexpr double unclear = 2, leastContradiction = 0.12;
 
+/// Before a picture a block contradicts when nearly all of it is the page: at the edge of a bubble the rest is picture.
+/// Nor does it where it differs by less than so many times below what half of the page's like blocks vary by, at most:
+/// a picture may shine through what lies before it.
+constexpr std::int64_t mostOfIt = 87; // percent
+constexpr float shiningThrough = 8;
+
 /// Another ground: half of the pixels of one lie so many levels from half of those of the other, or more than half
 /// differ by more than that, with room for so many times the frames' noise.
 constexpr int leastGround = 4;
@@ -162,32 +168,43 @@ void BlockComparison::judge() {
     difference_ = percentile(differences, 50);
     const double alike = std::min(mostDifference, leastDifference + overMiddle * difference_);
     const double contradicts = std::max(unclear * alike, leastContradiction);
+    std::vector<float> variances; // of the page's like blocks
     for (std::size_t i = 0; i < bands_.size(); ++i)
         for (std::size_t k = 0; k < blocksAcross; ++k) {
             const Measure& m = measures_[i][k];
             if (!isInformed(m))
                 continue;
-            const double difference = differenceOf(m);
-            bands_[i].set(k, difference >= contradicts && isPage(i, k)  ? Block::shapes
-                             : difference >= alike                      ? Block::unclear
-                             : m.across > leastVariance / 4 + 2 * noise ? Block::alike
-                                                                        : Block::lines);
+            if (differenceOf(m) >= alike) {
+                bands_[i].set(k, Block::unclear);
+                continue;
+            }
+            bands_[i].set(k, m.across > leastVariance / 4 + 2 * noise ? Block::alike : Block::lines);
+            if (hasBackdrop() && isPage(i, k))
+                variances.push_back(m.variance());
+        }
+    const float faint = percentile(variances, 50) / shiningThrough;
+    for (std::size_t i = 0; i < bands_.size(); ++i)
+        for (std::size_t k = 0; k < blocksAcross; ++k) {
+            const Measure& m = measures_[i][k];
+            if (bands_[i].at(k) == Block::unclear && differenceOf(m) >= contradicts && m.difference >= faint &&
+                isPage(i, k, mostOfIt))
+                bands_[i].set(k, Block::shapes);
         }
 }
 
-bool BlockComparison::isPage(std::size_t band, std::size_t block) const {
-    if (layout_.pageInA.empty())
+bool BlockComparison::isPage(std::size_t band, std::size_t block, std::int64_t percent) const {
+    if (!hasBackdrop())
         return true;
     constexpr int cells = cellCount / blocksAcross;
     const CellMask here = ((CellMask{1} << cells) - 1) << static_cast<int>(block) * cells;
-    int page = 0, counted = 0;
+    std::int64_t page = 0, counted = 0;
     for (std::int64_t row = rowOf(band); row < endOf(band); ++row) {
         const CellMask counts = here & ~ignoredAt(row);
         counted += std::popcount(counts);
         page += std::popcount(counts & (layout_.pageInA[static_cast<std::size_t>(row + layout_.shift)] |
                                         layout_.pageInB[static_cast<std::size_t>(row)]));
     }
-    return page * 2 > counted;
+    return page * 100 > counted * percent;
 }
 
 void BlockComparison::findCovered() {

@@ -50,8 +50,9 @@ private:
 /// difference over their variance, which lossy coding hardly changes.
 class BlockComparison {
 public:
-    /// Rows `first` to `last` of `b` on the rows `shift` further down of `a`, without the cells ignored in either. Where
-    /// masks tell which cells show the page for certain, none contradicts but of these. One mask a row, or no masks.
+    /// Rows `first` to `last` of `b` on the rows `shift` further down of `a`, without the cells ignored in either.
+    /// Where masks tell which cells show the page for certain, none contradicts but of these. One mask a row, or no
+    /// masks.
     struct Layout {
         const Frame& a;
         const Frame& b;
@@ -66,11 +67,12 @@ public:
     /// Tells blocks with another ground from those with other shapes; until then all that contradict are `shapes`.
     void findCovered();
 
-    /// Whether one of the frames shows the page for certain in more than half of what counts of a block.
-    bool isPage(std::size_t band, std::size_t block) const;
+    /// Whether one of the frames shows the page for certain in more than so many percent of what counts of a block.
+    bool isPage(std::size_t band, std::size_t block, std::int64_t percent = 50) const;
 
     const Layout& layout() const { return layout_; }
     std::vector<Band>& bands() { return bands_; }
+    const std::vector<Band>& bands() const { return bands_; }
 
     std::int64_t bandRows() const { return bandRows_; }
     std::int64_t rowOf(std::size_t band) const { return layout_.first + static_cast<std::int64_t>(band) * bandRows_; }
@@ -87,6 +89,8 @@ public:
     double noise() const { return noise_; }
 
 private:
+    bool hasBackdrop() const { return !layout_.pageInA.empty(); }
+
     /// Of a block, per pixel: levels, and square levels.
     struct Measure {
         float mean = 0, difference = 0, varianceA = 0, varianceB = 0, across = 0;

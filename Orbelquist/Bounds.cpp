@@ -35,14 +35,14 @@ bool isEnough(const Examination& e, std::int64_t height) {
 }
 
 /// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
-/// line or two are the page for certain, or there are many lines that hardly anything contradicts. What is unclear is
+/// few letters are the page for certain, or there are many lines that hardly anything contradicts. What is unclear is
 /// the picture's doing, so no more of it than is seen of that.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
     if (!isAlone || e.unclear > 5 * pair.blocksOfBackdrop())
         return false;
-    if (e.certain >= noDoubtBelow)
-        return e.against() * 4 <= e.agreeing && e.unclear * 2 <= 3 * e.agreeing;
-    return e.agreeingBands >= manyBands && e.against() * 12 <= e.agreeing && e.unclear <= e.agreeing;
+    if (e.certain >= 2 * leastAgreeing && e.against() * 4 <= e.certain)
+        return true;
+    return e.agreeingBands >= manyBands && e.against() * 12 <= e.agreeing && e.unclear * 2 <= e.agreeing;
 }
 
 /// Other text at the same place is no page that moved: next to none in the stretch, little outside.

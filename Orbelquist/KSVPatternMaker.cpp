@@ -119,12 +119,15 @@ private:
                     neighbours.push_back(other.get());
                     held.push_back(std::move(other));
                 }
-            if (!neighbours.empty())
-                pairs_[index] = matchFrames(*a, *b, neighbours);
-            if (!pairs_[index].verdict.valid())
+            std::optional<KSVPatternPair> answer;
+            if (!neighbours.empty() && findsNothing(pairs_[index].verdict))
+                answer = matchAmong(*a, *b, neighbours);
+            if (!answer || !answer->verdict.valid())
                 if (const auto shift = shiftByNeighbours(index))
                     if (auto pair = matchAt(*a, *b, *shift))
-                        pairs_[index] = *std::move(pair);
+                        answer = std::move(pair);
+            if (answer)
+                pairs_[index] = *std::move(answer);
         }
         const MutexLock lock(mutex_);
         for (std::size_t i = first; i <= last; ++i)

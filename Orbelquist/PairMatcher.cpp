@@ -8,11 +8,9 @@
 #include "Orbelquist/Seam.hpp"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstdlib>
 #include <limits>
-#include <numeric>
 #include <span>
 #include <vector>
 
@@ -28,8 +26,9 @@ constexpr std::uint8_t cellTolerance = 4;
 constexpr std::int64_t strokesPerScreen = 100;
 
 /// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
-/// percent, of the same at the best.
-constexpr std::int64_t secondElsewhere = 40;
+/// percent, of the same at the best; at a place within two lines of text, so many strokes, which have more in common
+/// with it, more than that.
+constexpr std::int64_t secondElsewhere = 30, secondNearby = 40, nearbyStrokes = 4;
 /// Or when it has more than this part, in percent, of the best's agreement, if what covers it were films and overlays.
 constexpr std::int64_t secondAtItsBest = 70;
 /// So does a place that is refused and has more than this part, in percent, at its best, where anything contradicts the
@@ -120,36 +119,6 @@ constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks.
 constexpr std::int64_t leastSoftAgreement = 100;
 
-/// A picture behind the page leaves at least so many blocks that stand still, however little of it shows.
-constexpr std::int64_t leastBackdrop = 16;
-
-/// Whether a photograph may lie behind the page: between the bars no one level, give or take what coding does to it,
-/// takes two fifths of the screen, as that of paper does.
-bool isUneven(const Frame& frame) {
-    std::array<std::int64_t, 256 + cellTolerance> cells = {};
-    const std::int64_t first = frame.height / tallestBar, last = frame.height - first;
-    for (std::int64_t y = first; y < last; ++y)
-        for (const std::uint8_t level : frame.signature[static_cast<std::size_t>(y)])
-            ++cells[level];
-    std::int64_t most = 0;
-    for (auto level = cells.begin(); level + cellTolerance < cells.end(); ++level)
-        most = std::max(most, std::accumulate(level, level + cellTolerance + 1, std::int64_t{0}));
-    return most * 5 < (last - first) * cellCount * 2;
-}
-
-/// Blocks that show what the page may move in front of: those between the bars that stand still, edges or patterns;
-/// all, where it is a photograph, which may have none.
-std::int64_t blocksOfBackdrop(const FramePair& pair) {
-    if (isUneven(pair.a()) && isUneven(pair.b()))
-        return bandsPerScreen * blocksAcross;
-    const std::int64_t height = std::min(pair.a().height, pair.b().height), bar = height / tallestBar;
-    BlockComparison unmoved({pair.a(), pair.b(), 0, bar, height - bar, {}, {}, {}, {}});
-    std::int64_t still = 0;
-    for (const Band& band : unmoved.bands())
-        still += band.count(Block::alike) + band.count(Block::lines);
-    return still;
-}
-
 KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePair& pair) {
     return {.kind = kind,
             .offset = e.shift,
@@ -195,12 +164,12 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     if (held.empty() && likeliest) { // it may hold after all if nothing else comes near
         const auto isRival = [&](const Examination& other) {
             return std::abs(other.shift - likeliest->shift) > stroke &&
-                   (other.agreeing - other.against()) * 100 > likeliest->agreeing * negligible;
+                   (other.evidence() - other.against()) * 100 > likeliest->evidence() * negligible;
         };
         if (likeliest->agreeing >= leastAlike && holds(*likeliest, pair, std::ranges::none_of(refused, isRival)))
             held.push_back(*likeliest);
     }
-    const auto best = std::ranges::max_element(held, {}, &Examination::agreeing);
+    const auto best = std::ranges::max_element(held, {}, &Examination::evidence);
     if (best == held.end())
         return {.verdict = likeliest ? verdictOn(*likeliest, Kind::contradicted, pair)
                                      : KSVVerdict{.kind = Kind::nothingCommon}};
@@ -216,8 +185,9 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
             return false;
         if (isWithinStroke(other))
             return differs(other) < least * clearlyMore + 1 &&
-                   other.agreeing * 100 > exact->agreeing * secondWithinStroke;
-        return other.net() * 100 > std::min(best->net(), exact->net()) * secondElsewhere ||
+                   other.evidence() * 100 > exact->evidence() * secondWithinStroke;
+        const bool isNearby = std::abs(other.shift - exact->shift) <= nearbyStrokes * stroke;
+        return other.net() * 100 > std::min(best->net(), exact->net()) * (isNearby ? secondNearby : secondElsewhere) ||
                other.atBest() * 100 > best->atBest() * secondAtItsBest;
     };
     const auto openTo = [&](const Examination& other) {
@@ -230,12 +200,12 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     const bool isMuchLeftOut = exact->barBands + exact->regionBands >= muchLeftOut;
     const std::int64_t price = exact->agreeingBands >= manyBands ? 2 : 1;
     const auto mayBeIt = [&](const Examination& other) {
-        return other.atBest() > exact->agreeing ||
+        return other.atBest() > exact->evidence() ||
                (exact->against() > 0 && !isWithinStroke(other) &&
                 other.atBest() * 100 > exact->atBest() * secondRefused) ||
                (other.against() == 0 && !isWithinStroke(other) && isRival(other)) ||
                (isMuchLeftOut && !isWithinStroke(other) &&
-                (other.agreeing - price * other.against()) * 100 > exact->agreeing * secondWhereMuchIsLeftOut);
+                (other.evidence() - price * other.against()) * 100 > exact->evidence() * secondWhereMuchIsLeftOut);
     };
     if (const auto other = std::ranges::find_if(refused, mayBeIt); other != refused.end())
         return openTo(*other);
@@ -260,22 +230,25 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     return joinedAt(*exact, verdict, pair);
 }
 
+/// The pair as of a page before a picture that stands still; nothing where there is none, or the pair is refused.
+std::optional<KSVPatternPair> matchBeforeBackdrop(const FramePair& pair, std::span<const Frame* const> neighbours) {
+    if (const auto before = pair.withBackdrop(neighbours))
+        if (KSVPatternPair answer = match(*before, 0); !findsNothing(answer.verdict))
+            return answer;
+    return std::nullopt;
+}
+
 /// Of frames of one brightness.
-KSVPatternPair matchAlike(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours) {
-    using Kind = KSVVerdict::Kind;
+KSVPatternPair matchAlike(const Frame& a, const Frame& b) {
     const FramePair pair(a, b, cellTolerance);
     KSVPatternPair sharp = match(pair, 0);
-    const auto isRefused = [](const KSVPatternPair& answer) {
-        return answer.verdict.kind == Kind::contradicted || answer.verdict.kind == Kind::nothingCommon;
-    };
-    if (!isRefused(sharp))
+    if (!findsNothing(sharp.verdict))
         return sharp;
-    if (const std::int64_t blocks = blocksOfBackdrop(pair); blocks >= leastBackdrop)
-        if (KSVPatternPair before = match(pair.withBackdrop(neighbours, blocks), 0); !isRefused(before))
-            return before;
+    if (auto before = matchBeforeBackdrop(pair, {}))
+        return *std::move(before);
     const Frame softA = softened(a), softB = softened(b);
     KSVPatternPair soft = match(FramePair(softA, softB, cellTolerance), leastSoftAgreement);
-    if (soft.verdict.kind != Kind::matched)
+    if (soft.verdict.kind != KSVVerdict::Kind::matched)
         return sharp;
     const auto examined = examine(pair, soft.verdict.offset);
     return examined && examined->difference > leastBlur ? soft : sharp;
@@ -301,7 +274,11 @@ std::optional<KSVPatternPair> matchDimmed(const Frame& a, const Frame& b, const 
 
 } // namespace
 
-KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours) {
+bool findsNothing(const KSVVerdict& verdict) {
+    return verdict.kind == KSVVerdict::Kind::contradicted || verdict.kind == KSVVerdict::Kind::nothingCommon;
+}
+
+KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
     if (a.height == 0 || b.height == 0)
         return {.verdict = {.kind = KSVVerdict::Kind::nothingCommon}};
     if (a.width != b.width || a.width == 0)
@@ -309,7 +286,11 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame
     if (const auto dimming = dimmingBetween(a, b))
         if (auto answer = matchDimmed(a, b, *dimming))
             return *std::move(answer);
-    return matchAlike(a, b, neighbours);
+    return matchAlike(a, b);
+}
+
+std::optional<KSVPatternPair> matchAmong(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours) {
+    return matchBeforeBackdrop(FramePair(a, b, cellTolerance), neighbours);
 }
 
 std::optional<KSVPatternPair> matchAt(const Frame& a, const Frame& b, std::int64_t shift) {

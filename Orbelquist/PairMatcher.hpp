@@ -11,8 +11,15 @@
 
 namespace orbelquist {
 
-/// Compares two consecutive frames of a run. Other frames of it help where something stands still behind the page.
-KSVPatternPair matchFrames(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours = {});
+/// Compares two consecutive frames of a run.
+KSVPatternPair matchFrames(const Frame& a, const Frame& b);
+
+/// Whether there is no place at which the frames may lie, as far as those two tell.
+bool findsNothing(const KSVVerdict& verdict);
+
+/// Compares such frames again, of one width, with others of the run, which may show more of a picture that stands still
+/// behind the page. Nothing where that does not help.
+std::optional<KSVPatternPair> matchAmong(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours);
 
 /// The pair at a shift that is told by others, where hardly anything contradicts it; else nothing.
 std::optional<KSVPatternPair> matchAt(const Frame& a, const Frame& b, std::int64_t shift);

@@ -4,51 +4,6 @@
 
 namespace orbelquist {
 
-namespace {
-
-/// The picture is told by its levels from what lies in front of it, within so many parts of the screen.
-constexpr std::int64_t slabsPerScreen = 32;
-
-/// The cells that are lighter or darker than all that is seen of the picture nearby, by half of what the picture itself
-/// varies by: what lies in front of it, such as a bubble.
-std::vector<CellMask> cellsInFront(const Frame& frame, const Furniture& picture, std::uint8_t tolerance) {
-    struct Levels {
-        int low = 256, high = -1;
-        void add(const Levels& other) { low = std::min(low, other.low), high = std::max(high, other.high); }
-    };
-    const std::int64_t height = std::ssize(picture.cells), rows = std::max<std::int64_t>(1, height / slabsPerScreen);
-    std::vector<Levels> slabs(static_cast<std::size_t>(frame.height / rows + 3)); // with one above and one below
-    for (std::int64_t y = picture.topBar; y < height - picture.bottomBar; ++y)
-        for (std::size_t cell = 0; cell < cellCount; ++cell)
-            if (picture.cells[static_cast<std::size_t>(y)] >> cell & 1) {
-                const int level = frame.signature[static_cast<std::size_t>(y)][cell];
-                slabs[static_cast<std::size_t>(y / rows + 1)].add({level, level});
-            }
-    std::vector<CellMask> cells(frame.signature.size());
-    for (std::size_t y = 0; y < cells.size(); ++y) {
-        const std::size_t slab = y / static_cast<std::size_t>(rows);
-        Levels near = slabs[slab];
-        near.add(slabs[slab + 1]), near.add(slabs[slab + 2]);
-        if (near.high < near.low)
-            continue;
-        const int room = (near.high - near.low) / 2 + tolerance;
-        for (std::size_t cell = 0; cell < cellCount; ++cell) {
-            const int level = frame.signature[y][cell];
-            cells[y] |= CellMask{level > near.high + room || level < near.low - room} << cell;
-        }
-    }
-    return cells;
-}
-
-/// Without the outermost cells of each row's runs: at the edge of what lies in front of a picture, half a cell is
-/// picture.
-CellMask withoutEdges(CellMask row) {
-    const CellMask toLeft = row << 1 | (row & 1), toRight = row >> 1 | (row & CellMask{1} << (cellCount - 1));
-    return row & toLeft & toRight;
-}
-
-} // namespace
-
 FramePair::FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance)
     : FramePair(a, b, tolerance, furnitureOf(a, b, tolerance)) {}
 
@@ -66,38 +21,14 @@ FramePair FramePair::withBarsAlone() const {
     return FramePair(a_, b_, tolerance_, std::move(bars));
 }
 
-FramePair FramePair::withBackdrop(std::span<const Frame* const> neighbours, std::int64_t blocks) const {
-    std::vector<const Frame*> all{&a_, &b_};
-    all.insert(all.end(), neighbours.begin(), neighbours.end());
-    std::vector<CellMask> picture(static_cast<std::size_t>(std::max(a_.height, b_.height)));
-    std::vector<std::vector<CellMask>> front, still; // of each frame: before the picture, and the picture itself
-    for (const Frame* frame : all) {
-        front.push_back(cellsInFront(*frame, furniture_, tolerance_));
-        still.emplace_back(frame->signature.size());
-    }
-    for (std::size_t i = 0; i < all.size(); ++i)
-        for (std::size_t k = i + 1; k < all.size(); ++k) {
-            const std::vector<CellMask> cells = stillCells(*all[i], *all[k], tolerance_);
-            const Furniture sure = furnitureOf(*all[i], *all[k], tolerance_); // the flat may be equal by chance
-            for (std::size_t y = 0; y < cells.size(); ++y) {
-                const CellMask behind = ~front[i][y] & ~front[k][y];
-                still[i][y] |= cells[y] & behind, still[k][y] |= cells[y] & behind;
-                if (y < picture.size())
-                    picture[y] |= sure.cells[y] & behind;
-            }
-        }
-
+std::optional<FramePair> FramePair::withBackdrop(std::span<const Frame* const> neighbours) const {
+    auto backdrop = backdropBehind(a_, b_, neighbours, furniture_, tolerance_);
+    if (!backdrop)
+        return std::nullopt;
     FramePair pair = *this;
-    pair.blocksOfBackdrop_ = blocks;
-    const auto look = [&](std::size_t i, std::vector<CellMask>& ignored, std::vector<CellMask>& page) {
-        page.resize(ignored.size());
-        for (std::size_t y = 0; y < page.size(); ++y) {
-            ignored[y] |= still[i][y];
-            page[y] = withoutEdges((front[i][y] | picture[y]) & ~ignored[y]);
-        }
-    };
-    look(0, pair.ignoredInA_, pair.pageInA_);
-    look(1, pair.ignoredInB_, pair.pageInB_);
+    pair.blocksOfBackdrop_ = backdrop->blocks;
+    pair.ignoredInA_ = std::move(backdrop->ignoredInA), pair.ignoredInB_ = std::move(backdrop->ignoredInB);
+    pair.pageInA_ = std::move(backdrop->pageInA), pair.pageInB_ = std::move(backdrop->pageInB);
     return pair;
 }
 

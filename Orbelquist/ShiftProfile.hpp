@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Orbelquist/Backdrop.hpp"
 #include "Orbelquist/BlockComparison.hpp"
 #include "Orbelquist/Frame.hpp"
 #include "Orbelquist/Furniture.hpp"
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -22,15 +24,14 @@ public:
     /// backdrop.
     FramePair withBarsAlone() const;
 
-    /// The same frames, as of a page that moves in front of a picture, seen with other frames of the run. What is equal
-    /// in two of them all is the picture, and left out; where it is known and a frame shows something else, that is
-    /// page for certain. `blocks` of it stand still in these two.
-    FramePair withBackdrop(std::span<const Frame* const> neighbours, std::int64_t blocks) const;
+    /// The same frames, as of a page that moves in front of a picture, which is left out of account; nothing where none
+    /// stands there. Other frames of the run, of the same width, may show more of it.
+    std::optional<FramePair> withBackdrop(std::span<const Frame* const> neighbours) const;
 
     const Frame& a() const { return a_; }
     const Frame& b() const { return b_; }
     const Furniture& furniture() const { return furniture_; }
-    bool hasBackdrop() const { return !pageInA_.empty(); }
+    bool hasBackdrop() const { return blocksOfBackdrop_ > 0; }
     std::int64_t blocksOfBackdrop() const { return blocksOfBackdrop_; }
     std::uint8_t tolerance() const { return tolerance_; }
 

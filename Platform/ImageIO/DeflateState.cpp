@@ -61,6 +61,7 @@ public:
 
 private:
     void map(std::uint32_t place) VELMORANT_REQUIRES(mutex_) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the number is what matters
         void* const address = reinterpret_cast<void*>(static_cast<std::uintptr_t>(place) << 16);
         void* const memory = mmap(address, sizeof(isal_zstream), PROT_READ | PROT_WRITE,
                                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);

@@ -75,6 +75,21 @@ TEST(KSVPatternMaker, TellsThePageFromAPictureBehindIt) {
     EXPECT_EQ(offsetOf(match({chat(0), chat(900)})[0]), "x"); // other messages before the same picture
 }
 
+/// Cards of the photograph's own brightness over most of it: what shows between them is other in each shot.
+TEST(KSVPatternMaker, TellsCardsFromAPhotographBehindThem) {
+    const Page page(7), other(8);
+    const auto cards = [&](const Page& text, std::int64_t top) {
+        return platform::imageOf(width, height, [&](std::int64_t x, std::int64_t y) {
+            const bool isCard = (y + top) % 100 < 80 && x >= 10 && x < width - 10;
+            const std::int64_t grain = (x * 131 + y * 71) * (x + 3 * y) % 97;
+            const auto level = isCard ? text.luma(x, y + top) * 130 / 255 : static_cast<std::uint32_t>(90 + grain);
+            return level * 0x1010100u | 255u;
+        });
+    };
+    EXPECT_EQ(offsetOf(match({cards(page, 0), cards(page, 230)})[0]), "+230");
+    EXPECT_EQ(offsetOf(match({cards(page, 0), cards(other, 230)})[0]), "x");
+}
+
 /// What two shots share is blank, and a third shows more of either.
 TEST(KSVPatternMaker, NeighboursTellWhatTwoAloneDoNot) {
     const Page page(9);
