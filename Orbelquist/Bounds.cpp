@@ -13,10 +13,16 @@ constexpr std::int64_t lineShare = 24;
 /// Where nothing else agrees nearly as much, one block of so many may have changed meanwhile, a price or a count: where
 /// lines over all of many bands agree, or where the page is seen over one of so many parts of the screen and all that
 /// contradicts there lies together.
-constexpr std::int64_t changedScreenShare = 6, changedShare = 9, changedTogetherShare = 6;
+constexpr std::int64_t changedScreenShare = 6, changedShare = 8, changedTogetherShare = 6;
 /// Blocks of bars for each that agrees, at most. Two bars of glass take more of a screen than a small overlap does;
 /// that counts once what agrees is more than chance.
 constexpr std::int64_t mostBars = 4, mostBarsBeyondDoubt = 12;
+
+/// So few blocks are a line or two, whatever they lie beside.
+constexpr std::int64_t lineOrTwo = 40;
+/// Blocks that may be unclear for each of the picture behind the page that is seen, at most; and the part of what
+/// agrees that next to nothing is.
+constexpr std::int64_t mostUnclear = 5, hardlyShare = 12;
 
 /// A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
 std::int64_t weightOf(const Examination& e) {
@@ -38,11 +44,12 @@ bool isEnough(const Examination& e, std::int64_t height) {
 /// few letters are the page for certain, or there are many lines that hardly anything contradicts. What is unclear is
 /// the picture's doing, so no more of it than is seen of that.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
-    if (!isAlone || e.unclear > 5 * pair.blocksOfBackdrop())
+    if (!isAlone || e.unclear > mostUnclear * pair.blocksOfBackdrop())
         return false;
-    if (e.certain >= 2 * leastAgreeing && e.against() * 4 <= e.certain)
+    const bool isUnclear = e.unclear * 2 > e.agreeing;
+    if (e.certain >= 2 * leastAgreeing && e.against() * (isUnclear ? 6 : 4) <= e.certain)
         return true;
-    return e.agreeingBands >= manyBands && e.against() * 12 <= e.agreeing && e.unclear * 2 <= e.agreeing;
+    return e.agreeingBands >= manyBands && e.against() * hardlyShare <= e.agreeing && !isUnclear;
 }
 
 /// Other text at the same place is no page that moved: next to none in the stretch, little outside.
@@ -54,8 +61,11 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
         isAlone &&
         ((e.agreeingBands >= manyBands && (e.inside.shapes + e.overlay.shapes) * changedShare <= e.agreeing) ||
          (liesTogether && e.overlay.all() * changedTogetherShare <= e.agreeing));
-    return (shapes * 12 > std::max<std::int64_t>(0, weightOf(e) - 16) && !mayHaveChanged) ||
-           (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing;
+    // A header on the page's own ground, such as one that shrinks.
+    const bool isBar =
+        isAlone && e.agreeingBands >= manyBands && e.edge.all() == e.against() && e.edge.all() * 3 <= e.agreeing;
+    return (shapes * hardlyShare > std::max<std::int64_t>(0, weightOf(e) - 16) && !mayHaveChanged) ||
+           ((e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing && !isBar);
 }
 
 /// Bars and overlays that are not known as such may take half as much as agrees, and little amid it.
@@ -67,7 +77,7 @@ bool isCoveredLittle(const Examination& e) {
 /// What is left out of account is not much more than what agrees. A line or two beside a bar that only one frame shows
 /// are enough if nothing else speaks against them or for another place.
 bool isLeftOutLittle(const Examination& e, bool isAlone) {
-    if (e.agreeing < 40) {
+    if (e.agreeing < lineOrTwo) {
         const bool isPlain = isAlone && e.against() == 0 && e.agreeing * 2 >= noDoubtBelow;
         return e.bar * 4 <= e.agreeing && e.regionBands == 0 &&
                (e.barBands == 0 || (isPlain && e.barBands * 2 <= e.agreeing));
