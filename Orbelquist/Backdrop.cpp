@@ -91,7 +91,8 @@ Grounds groundsOf(const Frame& frame, std::int64_t patchRows) {
                         ground = level;
                 }
             const bool isGround = pixels[ground] * 2 >= (bottom - top) * (right - left);
-            grounds[patch][static_cast<std::size_t>(cell)] = static_cast<std::int16_t>(isGround ? ground : -1);
+            grounds[patch][static_cast<std::size_t>(cell)] =
+                isGround ? static_cast<std::int16_t>(ground) : std::int16_t{-1};
         }
     }
     return grounds;

@@ -61,11 +61,8 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
         isAlone &&
         ((e.agreeingBands >= manyBands && (e.inside.shapes + e.overlay.shapes) * changedShare <= e.agreeing) ||
          (liesTogether && e.overlay.all() * changedTogetherShare <= e.agreeing));
-    // A header on the page's own ground, such as one that shrinks.
-    const bool isBar =
-        isAlone && e.agreeingBands >= manyBands && e.edge.all() == e.against() && e.edge.all() * 3 <= e.agreeing;
     return (shapes * hardlyShare > std::max<std::int64_t>(0, weightOf(e) - 16) && !mayHaveChanged) ||
-           ((e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing && !isBar);
+           (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing;
 }
 
 /// Bars and overlays that are not known as such may take half as much as agrees, and little amid it.
