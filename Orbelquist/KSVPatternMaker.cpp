@@ -125,9 +125,9 @@ private:
             if (!answer || !answer->verdict.valid())
                 if (const auto shift = shiftByNeighbours(index))
                     if (auto pair = matchAt(*a, *b, *shift))
-                        answer = std::move(pair);
+                        answer = pair;
             if (answer)
-                pairs_[index] = *std::move(answer);
+                pairs_[index] = *answer;
         }
         const MutexLock lock(mutex_);
         for (std::size_t i = first; i <= last; ++i)
