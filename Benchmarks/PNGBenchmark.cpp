@@ -1,3 +1,4 @@
+#include "Benchmarks/Libpng.hpp"
 #include "Platform/Foundation/ByteSink.hpp"
 #include "Platform/ImageIO/CGImageDestination.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
@@ -78,15 +79,6 @@ bool readWithSpng(const std::filesystem::path& file, Bitmap& into) {
     const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
     return spng_set_png_buffer(context.get(), bytes.data(), bytes.size()) == 0 &&
            spng_decode_image(context.get(), into.row(0), into.bytes().size(), SPNG_FMT_RGBA8, 0) == 0;
-}
-
-bool readWithLibpng(const std::filesystem::path& file, Bitmap& into) {
-    png_image image = {};
-    image.version = PNG_IMAGE_VERSION;
-    if (png_image_begin_read_from_file(&image, file.c_str()) == 0)
-        return false;
-    image.format = PNG_FORMAT_RGBA;
-    return png_image_finish_read(&image, nullptr, into.row(0), 0, nullptr) != 0;
 }
 
 /// Answers the file's size; 0 after an error.

@@ -161,8 +161,8 @@ void import(benchmark::State& state) {
         const auto picture = platform::pictureOf(i + 1, 500, 700);
         auto file = platform::AtomicFile::create(files.back(), platform::AtomicFile::Existing::keep);
         const platform::CIImage recipe(*picture.cgImage());
-        std::ignore = platform::writeImage(recipe, recipe.extent(), platform::ImageFormat::png, {}, platform::Date{0},
-                                           *file);
+        std::ignore =
+            platform::writeImage(recipe, recipe.extent(), platform::ImageFormat::png, {}, platform::Date{0}, *file);
         std::ignore = file->commit();
     }
     double importing = 0, copying = 0;

@@ -11,10 +11,14 @@ namespace orbelquist {
 
 namespace {
 
-/// Rows of each shift that are looked at, a few a line of text; and the places of which all rows are, and those
+/// Rows of each shift that are looked at, some two a line of text; and the places of which all rows are, and those
 /// examined on all pixels, by each of three rankings.
-constexpr std::int64_t sampledRows = 256;
+constexpr std::int64_t sampledRows = 128;
 constexpr std::size_t shortlistedPlaces = 32, examinedPlaces = 10;
+
+/// Where so little contradicts the best place, nothing with so little agreement beside it can be another: one part of
+/// so many.
+constexpr std::int64_t negligibleShare = 16;
 
 /// The best places by score; by score over contradictions: in dense tables the truth stands far down the first list;
 /// and by score over those of the whole overlap: where two frames share a line or two, little can contradict. By score,
@@ -92,6 +96,10 @@ std::vector<Stretch> stretchesOfAllShifts(const FramePair& pair) {
 std::vector<Stretch> candidates(const FramePair& pair) {
     std::vector<RowAgreement> rows;
     std::vector<Stretch> shortlist = bestPlaces(stretchesOfAllShifts(pair), shortlistedPlaces);
+    if (!shortlist.empty() && shortlist.front().overall * negligibleShare <= shortlist.front().agreeing)
+        std::erase_if(shortlist, [least = shortlist.front().agreeing / negligibleShare](const Stretch& stretch) {
+            return stretch.agreeing < least;
+        });
     for (Stretch& stretch : shortlist) {
         stretch = stretchAt(pair, stretch.shift, rows);
         for (const std::int64_t step : {-1, 1})
