@@ -17,10 +17,10 @@ namespace {
 using platform::DispatchQueue;
 using platform::MutexLock;
 
-/// One request, worked off by as many threads as take part. Frames are read in order; a pair is matched as soon as both
-/// its frames are there, before more are read. A pair that is refused is looked at again with the frames before and
-/// after it, which may tell where it lies; a frame is let go with the last pair that may need it. So few are in memory,
-/// however long the run.
+/// One request, worked off by as many threads as take part. Frames are read in order, as many ahead as may be in
+/// memory, so that when all are read there are pairs left for every thread; else a pair is matched once both its frames
+/// are there. A pair that is refused is looked at again with the frames before and after it, which may tell where it
+/// lies; a frame is let go with the last pair that may need it. So few are in memory, however long the run.
 class Request {
 public:
     explicit Request(KSVPatternMaker::Images images) : images_(std::move(images)), pairs_(images_.size() - 1) {}
@@ -68,17 +68,17 @@ private:
                 index = settled_++;
                 return Task::settle;
             }
+            if (read_ < images_.size() && frames_.size() + reading_ < mostFrames_) {
+                index = read_++;
+                ++reading_;
+                return Task::read;
+            }
             if (matched_ < pairs_.size() && frames_.contains(matched_) && frames_.contains(matched_ + 1)) {
                 index = matched_++;
                 return Task::match;
             }
             if (settled_ == pairs_.size())
                 return Task::none;
-            if (read_ < images_.size() && frames_.size() + reading_ < mostFrames_) {
-                index = read_++;
-                ++reading_;
-                return Task::read;
-            }
             change_.wait(mutex_);
         }
     }

@@ -6,9 +6,9 @@
 #include "Platform/ImageIO/PNGChunks.hpp"
 
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 namespace platform::png {
 
@@ -49,17 +49,18 @@ private:
     std::vector<std::byte> bytes_;
 };
 
-/// Rows that become bands side by side, behind the row above the first of them.
-struct Batch {
+/// The rows of one band, behind the row above them.
+struct Slot {
     std::vector<std::uint8_t> pixels; ///< the row above, zeros at first, and the rows gathered
     std::size_t rows = 0;
-    std::vector<Band> bands;
-    bool isEnd = false;
-    std::atomic<bool> sound = true;
+    bool isLast = false;
+    Band band;
+    bool isSound = true;
+    DispatchQueue queue = DispatchQueue::serial("png"); ///< makes the band; meanwhile the rest is left alone
 };
 
-/// Rows are gathered in one batch while the bands of the batch before it are made. The bands' height depends on the
-/// picture's width alone, so that the same picture gives the same bytes everywhere.
+/// Rows are gathered for one band while those before it are made, several side by side. The bands' height depends on
+/// the picture's width alone, so that the same picture gives the same bytes everywhere.
 class Writer final : public CGImageDestination {
 public:
     Writer(ByteSink& sink, const ImageHeader& header, EncodeEffort effort)
@@ -67,14 +68,16 @@ public:
           bandRows_(std::max<std::size_t>(1, bandBytes / storedRowBytes(header))), left_(header.height) {
         const auto height = static_cast<std::size_t>(header.height);
         const std::size_t most = std::max<std::size_t>(1, bytesAtOnce / (bandRows_ * storedRowBytes(header)));
-        const std::size_t bands = std::min({(height + bandRows_ - 1) / bandRows_, most, ThreadPool::shared().limit()});
-        for (Batch& batch : batches_) {
-            batch.bands = std::vector<Band>(bands);
-            batch.pixels.resize(rowBytes_ * (1 + std::min(height, bands * bandRows_)));
-        }
+        const std::size_t bands = (height + bandRows_ - 1) / bandRows_;
+        slots_ = std::vector<Slot>(std::min(bands, 2 * std::min(most, ThreadPool::shared().limit())));
+        for (Slot& slot : slots_)
+            slot.pixels.resize(rowBytes_ * (1 + std::min(height, bandRows_)));
     }
 
-    ~Writer() override { await(); }
+    ~Writer() override {
+        for (const Slot& slot : slots_)
+            slot.queue.sync([] {});
+    }
 
     static std::size_t storedRowBytes(const ImageHeader& header) {
         return 1 + static_cast<std::size_t>(header.width) * (header.opaque ? 3 : 4);
@@ -99,11 +102,11 @@ public:
         for (; count > 0; --count, rows += stride) {
             if (left_ == 0)
                 return std::unexpected(ImageError{ImageError::Code::writeFailed, "too many rows"});
-            Batch& batch = *gathering_;
-            std::memcpy(batch.pixels.data() + ++batch.rows * rowBytes_, rows, rowBytes_);
-            batch.isEnd = --left_ == 0;
-            if (batch.isEnd || (batch.rows + 1) * rowBytes_ == batch.pixels.size())
-                if (auto handed = handOn(); !handed)
+            Slot& slot = slots_[gathering_];
+            std::memcpy(slot.pixels.data() + ++slot.rows * rowBytes_, rows, rowBytes_);
+            slot.isLast = --left_ == 0;
+            if (slot.isLast || slot.rows == bandRows_)
+                if (auto handed = handOn(slot); !handed)
                     return handed;
         }
         return {};
@@ -112,62 +115,50 @@ public:
     Done finish() override {
         if (left_ > 0)
             return std::unexpected(ImageError{ImageError::Code::writeFailed, "rows are missing"});
-        return writeMade();
+        for (std::size_t i = 0; i < slots_.size(); ++i)
+            if (auto written = writeMade(slots_[(gathering_ + i) % slots_.size()]); !written)
+                return written;
+        return {};
     }
 
 private:
     // Fits the second cache with all that is made of it: 128 rows of a telephone's screenshot.
     static constexpr std::size_t bandBytes = 448 << 10;
-    // Rows that are stored at once. Making them takes six times as much.
+    // Rows that are made at once, half of those in memory. Making them takes six times as much.
     static constexpr std::size_t bytesAtOnce = 8 * bandBytes;
 
-    /// The batch gathered becomes the one that is made; gathering goes on in the one made before it.
-    Done handOn() {
-        if (auto written = writeMade(); !written)
+    /// The rows gathered become a band, and gathering goes on in the slot whose band was begun first.
+    Done handOn(Slot& slot) {
+        slot.queue.async([this, &slot] {
+            slot.isSound = slot.band.make(slot.pixels.data(), slot.rows, static_cast<std::size_t>(header_.width),
+                                          header_.opaque, slot.isLast, effort_);
+        });
+        gathering_ = (gathering_ + 1) % slots_.size();
+        if (slot.isLast)
+            return {};
+        Slot& next = slots_[gathering_];
+        if (auto written = writeMade(next); !written)
             return written;
-        std::swap(gathering_, making_);
-        const Batch& made = *making_;
-        std::memcpy(gathering_->pixels.data(), made.pixels.data() + made.rows * rowBytes_, rowBytes_);
-        gathering_->rows = 0;
-        queue_.async([this, &batch = *making_] { make(batch); });
+        std::memcpy(next.pixels.data(), slot.pixels.data() + slot.rows * rowBytes_, rowBytes_);
         return {};
     }
 
-    void await() {
-        queue_.sync([] {});
-    }
-
-    void make(Batch& batch) const {
-        const std::size_t count = bandsOf(batch);
-        DispatchQueue::concurrentPerform(count, [&](std::size_t i) {
-            const std::size_t first = i * bandRows_;
-            if (!batch.bands[i].make(batch.pixels.data() + first * rowBytes_, std::min(bandRows_, batch.rows - first),
-                                     static_cast<std::size_t>(header_.width), header_.opaque,
-                                     batch.isEnd && i + 1 == count, effort_))
-                batch.sound = false;
-        });
-    }
-
-    std::size_t bandsOf(const Batch& batch) const { return (batch.rows + bandRows_ - 1) / bandRows_; }
-
-    /// Waits for the batch that is being made, and writes it.
-    Done writeMade() {
-        await();
-        Batch& batch = *making_;
-        if (!batch.sound)
+    /// Waits for a band that is being made, if it is, and writes it.
+    Done writeMade(Slot& slot) {
+        if (slot.rows == 0)
+            return {};
+        slot.queue.sync([] {});
+        if (!slot.isSound)
             return std::unexpected(ImageError{ImageError::Code::writeFailed, "the rows could not be compressed"});
-        const std::size_t count = bandsOf(batch);
-        for (std::size_t i = 0; i < count; ++i) {
-            const Band& band = batch.bands[i];
-            checksum_ = joinedChecksum(checksum_, band.checksum(), band.inflatedSize());
-            const bool isFirst = !std::exchange(begun_, true), isLast = batch.isEnd && i + 1 == count;
-            const auto end = bytesOf(checksum_);
-            chunks_.addChunk("IDAT", {bytesIn(isFirst ? "x^" : ""), // 0x78, 0x5e: deflate, window of 32 KiB, fast
-                                      band.deflated(), std::span(end).first(isLast ? end.size() : 0)});
-        }
-        if (batch.isEnd)
+        const Band& band = slot.band;
+        checksum_ = joinedChecksum(checksum_, band.checksum(), band.inflatedSize());
+        const bool isFirst = !std::exchange(begun_, true);
+        const auto end = bytesOf(checksum_);
+        chunks_.addChunk("IDAT", {bytesIn(isFirst ? "x^" : ""), // 0x78, 0x5e: deflate, window of 32 KiB, fast
+                                  band.deflated(), std::span(end).first(slot.isLast ? end.size() : 0)});
+        if (slot.isLast)
             chunks_.addChunk("IEND", {});
-        batch.rows = 0;
+        slot.rows = 0;
         return chunks_.writeTo(sink_);
     }
 
@@ -177,10 +168,9 @@ private:
     const EncodeEffort effort_;
     const std::size_t rowBytes_; ///< in memory
     const std::size_t bandRows_;
-    const DispatchQueue queue_ = DispatchQueue::serial("png");
 
-    std::array<Batch, 2> batches_;
-    Batch *gathering_ = &batches_[0], *making_ = &batches_[1];
+    std::vector<Slot> slots_; ///< a ring; two for each band that is made at once
+    std::size_t gathering_ = 0;
     std::int64_t left_;          ///< rows
     std::uint32_t checksum_ = 1; ///< of all rows so far, as stored
     bool begun_ = false;         ///< the stream was
