@@ -50,7 +50,8 @@ std::vector<CellMask> cellsInFront(const Frame& frame, const Furniture& picture,
     };
     const std::int64_t height = std::ssize(picture.cells), rows = std::max<std::int64_t>(1, height / slabsPerScreen);
     std::vector<Levels> slabs(static_cast<std::size_t>(frame.height / rows + 3)); // with one above and one below
-    for (std::int64_t y = picture.topBar; y < height - picture.bottomBar; ++y)
+    const std::int64_t end = std::min(height - picture.bottomBar, frame.height);
+    for (std::int64_t y = picture.topBar; y < end; ++y)
         for (std::size_t cell = 0; cell < cellCount; ++cell)
             if (picture.cells[static_cast<std::size_t>(y)] >> cell & 1) {
                 const int level = frame.signature[static_cast<std::size_t>(y)][cell];

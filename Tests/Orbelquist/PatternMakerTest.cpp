@@ -58,8 +58,8 @@ TEST(KSVPatternMaker, AnswersOnePairForEveryTwoNeighbours) {
 /// Messages left and right, of which each shot shows others, before a picture that stands still.
 TEST(KSVPatternMaker, TellsThePageFromAPictureBehindIt) {
     const Page page(7);
-    const auto chat = [&](std::int64_t top) {
-        return platform::imageOf(width, height, [&](std::int64_t x, std::int64_t y) {
+    const auto chat = [&](std::int64_t top, std::int64_t rows = height) {
+        return platform::imageOf(width, rows, [&](std::int64_t x, std::int64_t y) {
             const std::int64_t message = (y + top) / 80, inMessage = (y + top) % 80, left = message % 2 * 70 + 10;
             const bool isPage = inMessage < 60 && x >= left && x < left + 160;
             const std::int64_t tile = x / 8 * 131 + y / 8 * 71;
@@ -73,6 +73,7 @@ TEST(KSVPatternMaker, TellsThePageFromAPictureBehindIt) {
     EXPECT_EQ(offsetOf(pairs[2]), "+190");
     EXPECT_EQ(offsetOf(match({chat(0), chat(190)})[0]), "+190");
     EXPECT_EQ(offsetOf(match({chat(0), chat(900)})[0]), "x"); // other messages before the same picture
+    EXPECT_EQ(offsetOf(match({chat(0), chat(900), chat(1800, height / 3)})[0]), "x");
 }
 
 /// Cards of the photograph's own brightness over most of it: what shows between them is other in each shot.
