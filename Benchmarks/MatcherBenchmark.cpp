@@ -1,4 +1,5 @@
 #include "Benchmarks/Libpng.hpp"
+#include "Benchmarks/Timing.hpp"
 #include "Benchmarks/WholeJob/Shots.hpp"
 #include "Orbelquist/Frame.hpp"
 #include "Orbelquist/PairMatcher.hpp"
@@ -7,8 +8,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,15 +19,7 @@ namespace orbelquist {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr int shots = 4;
-
-double secondsOf(const std::function<void()>& work) {
-    const auto start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 platform::Bitmap decode(const std::filesystem::path& file) {
     const platform::CGImage image = platform::CGImageSource::open(file)->image();

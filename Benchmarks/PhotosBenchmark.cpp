@@ -1,3 +1,4 @@
+#include "Benchmarks/Timing.hpp"
 #include "Platform/CoreImage/ImageExport.hpp"
 #include "Platform/Dispatch/MainLoop.hpp"
 #include "Platform/Foundation/AtomicFile.hpp"
@@ -27,14 +28,6 @@
 namespace velmorant {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double secondsOf(const std::function<void()>& work) {
-    const auto start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 struct Silence final : LogStore {
     void store(const Message&, LogStoreType) override {}

@@ -1,3 +1,4 @@
+#include "Benchmarks/Timing.hpp"
 #include "Platform/Dispatch/MainLoop.hpp"
 #include "Tests/Support/MemoryDataSource.hpp"
 #include "Velmorant/Pipeline/Pipeline.hpp"
@@ -20,8 +21,6 @@ namespace velmorant {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::size_t itemCount = 100'000;
 
 struct Silence final : LogStore {
@@ -40,12 +39,6 @@ std::vector<StitchableItem> library(std::size_t runLength) {
                            i % 50 == 0 ? StitchableItem::ItemType::prestitched : StitchableItem::ItemType::unstitched);
     }
     return items;
-}
-
-double secondsOf(const std::function<void()>& work) {
-    const auto start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 /// `state.range(0)`: screenshots a run. `state.range(1)`: whether the newest item goes and comes between two runs, so

@@ -1,3 +1,4 @@
+#include "Benchmarks/Timing.hpp"
 #include "Benchmarks/WholeJob/Shots.hpp"
 #include "Platform/Foundation/AtomicFile.hpp"
 #include "Platform/ImageIO/CGImageDestination.hpp"
@@ -7,23 +8,12 @@
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
-#include <functional>
-
 // The thumbnail of a screenshot in JPEG, from the file: decoded smaller, as the program does it, and decoded whole, in
 // turns within one iteration. "times_whole" says how many times as long the latter takes.
 
 namespace platform {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double secondsOf(const std::function<void()>& work) {
-    const auto start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 void writeJPEG(const std::filesystem::path& file, const CGImage& shot) {
     auto sink = AtomicFile::create(file, AtomicFile::Existing::replace);
