@@ -1,4 +1,5 @@
 #include "Benchmarks/Libpng.hpp"
+#include "Benchmarks/Timing.hpp"
 #include "Platform/Foundation/ByteSink.hpp"
 #include "Platform/ImageIO/CGImageDestination.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
@@ -9,7 +10,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -26,7 +26,6 @@ namespace platform {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using Context = std::unique_ptr<spng_ctx, decltype([](spng_ctx* context) { spng_ctx_free(context); })>;
 
 struct CountingSink final : ByteSink {
@@ -38,10 +37,10 @@ struct CountingSink final : ByteSink {
 };
 
 double secondsOf(const std::function<bool()>& work, benchmark::State& state) {
-    const auto start = Clock::now();
-    if (!work())
-        state.SkipWithError("a codec failed");
-    return std::chrono::duration<double>(Clock::now() - start).count();
+    return ::secondsOf([&] {
+        if (!work())
+            state.SkipWithError("a codec failed");
+    });
 }
 
 /// All screenshots of an example below each other: a chat without photos, or a page that JPEG has roughened.

@@ -8,6 +8,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
+
 // The thumbnail of a screenshot in JPEG, from the file: decoded smaller, as the program does it, and decoded whole, in
 // turns within one iteration. "times_whole" says how many times as long the latter takes.
 

@@ -65,5 +65,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkPromises(matchFrames(b, a), b, a);
     const KSVPatternPair again = matchFrames(a, b);
     require(again == pair && again.verdict.kind == pair.verdict.kind && again.verdict.offset == pair.verdict.offset);
+    const Frame neighbour = frameOf(1 + 2 * moved, 2 * moved);
+    const Frame* const neighbours[] = {&neighbour};
+    if (width > 0)
+        if (const auto answer = matchAmong(a, b, neighbours))
+            checkPromises(*answer, a, b);
     return 0;
 }

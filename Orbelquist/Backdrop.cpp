@@ -73,7 +73,7 @@ std::vector<CellMask> cellsInFront(const Frame& frame, const Furniture& picture,
     return cells;
 }
 
-/// The one level that at least half of the pixels of a patch have; -1 if none is.
+/// Of each patch, from top to bottom, and cell: the level that at least half of its pixels have; -1 if none does.
 using Grounds = std::vector<std::array<std::int16_t, cellCount>>;
 
 Grounds groundsOf(const Frame& frame, std::int64_t patchRows) {
@@ -91,7 +91,7 @@ Grounds groundsOf(const Frame& frame, std::int64_t patchRows) {
                     if (++pixels[level] > pixels[ground])
                         ground = level;
                 }
-            const bool isGround = pixels[ground] * 2 >= (bottom - top) * (right - left);
+            const bool isGround = right > left && pixels[ground] * 2 >= (bottom - top) * (right - left);
             grounds[patch][static_cast<std::size_t>(cell)] =
                 isGround ? static_cast<std::int16_t>(ground) : std::int16_t{-1};
         }

@@ -33,9 +33,9 @@ constexpr double mostDifference = 0.25, leastDifference = 0.02, overMiddle = 4;
 constexpr double unclear = 2, leastContradiction = 0.12;
 
 /// Before a picture a block contradicts when nearly all of it is the page: at the edge of a bubble the rest is picture.
-/// Nor does it where it differs by less than so many times below what half of the page's like blocks vary by, at most:
-/// a picture may shine through what lies before it.
-constexpr std::int64_t mostOfIt = 87; // percent
+/// Nor does one that differs by less than one of so many parts of the variance that half of the page's like blocks do
+/// not exceed: a picture may shine through what lies before it.
+constexpr std::int64_t pagePercent = 87;
 constexpr float shiningThrough = 8;
 
 /// Another ground: half of the pixels of one lie so many levels from half of those of the other, or more than half
@@ -187,7 +187,7 @@ void BlockComparison::judge() {
         for (std::size_t k = 0; k < blocksAcross; ++k) {
             const Measure& m = measures_[i][k];
             if (bands_[i].at(k) == Block::unclear && differenceOf(m) >= contradicts && m.difference >= faint &&
-                isPage(i, k, mostOfIt))
+                isPage(i, k, pagePercent))
                 bands_[i].set(k, Block::shapes);
         }
 }

@@ -51,8 +51,8 @@ private:
 class BlockComparison {
 public:
     /// Rows `first` to `last` of `b` on the rows `shift` further down of `a`, without the cells ignored in either.
-    /// Where masks tell which cells show the page for certain, none contradicts but of these. One mask a row, or no
-    /// masks.
+    /// Where masks tell which cells show the page for certain, none contradicts but where nearly all is these. One mask
+    /// a row, or no masks.
     struct Layout {
         const Frame& a;
         const Frame& b;

@@ -19,8 +19,9 @@ using platform::MutexLock;
 
 /// One request, worked off by as many threads as take part. Frames are read in order, as many ahead as may be in
 /// memory, so that when all are read there are pairs left for every thread; else a pair is matched once both its frames
-/// are there. A pair that is refused is looked at again with the frames before and after it, which may tell where it
-/// lies; a frame is let go with the last pair that may need it. So few are in memory, however long the run.
+/// are there. A pair that is refused is looked at again with the frames before and after it, which may show more of a
+/// picture behind the page, or tell where it lies; a frame is let go with the last pair that may need it. So few are in
+/// memory, however long the run.
 class Request {
 public:
     explicit Request(KSVPatternMaker::Images images) : images_(std::move(images)), pairs_(images_.size() - 1) {}

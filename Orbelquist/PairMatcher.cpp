@@ -230,7 +230,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     return joinedAt(*exact, verdict, pair);
 }
 
-/// The pair as of a page before a picture that stands still; nothing where there is none, or the pair is refused.
+/// The pair as of a page before a picture that stands still; nothing where there is none, or no place before it.
 std::optional<KSVPatternPair> matchBeforeBackdrop(const FramePair& pair, std::span<const Frame* const> neighbours) {
     if (const auto before = pair.withBackdrop(neighbours))
         if (KSVPatternPair answer = match(*before, 0); !findsNothing(answer.verdict))

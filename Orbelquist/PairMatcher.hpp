@@ -18,7 +18,7 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b);
 bool findsNothing(const KSVVerdict& verdict);
 
 /// Compares such frames again, of one width, with others of the run, which may show more of a picture that stands still
-/// behind the page. Nothing where that does not help.
+/// behind the page. Nothing where there is no picture, or no place before it.
 std::optional<KSVPatternPair> matchAmong(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours);
 
 /// The pair at a shift that is told by others, where hardly anything contradicts it; else nothing.

@@ -124,7 +124,7 @@ public:
 private:
     // Fits the second cache with all that is made of it: 128 rows of a telephone's screenshot.
     static constexpr std::size_t bandBytes = 448 << 10;
-    // Rows that are made at once, half of those in memory. Making them takes six times as much.
+    // Rows in half of the slots, at most. Making a band takes six times as much again.
     static constexpr std::size_t bytesAtOnce = 8 * bandBytes;
 
     /// The rows gathered become a band, and gathering goes on in the slot whose band was begun first.
@@ -148,6 +148,7 @@ private:
         if (slot.rows == 0)
             return {};
         slot.queue.sync([] {});
+        slot.rows = 0;
         if (!slot.isSound)
             return std::unexpected(ImageError{ImageError::Code::writeFailed, "the rows could not be compressed"});
         const Band& band = slot.band;
@@ -158,7 +159,6 @@ private:
                                   band.deflated(), std::span(end).first(slot.isLast ? end.size() : 0)});
         if (slot.isLast)
             chunks_.addChunk("IEND", {});
-        slot.rows = 0;
         return chunks_.writeTo(sink_);
     }
 
@@ -169,7 +169,7 @@ private:
     const std::size_t rowBytes_; ///< in memory
     const std::size_t bandRows_;
 
-    std::vector<Slot> slots_; ///< a ring; two for each band that is made at once
+    std::vector<Slot> slots_; ///< a ring; two for each thread
     std::size_t gathering_ = 0;
     std::int64_t left_;          ///< rows
     std::uint32_t checksum_ = 1; ///< of all rows so far, as stored
