@@ -198,12 +198,13 @@ std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span
     for (std::size_t i = 0; i < all.size(); ++i)
         for (std::size_t k = i + 1; k < all.size(); ++k) {
             const std::vector<CellMask> cells = stillCells(*all[i], *all[k], tolerance);
-            const Furniture sure = furnitureOf(*all[i], *all[k], tolerance); // the flat may be equal by chance
+            const std::vector<CellMask> sure = // the flat may be equal by chance
+                k == 1 ? furniture.cells : furnitureOf(*all[i], *all[k], tolerance).cells;
             for (std::size_t y = 0; y < cells.size(); ++y) {
                 const CellMask behind = ~front[i][y] & ~front[k][y];
                 still[i][y] |= cells[y] & behind, still[k][y] |= cells[y] & behind;
                 if (y < known.size())
-                    known[y] |= sure.cells[y] & behind;
+                    known[y] |= sure[y] & behind;
             }
         }
 
