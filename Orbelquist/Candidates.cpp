@@ -26,15 +26,15 @@ constexpr std::int64_t negligibleShare = 16;
 std::vector<Stretch> bestPlaces(std::vector<Stretch> stretches, std::size_t count) {
     std::vector<Stretch> chosen;
     const auto take = [&](auto worth) {
-        std::ranges::sort(stretches, std::greater(), worth);
+        std::ranges::make_heap(stretches, {}, worth);
         std::size_t taken = 0;
-        for (const Stretch& stretch : stretches) {
-            const auto near = [&](const Stretch& other) { return std::abs(other.shift - stretch.shift) <= onePlace; };
+        for (auto end = stretches.end(); taken < count && end != stretches.begin();) {
+            std::ranges::pop_heap(stretches.begin(), end--, {}, worth);
+            const auto near = [&](const Stretch& other) { return std::abs(other.shift - end->shift) <= onePlace; };
             if (std::ranges::any_of(chosen, near))
                 continue;
-            chosen.push_back(stretch);
-            if (++taken == count)
-                break;
+            chosen.push_back(*end);
+            ++taken;
         }
     };
     const auto over = [](std::int64_t score, std::int64_t against) {
@@ -47,22 +47,23 @@ std::vector<Stretch> bestPlaces(std::vector<Stretch> stretches, std::size_t coun
     return chosen;
 }
 
-/// The best stretches, without their rows, of the shifts at which one frame's rows lie on rows further down of the
-/// other, at some rows each; where more agrees than not, by that number of rows.
-std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst) {
+/// The best stretches, without their rows, of the shifts at which one frame's rows lie on rows up to `furthest` further
+/// down of the other, at some rows each; where more agrees than not, by that number of rows.
+std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst, std::int64_t furthest) {
     const std::int64_t moving = (isInFirst ? pair.a() : pair.b()).height;
     const std::int64_t still = (isInFirst ? pair.b() : pair.a()).height;
     const RowsView movingRows = isInFirst ? pair.rowsOfA() : pair.rowsOfB();
     const RowsView stillRows = isInFirst ? pair.rowsOfB() : pair.rowsOfA();
+    const std::int64_t last = std::min(furthest, moving - leastOverlap);
     const auto overlapAt = [&](std::int64_t down) { return std::min(still, moving - down); };
     const auto stepAt = [&](std::int64_t down) { return std::max<std::int64_t>(1, overlapAt(down) / sampledRows); };
     std::vector<Stretch> stretches;
     std::int64_t down = std::max<std::int64_t>(1, leastOverlap - still); // at 0 all is furniture
-    while (down <= moving - leastOverlap) {
+    while (down <= last) {
         const std::int64_t step = stepAt(down);
         std::array<std::size_t, shiftsAtOnce> rows;
         std::size_t count = 0;
-        for (std::int64_t next = down; count < shiftsAtOnce && next <= moving - leastOverlap && stepAt(next) == step;)
+        for (std::int64_t next = down; count < shiftsAtOnce && next <= last && stepAt(next) == step;)
             rows[count++] = static_cast<std::size_t>((overlapAt(next++) + step - 1) / step);
         std::array<BestRows, shiftsAtOnce> best;
         compareShifts(stillRows, {movingRows.signature + down, movingRows.informed + down, movingRows.ignored + down},
@@ -73,7 +74,8 @@ std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst)
                 stretches.push_back({.shift = isInFirst ? down : -down,
                                      .agreeing = score + 2 * contradicting,
                                      .contradicting = contradicting,
-                                     .overall = overall});
+                                     .overall = overall,
+                                     .step = step});
     }
     return stretches;
 }
@@ -85,31 +87,39 @@ Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::vector<RowAgre
     return bestStretch(shift, pair.firstRow(shift), rows);
 }
 
-std::vector<Stretch> stretchesOfAllShifts(const FramePair& pair) {
-    std::vector<Stretch> stretches = stretchesFurtherDown(pair, false);
+std::vector<Stretch> sampledStretches(const FramePair& pair, std::int64_t furthest) {
+    std::vector<Stretch> stretches = stretchesFurtherDown(pair, false, furthest);
     std::ranges::reverse(stretches);
-    std::ranges::copy(stretchesFurtherDown(pair, true), std::back_inserter(stretches));
+    std::ranges::copy(stretchesFurtherDown(pair, true, furthest), std::back_inserter(stretches));
     return stretches;
 }
 
-// Uphill to the best of its neighbours: some rows alone may have named the wrong one.
-std::vector<Stretch> candidates(const FramePair& pair) {
-    std::vector<RowAgreement> rows;
-    std::vector<Stretch> shortlist = bestPlaces(stretchesOfAllShifts(pair), shortlistedPlaces);
-    if (!shortlist.empty() && shortlist.front().overall * negligibleShare <= shortlist.front().agreeing)
-        std::erase_if(shortlist, [least = shortlist.front().agreeing / negligibleShare](const Stretch& stretch) {
+std::vector<Stretch> shortlist(const FramePair& pair) {
+    std::vector<Stretch> places = bestPlaces(sampledStretches(pair), shortlistedPlaces);
+    if (!places.empty() && places.front().overall * negligibleShare <= places.front().agreeing)
+        std::erase_if(places, [least = places.front().agreeing / negligibleShare](const Stretch& stretch) {
             return stretch.agreeing < least;
         });
-    for (Stretch& stretch : shortlist) {
-        stretch = stretchAt(pair, stretch.shift, rows);
-        for (const std::int64_t step : {-1, 1})
-            while (stretch.shift + step != 0) {
-                const Stretch next = stretchAt(pair, stretch.shift + step, rows);
-                if (next.score() <= stretch.score())
-                    break;
-                stretch = next;
-            }
-    }
+    return places;
+}
+
+// Uphill to the best of its neighbours: some rows alone may have named the wrong one.
+Stretch bestNearby(const FramePair& pair, const Stretch& sampled) {
+    std::vector<RowAgreement> rows;
+    Stretch best = stretchAt(pair, sampled.shift, rows);
+    for (const std::int64_t step : {-1, 1})
+        while (best.shift + step != 0) {
+            const Stretch next = stretchAt(pair, best.shift + step, rows);
+            if (next.score() <= best.score())
+                break;
+            best = next;
+        }
+    return best;
+}
+
+std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> shortlist) {
+    for (Stretch& place : shortlist)
+        place = bestNearby(pair, place);
     return bestPlaces(std::move(shortlist), examinedPlaces);
 }
 

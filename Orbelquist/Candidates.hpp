@@ -3,6 +3,7 @@
 #include "Orbelquist/ShiftProfile.hpp"
 
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace orbelquist {
@@ -16,11 +17,18 @@ inline constexpr std::int64_t leastOverlap = 12;
 /// The stretch of rows in which the page lies at a shift. `rows` is reused memory.
 Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::vector<RowAgreement>& rows);
 
-/// The stretches, without their rows, of all shifts but 0, at which equal frames are recognised apart; where more
-/// agrees than not, in some rows of each. By shift.
-std::vector<Stretch> stretchesOfAllShifts(const FramePair& pair);
+/// The stretches, without their rows, of all shifts but 0, at which equal frames are recognised apart, up to `furthest`
+/// up and down; where more agrees than not, in some rows of each. By shift.
+std::vector<Stretch> sampledStretches(const FramePair& pair,
+                                      std::int64_t furthest = std::numeric_limits<std::int64_t>::max());
 
-/// The best of all shifts, looked at in all rows: few enough to be examined on all pixels. Best first.
-std::vector<Stretch> candidates(const FramePair& pair);
+/// The best of all shifts, as some rows of each tell. Best first.
+std::vector<Stretch> shortlist(const FramePair& pair);
+
+/// The best stretch, looked at in all rows, of the place of one of which some were.
+Stretch bestNearby(const FramePair& pair, const Stretch& sampled);
+
+/// The best of these places, looked at in all rows: few enough to be examined on all pixels. Best first.
+std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> shortlist);
 
 } // namespace orbelquist

@@ -23,6 +23,9 @@ struct PixelDifference {
     }
 };
 
+/// Rows of a stretch that are looked at, at least.
+constexpr std::int64_t sampledRows = 256;
+
 /// By how much the pixels of a stretch differ at a shift, in the rows that both frames show at
 /// another shift, too; without what stands behind the page. A stretch ends with a block, which may reach into a bar:
 /// the bar's edge would outweigh all of a pale page.
@@ -39,7 +42,8 @@ PixelDifference pixelDifferences(const FramePair& pair, const Examination& stret
         sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, end - begin, 1);
         count += end - begin;
     };
-    for (std::int64_t row = first; row < last; ++row) {
+    const std::int64_t step = std::max<std::int64_t>(1, (last - first) / sampledRows);
+    for (std::int64_t row = first; row < last; row += step) {
         if (!pair.hasBackdrop()) {
             add(row, 1, width);
             continue;
@@ -62,9 +66,13 @@ std::int64_t exactShift(const FramePair& pair, const Examination& e) {
     std::int64_t best = e.shift, from = 0;
     while (best != from) {
         from = best;
-        for (const std::int64_t shift : {from - 1, from + 1, from - 2, from + 2})
-            if (shift != 0 && pixelDifferences(pair, e, shift, best).isLessThan(pixelDifferences(pair, e, best, shift)))
+        for (const std::int64_t shift : {from - 1, from + 1, from - 2, from + 2}) {
+            if (shift == 0)
+                continue;
+            const PixelDifference here = pixelDifferences(pair, e, best, shift);
+            if (here.sum > 0 && pixelDifferences(pair, e, shift, best).isLessThan(here))
                 best = shift;
+        }
     }
     return best;
 }

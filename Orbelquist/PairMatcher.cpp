@@ -50,31 +50,33 @@ constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
 constexpr std::int64_t repeatedPercent = 85, repeatedRoom = 32;
 
 /// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
-/// it nor leaves it open.
-constexpr std::int64_t negligible = 25;
+/// it nor leaves it open. What some rows tell of its agreement may be half of it.
+constexpr std::int64_t negligible = 25, negligibleSampled = negligible / 2;
 
 /// A page that moved by a few rows only still shows most of its strokes where they were: they look like furniture, and
 /// what is left may fit elsewhere. So, with nothing but the bars left out of account, no such small shift may explain
 /// the frames better, over a quarter of the screen.
 bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few) {
-    const std::int64_t shift = e.shift;
-    const double difference = pixelDifference(pair, e, shift);
     const FramePair bare = pair.withBarsAlone();
     std::vector<RowAgreement> rows;
-    const std::int64_t score = stretchAt(bare, shift, rows).score();
     const std::int64_t height = std::min(pair.a().height, pair.b().height);
+    const auto explainsAll = [](const Stretch& stretch) { return stretch.contradicting * 20 <= stretch.agreeing; };
+    for (const Stretch& sampled : sampledStretches(bare, few)) {
+        if (sampled.shift == e.shift || sampled.contradicting * 10 > sampled.agreeing)
+            continue;
+        const Stretch stretch = stretchAt(bare, sampled.shift, rows);
+        if (explainsAll(stretch) && (stretch.last - stretch.first) * 4 >= height &&
+            stretch.score() > stretchAt(bare, e.shift, rows).score())
+            return true;
+    }
+    if (std::abs(e.shift) > 4 * few)
+        return false;
+    // What is left of strokes fits a line's height further on, at most.
+    const double difference = pixelDifference(pair, e, e.shift);
     for (std::int64_t small = 1; small <= few; ++small)
-        for (const std::int64_t other : {small, -small}) {
-            const Stretch stretch = stretchAt(bare, other, rows);
-            const bool explainsAll =
-                stretch.contradicting * 20 <= stretch.agreeing && (stretch.last - stretch.first) * 4 >= height;
-            if (other != shift && explainsAll && stretch.score() > score)
+        for (const std::int64_t other : {small, -small})
+            if (std::abs(other - e.shift) > onePlace && pixelDifference(pair, e, other) < difference)
                 return true;
-            // What is left of strokes fits a line's height further on, at most.
-            if (std::abs(shift) <= 4 * few && std::abs(other - shift) > onePlace &&
-                pixelDifference(pair, e, other) < difference)
-                return true;
-        }
     return false;
 }
 
@@ -114,6 +116,11 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
     return false;
 }
 
+/// Rows of the screen.
+std::int64_t strokeOf(const FramePair& pair) {
+    return std::min(pair.a().height, pair.b().height) / strokesPerScreen;
+}
+
 /// Only where like blocks differ by so much of their variance does it help to soften the frames: by half a row or more.
 constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks.
@@ -135,33 +142,43 @@ KSVPatternPair joinedAt(const Examination& e, const KSVVerdict& verdict, const F
     return e.shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
 }
 
-/// `leastAlike`: blocks that must agree.
-KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
-    using Kind = KSVVerdict::Kind;
-    if (const auto equal = equalFrames(pair))
-        return *equal;
+/// The places that were examined on all pixels.
+struct Places {
+    std::vector<Examination> held, refused;
+    std::optional<Examination> likeliest; ///< of the refused ones
+};
 
-    std::vector<Examination> held;
-    std::vector<Examination> refused;
-    std::optional<Examination> likeliest; // of those
+/// `leastAlike`: blocks that must agree.
+Places examinePlaces(const FramePair& pair, std::int64_t leastAlike) {
+    Places places;
     std::int64_t mostHeld = 0;
-    for (const Stretch& candidate : candidates(pair)) {
-        if (candidate.agreeing * 100 < mostHeld * negligible)
-            continue;
+    const auto consider = [&](const Stretch& candidate) {
         const auto examined = examine(pair, candidate.shift);
         if (!examined)
-            continue;
+            return;
         if (examined->agreeing >= leastAlike && holds(*examined, pair)) {
-            held.push_back(*examined);
+            places.held.push_back(*examined);
             mostHeld = std::max(mostHeld, candidate.agreeing);
         } else {
-            refused.push_back(*examined);
-            if (!likeliest || examined->atBest() > likeliest->atBest())
-                likeliest = examined;
+            places.refused.push_back(*examined);
+            if (!places.likeliest || examined->atBest() > places.likeliest->atBest())
+                places.likeliest = examined;
         }
-    }
-    const std::int64_t stroke = std::min(pair.a().height, pair.b().height) / strokesPerScreen;
-    if (held.empty() && likeliest) { // it may hold after all if nothing else comes near
+    };
+    std::vector<Stretch> shortlisted = shortlist(pair);
+    if (shortlisted.empty())
+        return places;
+    const Stretch first = bestNearby(pair, shortlisted.front()); // most often this is it, and little is left to look at
+    consider(first);
+    std::erase_if(shortlisted, [&](const Stretch& sampled) {
+        return sampled.agreeing * sampled.step * 100 < mostHeld * negligibleSampled;
+    });
+    for (const Stretch& candidate : candidates(pair, std::move(shortlisted)))
+        if (candidate.shift != first.shift && candidate.agreeing * 100 >= mostHeld * negligible)
+            consider(candidate);
+
+    const std::int64_t stroke = strokeOf(pair);
+    if (auto& [held, refused, likeliest] = places; held.empty() && likeliest) { // it may if nothing else comes near
         const auto isRival = [&](const Examination& other) {
             return std::abs(other.shift - likeliest->shift) > stroke &&
                    (other.evidence() - other.against()) * 100 > likeliest->evidence() * negligible;
@@ -169,23 +186,34 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
         if (likeliest->agreeing >= leastAlike && holds(*likeliest, pair, std::ranges::none_of(refused, isRival)))
             held.push_back(*likeliest);
     }
+    return places;
+}
+
+/// `leastAlike`: blocks that must agree.
+KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
+    using Kind = KSVVerdict::Kind;
+    if (const auto equal = equalFrames(pair))
+        return *equal;
+
+    Places places = examinePlaces(pair, leastAlike);
+    auto& [held, refused, likeliest] = places;
     const auto best = std::ranges::max_element(held, {}, &Examination::evidence);
     if (best == held.end())
         return {.verdict = likeliest ? verdictOn(*likeliest, Kind::contradicted, pair)
                                      : KSVVerdict{.kind = Kind::nothingCommon}};
 
+    const std::int64_t stroke = strokeOf(pair);
     const auto isWithinStroke = [&](const Examination& e) { return std::abs(e.shift - best->shift) <= stroke; };
     const auto differs = [&](const Examination& e) { return pixelDifference(pair, *best, e.shift); };
     auto exact = std::ranges::min_element(held, {}, [&](const Examination& e) {
         return isWithinStroke(e) ? differs(e) : std::numeric_limits<double>::max();
     });
-    const double least = differs(*exact);
     const auto isRival = [&](const Examination& other) {
         if (std::abs(other.shift - exact->shift) <= onePlace)
             return false;
         if (isWithinStroke(other))
-            return differs(other) < least * clearlyMore + 1 &&
-                   other.evidence() * 100 > exact->evidence() * secondWithinStroke;
+            return other.evidence() * 100 > exact->evidence() * secondWithinStroke &&
+                   differs(other) < differs(*exact) * clearlyMore + 1;
         const bool isNearby = std::abs(other.shift - exact->shift) <= nearbyStrokes * stroke;
         return other.net() * 100 > std::min(best->net(), exact->net()) * (isNearby ? secondNearby : secondElsewhere) ||
                other.atBest() * 100 > best->atBest() * secondAtItsBest;
@@ -317,7 +345,7 @@ std::optional<KSVPatternPair> matchAt(const Frame& a, const Frame& b, std::int64
 PairView viewOf(const Frame& a, const Frame& b, std::int64_t shift) {
     const FramePair pair(a, b, cellTolerance);
     PairView view{.patches = {}, .scores = {}, .still = pair.furniture().cells};
-    for (const Stretch& stretch : stretchesOfAllShifts(pair))
+    for (const Stretch& stretch : sampledStretches(pair))
         view.scores.push_back({stretch.shift, stretch.score()});
     BlockComparison comparison(pair.layout(shift));
     comparison.findCovered();

@@ -1,7 +1,9 @@
 #include "Orbelquist/Seam.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <vector>
 
 namespace orbelquist {
 
@@ -15,6 +17,41 @@ constexpr std::int64_t shadowShare = 100;
 
 /// The first band of so many rows that agree is taken; where there is none, the longest.
 constexpr std::int64_t leastRows = 12;
+
+/// The tolerance of equal pixels over what three quarters of the edge pixels stay within.
+constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // levels
+
+/// Rows of the stretch whose edges are looked at.
+constexpr std::int64_t sampledRows = 128;
+
+/// What three quarters of the edge pixels of the stretch stay within, in levels, without the furniture.
+int noiseOf(const FramePair& pair, const Examination& stretch) {
+    const Frame &a = pair.a(), &b = pair.b();
+    std::array<std::int64_t, 256> differences = {};
+    std::int64_t total = 0;
+    const auto width = static_cast<std::size_t>(b.width);
+    std::vector<std::uint8_t> edgesOfA(width), edgesOfB(width);
+    const std::int64_t step = std::max<std::int64_t>(1, (stretch.last - stretch.first) / sampledRows);
+    for (std::int64_t row = stretch.first; row < stretch.last; row += step) {
+        const CellMask counted = ~(pair.ignoredInA(row + stretch.shift) | pair.ignoredInB(row));
+        const std::uint8_t *p = a.row(row + stretch.shift), *q = b.row(row);
+        markEdges(a, row + stretch.shift, 0, edgesOfA);
+        markEdges(b, row, 0, edgesOfB);
+        for (std::size_t cell = 0; cell < cellCount; ++cell) {
+            if (!(counted >> cell & 1))
+                continue;
+            for (std::size_t x = cell * width / cellCount; x < (cell + 1) * width / cellCount; ++x)
+                if (edgesOfA[x] | edgesOfB[x]) {
+                    ++differences[static_cast<std::size_t>(std::abs(p[x] - q[x]))];
+                    ++total;
+                }
+        }
+    }
+    int noise = 0;
+    for (std::int64_t within = differences[0]; within * 4 < total * 3;)
+        within += differences[static_cast<std::size_t>(++noise)];
+    return noise;
+}
 
 struct Rows {
     std::int64_t first = 0, last = 0;
@@ -54,9 +91,10 @@ KSVPattern seamAt(const FramePair& pair, const Examination& verified) {
     const std::int64_t toLower = shift > 0 ? 0 : shift; // from rows of the second frame to rows of the lower one
     const Rows stretch{verified.first + toLower, verified.last + toLower};
 
+    const int tolerance = losslessTolerance + toleranceOverNoise * std::min(noiseOf(pair, verified), noisiest);
     const auto bandIn = [&](const Rows& rows) {
         return highestBand(rows, [&](std::int64_t r) {
-            return rowsAgree(lower.row(r), upper.row(r + down), lower.width, verified.tolerance);
+            return rowsAgree(lower.row(r), upper.row(r + down), lower.width, tolerance);
         });
     };
     // A bar's shadow lies on the page beyond it, and hardly shows; a short overlap has no rows to spare.

@@ -21,9 +21,6 @@ constexpr std::int64_t shadowShare = 100;
 /// A band of a bar holds at least so many blocks that stand still: one alone is chance.
 constexpr int leastStill = 2;
 
-/// The tolerance of equal pixels over what three quarters of the edge pixels stay within.
-constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // levels
-
 class Verification {
 public:
     Verification(const FramePair& pair, std::int64_t shift)
@@ -42,7 +39,6 @@ public:
             return std::nullopt;
         e_.first = comparison_.rowOf(first_), e_.last = comparison_.endOf(last_ - 1);
         e_.pageRows = std::min(e_.last, pair_.lastPageRow(e_.shift)) - std::max(e_.first, pair_.firstPageRow(e_.shift));
-        e_.tolerance = static_cast<std::uint8_t>(losslessTolerance + toleranceOverNoise * std::min(noise(), noisiest));
         countInside();
         countEdge(true);
         countEdge(false);
@@ -270,34 +266,6 @@ private:
         const std::int64_t row = comparison_.rowOf(band) + (second ? 0 : e_.shift), reach = frame.height / shadowShare;
         const std::int64_t bar = top ? pair_.furniture().topRows : pair_.furniture().bottomRows;
         return bar > 0 && (top ? row < bar + reach : row + comparison_.bandRows() > frame.height - bar - reach);
-    }
-
-    /// What three quarters of the edge pixels of the stretch stay within.
-    int noise() const {
-        const Frame &a = layout().a, &b = layout().b;
-        std::array<std::int64_t, 256> differences = {};
-        std::int64_t total = 0;
-        const auto width = static_cast<std::size_t>(b.width);
-        std::vector<std::uint8_t> edgesOfA(width), edgesOfB(width);
-        for (std::int64_t row = e_.first; row < e_.last; row += 4) {
-            const CellMask counted = ~comparison_.ignoredAt(row);
-            const std::uint8_t *p = a.row(row + e_.shift), *q = b.row(row);
-            markEdges(a, row + e_.shift, 0, edgesOfA);
-            markEdges(b, row, 0, edgesOfB);
-            for (std::size_t cell = 0; cell < cellCount; ++cell) {
-                if (!(counted >> cell & 1))
-                    continue;
-                for (std::size_t x = cell * width / cellCount; x < (cell + 1) * width / cellCount; ++x)
-                    if (edgesOfA[x] | edgesOfB[x]) {
-                        ++differences[static_cast<std::size_t>(std::abs(p[x] - q[x]))];
-                        ++total;
-                    }
-            }
-        }
-        int noise = 0;
-        for (std::int64_t within = differences[0]; within * 4 < total * 3;)
-            within += differences[static_cast<std::size_t>(++noise)];
-        return noise;
     }
 
     const FramePair& pair_;

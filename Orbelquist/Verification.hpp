@@ -14,7 +14,6 @@ inline constexpr std::int64_t leastAgreeing = 10, noDoubtBelow = 50;
 struct Examination {
     std::int64_t shift = 0;
     double difference = 0;            ///< of half of the like blocks at most: the frames' own noise
-    std::uint8_t tolerance = 0;       ///< levels by which equal pixels may differ here
     std::int64_t first = 0, last = 0; ///< the stretch in which the page is seen to lie at this shift
     std::int64_t pageRows = 0;        ///< its rows without those of bars
 
