@@ -55,12 +55,21 @@ float percentile(std::vector<float>& values, std::ptrdiff_t percent) {
 
 } // namespace
 
-BlockComparison::BlockComparison(const Layout& layout)
-    : layout_(layout), bandRows_(std::max(leastBandRows, std::min(layout.a.height, layout.b.height) / bandsPerScreen)) {
+BlockComparison::BlockComparison(const Layout& layout, std::size_t every)
+    : layout_(layout), bandRows_(std::max(leastBandRows, std::min(layout.a.height, layout.b.height) / bandsPerScreen)),
+      every_(every) {
     const std::int64_t rows = std::max<std::int64_t>(0, layout.last - layout.first);
-    bands_.resize(static_cast<std::size_t>((rows + bandRows_ - 1) / bandRows_));
-    for (std::size_t i = 0; i < bands_.size(); ++i)
-        measures_.push_back(measure(i));
+    measures_.resize(static_cast<std::size_t>((rows + bandRows_ - 1) / bandRows_));
+    for (std::size_t i = 0; i < measures_.size(); ++i)
+        if (isFirst(i))
+            measures_[i] = measure(i);
+    judge();
+}
+
+void BlockComparison::compareRest() {
+    for (std::size_t i = 0; i < measures_.size(); ++i)
+        if (!isFirst(i))
+            measures_[i] = measure(i);
     judge();
 }
 
@@ -153,6 +162,7 @@ double BlockComparison::measuredNoise() const {
 }
 
 void BlockComparison::judge() {
+    bands_.assign(measures_.size(), {});
     const double noise = noise_ = measuredNoise();
     const auto isInformed = [&](const Measure& m) {
         return m.isCounted && std::max(m.variance(), m.difference) >= leastVariance + noise;

@@ -62,7 +62,9 @@ public:
         std::span<const CellMask> pageInA = {}, pageInB = {};
     };
 
-    explicit BlockComparison(const Layout& layout);
+    /// Compares one band of so many; the others stay blank until `compareRest`.
+    explicit BlockComparison(const Layout& layout, std::size_t every = 1);
+    void compareRest();
 
     /// Tells blocks with another ground from those with other shapes; until then all that contradict are `shapes`.
     void findCovered();
@@ -106,8 +108,11 @@ private:
     double measuredNoise() const;
     bool isOtherGround(std::size_t band, std::size_t block) const;
 
+    bool isFirst(std::size_t band) const { return band % every_ == every_ / 2; }
+
     const Layout layout_;
     const std::int64_t bandRows_;
+    const std::size_t every_;
     std::vector<Measures> measures_; ///< one a band
     std::vector<Band> bands_;
     double difference_ = 0, noise_ = 0;

@@ -11,9 +11,11 @@ namespace orbelquist {
 
 namespace {
 
-/// Rows of each shift that are looked at, some two a line of text; and the places of which all rows are, and those
-/// examined on all pixels, by each of three rankings.
-constexpr std::int64_t sampledRows = 128;
+/// Rows of each shift that are looked at, some one a line of text: of those that hold anything, and of the blank ones,
+/// which only contradict.
+constexpr std::size_t sampledRows = 64, sampledBlankRows = 16;
+
+/// The places of which all rows are looked at, and those examined on all pixels, by each of three rankings.
 constexpr std::size_t shortlistedPlaces = 32, examinedPlaces = 10;
 
 /// Where so little contradicts the best place, nothing with so little agreement beside it can be another: one part of
@@ -47,6 +49,46 @@ std::vector<Stretch> bestPlaces(std::vector<Stretch> stretches, std::size_t coun
     return chosen;
 }
 
+/// Which rows of a frame are looked at where its upper part is overlapped.
+class Sample {
+public:
+    Sample(const RowsView& frame, std::int64_t height) {
+        for (std::uint32_t row = 0; row < height; ++row)
+            if (const CellMask seen = ~frame.ignored[row]; seen != 0)
+                (frame.informed[row] & seen ? informed_ : blank_).push_back(row);
+    }
+
+    /// Those above row `end`, which never grows from call to call; more may follow that are not.
+    std::span<const std::uint32_t> rowsTo(std::int64_t end) {
+        const std::size_t step = stepTo(end, informed_, sampledRows), over = stepTo(end, blank_, sampledBlankRows);
+        if (step == step_ && over == over_)
+            return rows_;
+        step_ = step, over_ = over;
+        rows_.clear();
+        const auto take = [&](const std::vector<std::uint32_t>& all, std::size_t every) {
+            for (std::size_t k = 0; k < all.size() && all[k] < end; k += every)
+                rows_.push_back(all[k]);
+        };
+        take(informed_, step);
+        const std::ptrdiff_t count = std::ssize(rows_);
+        take(blank_, over);
+        std::ranges::inplace_merge(rows_, rows_.begin() + count);
+        return rows_;
+    }
+
+    /// One of so many rows that hold anything was in the last answer.
+    std::size_t step() const { return step_; }
+
+private:
+    static std::size_t stepTo(std::int64_t end, const std::vector<std::uint32_t>& rows, std::size_t most) {
+        const auto count = static_cast<std::size_t>(std::ranges::lower_bound(rows, end) - rows.begin());
+        return std::max<std::size_t>(1, count / most);
+    }
+
+    std::vector<std::uint32_t> informed_, blank_, rows_;
+    std::size_t step_ = 0, over_ = 0;
+};
+
 /// The best stretches, without their rows, of the shifts at which one frame's rows lie on rows up to `furthest` further
 /// down of the other, at some rows each; where more agrees than not, by that number of rows.
 std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst, std::int64_t furthest) {
@@ -56,26 +98,26 @@ std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst,
     const RowsView stillRows = isInFirst ? pair.rowsOfB() : pair.rowsOfA();
     const std::int64_t last = std::min(furthest, moving - leastOverlap);
     const auto overlapAt = [&](std::int64_t down) { return std::min(still, moving - down); };
-    const auto stepAt = [&](std::int64_t down) { return std::max<std::int64_t>(1, overlapAt(down) / sampledRows); };
+    Sample sample(stillRows, still);
     std::vector<Stretch> stretches;
     std::int64_t down = std::max<std::int64_t>(1, leastOverlap - still); // at 0 all is furniture
     while (down <= last) {
-        const std::int64_t step = stepAt(down);
-        std::array<std::size_t, shiftsAtOnce> rows;
-        std::size_t count = 0;
-        for (std::int64_t next = down; count < shiftsAtOnce && next <= last && stepAt(next) == step;)
-            rows[count++] = static_cast<std::size_t>((overlapAt(next++) + step - 1) / step);
+        const std::span<const std::uint32_t> rows = sample.rowsTo(overlapAt(down));
+        const auto shifts = std::min(shiftsAtOnce, static_cast<std::size_t>(last - down + 1));
+        std::array<std::size_t, shiftsAtOnce> counts;
+        for (std::size_t s = 0; s < shifts; ++s)
+            counts[s] = static_cast<std::size_t>(
+                std::ranges::lower_bound(rows, overlapAt(down + static_cast<std::int64_t>(s))) - rows.begin());
         std::array<BestRows, shiftsAtOnce> best;
         compareShifts(stillRows, {movingRows.signature + down, movingRows.informed + down, movingRows.ignored + down},
-                      pair.tolerance(), static_cast<std::size_t>(step), std::span(rows).first(count),
-                      std::span(best).first(count));
-        for (std::size_t i = 0; i < count; ++i, ++down)
-            if (const auto& [score, contradicting, overall] = best[i]; score > 0)
+                      pair.tolerance(), rows, std::span(counts).first(shifts), std::span(best).first(shifts));
+        for (std::size_t s = 0; s < shifts; ++s, ++down)
+            if (const auto& [score, contradicting, overall] = best[s]; score > 0)
                 stretches.push_back({.shift = isInFirst ? down : -down,
                                      .agreeing = score + 2 * contradicting,
                                      .contradicting = contradicting,
                                      .overall = overall,
-                                     .step = step});
+                                     .step = static_cast<std::int64_t>(sample.step())});
     }
     return stretches;
 }

@@ -93,9 +93,8 @@ KSVPattern seamAt(const FramePair& pair, const Examination& verified) {
 
     const int tolerance = losslessTolerance + toleranceOverNoise * std::min(noiseOf(pair, verified), noisiest);
     const auto bandIn = [&](const Rows& rows) {
-        return highestBand(rows, [&](std::int64_t r) {
-            return rowsAgree(lower.row(r), upper.row(r + down), lower.width, tolerance);
-        });
+        return highestBand(
+            rows, [&](std::int64_t r) { return rowsAgree(lower.row(r), upper.row(r + down), lower.width, tolerance); });
     };
     // A bar's shadow lies on the page beyond it, and hardly shows; a short overlap has no rows to spare.
     const Furniture& furniture = pair.furniture();

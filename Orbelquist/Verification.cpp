@@ -16,6 +16,10 @@ namespace {
 constexpr std::size_t leastRegion = 8;
 /// One overlay may take this part of the screen.
 constexpr std::int64_t tallestOverlay = 12;
+/// One band of so many is looked at first. A place is plainly another where in these, outside of bars and what may be a
+/// film, by so many blocks more contradict than agree: that is never mended by the rest.
+constexpr std::size_t firstBands = 4;
+constexpr std::int64_t plainly = 16;
 /// A bar's shadow may fall so many of the screen's rows beyond it.
 constexpr std::int64_t shadowShare = 100;
 /// A band of a bar holds at least so many blocks that stand still: one alone is chance.
@@ -24,12 +28,15 @@ constexpr int leastStill = 2;
 class Verification {
 public:
     Verification(const FramePair& pair, std::int64_t shift)
-        : pair_(pair), comparison_(pair.layout(shift)), bands_(comparison_.bands()),
-          e_{.shift = shift, .difference = comparison_.difference()} {}
+        : pair_(pair), comparison_(pair.layout(shift), firstBands), bands_(comparison_.bands()), e_{.shift = shift} {}
 
     std::optional<Examination> result() {
+        if (isPlainlyOther())
+            return std::nullopt;
+        comparison_.compareRest();
         if (isHopeless())
             return std::nullopt;
+        e_.difference = comparison_.difference();
         comparison_.findCovered();
         explainBars();
         findLoneBars();
@@ -72,15 +79,30 @@ private:
         return top ? row < zone : row + comparison_.bandRows() > frame.height - zone;
     }
 
+    /// Where no bar of either frame can be.
+    bool isAmidPage(std::size_t band) const {
+        for (const bool second : {false, true})
+            if (isInZone(band, second, true) || isInZone(band, second, false))
+                return false;
+        return true;
+    }
+
+    bool isPlainlyOther() const {
+        std::int64_t agreeing = 0, against = 0;
+        for (std::size_t i = 0; i < bands_.size(); ++i) {
+            agreeing += bands_[i].count(Block::alike);
+            against += isAmidPage(i) && !bands_[i].isDense() ? bands_[i].against() : 0;
+        }
+        return against > agreeing + plainly;
+    }
+
     /// Whether too little agrees, all in all, for what contradicts where no bar can be: most shifts are told so, before
     /// the work begins.
     bool isHopeless() const {
         std::int64_t agreeing = 0, against = 0;
         for (std::size_t i = 0; i < bands_.size(); ++i) {
             agreeing += bands_[i].count(Block::alike);
-            const bool mayBeBar = isInZone(i, true, true) || isInZone(i, false, false) || isInZone(i, true, false) ||
-                                  isInZone(i, false, true);
-            against += mayBeBar ? 0 : bands_[i].against();
+            against += isAmidPage(i) ? bands_[i].against() : 0;
         }
         return agreeing < leastAgreeing || (agreeing < noDoubtBelow && against * 4 > agreeing + 32);
     }

@@ -76,19 +76,21 @@ private:
     HWY_ALIGN std::uint8_t least_[cellCount], most_[cellCount];
 };
 
-void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance, std::size_t step,
-                   std::span<const std::size_t> rows, std::span<BestRows> result) {
+void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance,
+                   std::span<const std::uint32_t> rows, std::span<const std::size_t> counts,
+                   std::span<BestRows> result) {
     const hn::CappedTag<std::int16_t, shiftsAtOnce> d;
     using Numbers = std::int16_t[shiftsAtOnce];
     HWY_ALIGN Numbers agreeing = {}, contradicting = {}; // of a row
     HWY_ALIGN Numbers sum = {}, against = {};            // of the stretch that ends with it: score, contradicting
     HWY_ALIGN Numbers best = {}, bestAgainst = {}, overall = {};
     std::size_t shifts = result.size();
-    for (std::size_t k = 0, i = 0;; ++k, i += step) {
-        for (; shifts > 0 && rows[shifts - 1] == k; --shifts)
+    for (std::size_t k = 0;; ++k) {
+        for (; shifts > 0 && counts[shifts - 1] == k; --shifts)
             agreeing[shifts - 1] = contradicting[shifts - 1] = 0;
         if (shifts == 0)
             break;
+        const std::size_t i = rows[k];
         const Row row(still.signature[i], tolerance);
         const CellMask counted = ~still.ignored[i], informed = still.informed[i];
         for (std::size_t s = 0; s < shifts; ++s) {
@@ -134,9 +136,10 @@ void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, s
     ORBELQUIST_DISPATCH(compareRows)(a, b, tolerance, result);
 }
 
-void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance, std::size_t step,
-                   std::span<const std::size_t> rows, std::span<BestRows> result) {
-    ORBELQUIST_DISPATCH(compareShifts)(still, moving, tolerance, step, rows, result);
+void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance,
+                   std::span<const std::uint32_t> rows, std::span<const std::size_t> counts,
+                   std::span<BestRows> result) {
+    ORBELQUIST_DISPATCH(compareShifts)(still, moving, tolerance, rows, counts, result);
 }
 
 } // namespace orbelquist

@@ -40,9 +40,10 @@ struct BestRows {
 /// The shifts that are compared at once.
 inline constexpr std::size_t shiftsAtOnce = 16;
 
-/// For element s of `result`, up to `shiftsAtOnce`, compares row k * step of `still` with row s + k * step of `moving`,
-/// k from 0 up to `rows[s]`: at most 511 rows, and no more than of the element before.
-void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance, std::size_t step,
-                   std::span<const std::size_t> rows, std::span<BestRows> result);
+/// For element s of `result`, up to `shiftsAtOnce`, compares the first `counts[s]` of `rows` of `still` with rows s
+/// further down of `moving`: at most 511 rows, and no more than of the element before.
+void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance,
+                   std::span<const std::uint32_t> rows, std::span<const std::size_t> counts,
+                   std::span<BestRows> result);
 
 } // namespace orbelquist

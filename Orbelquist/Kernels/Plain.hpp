@@ -52,12 +52,13 @@ inline void compareRows(const RowsView& a, const RowsView& b, std::uint8_t toler
     }
 }
 
-inline void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance, std::size_t step,
-                          std::span<const std::size_t> rows, std::span<BestRows> result) {
+inline void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance,
+                          std::span<const std::uint32_t> rows, std::span<const std::size_t> counts,
+                          std::span<BestRows> result) {
     for (std::size_t s = 0; s < result.size(); ++s) {
-        std::vector<RowAgreement> all(rows[s]);
+        std::vector<RowAgreement> all(counts[s]);
         for (std::size_t k = 0; k < all.size(); ++k) {
-            const std::size_t i = k * step, j = i + s;
+            const std::size_t i = rows[k], j = i + s;
             plain::compareRows({still.signature + i, still.informed + i, still.ignored + i},
                                {moving.signature + j, moving.informed + j, moving.ignored + j}, tolerance,
                                std::span(all).subspan(k, 1));
