@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 namespace orbelquist {
@@ -84,10 +85,11 @@ BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
     std::vector<CellMask> ignored;
     for (std::int64_t row = rowOf(band); row < endOf(band); ++row)
         ignored.push_back(ignoredAt(row));
+    const bool isEqual = areEqual(band);
     Measures measures;
     const std::size_t whole = ignored.size() * static_cast<std::size_t>(layout_.b.width) / blocksAcross;
     for (std::size_t k = 0; k < blocksAcross; ++k) {
-        const PixelSums s = sumsOf(band, k, ignored);
+        const PixelSums s = sumsOf(band, k, ignored, isEqual);
         if (s.count == 0 || s.count * 3 < whole) // mostly furniture
             continue;
         const auto count = static_cast<double>(s.count);
@@ -105,7 +107,16 @@ BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
     return measures;
 }
 
-PixelSums BlockComparison::sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored) const {
+bool BlockComparison::areEqual(std::size_t band) const {
+    const auto width = static_cast<std::size_t>(layout_.b.width);
+    for (std::int64_t row = rowOf(band); row < endOf(band); ++row)
+        if (std::memcmp(layout_.a.row(row + layout_.shift), layout_.b.row(row), width) != 0)
+            return false;
+    return true;
+}
+
+PixelSums BlockComparison::sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored,
+                                  bool isEqual) const {
     const Frame &a = layout_.a, &b = layout_.b;
     const std::int64_t shift = layout_.shift;
     const auto width = static_cast<std::size_t>(b.width);
@@ -129,8 +140,9 @@ PixelSums BlockComparison::sumsOf(std::size_t band, std::size_t block, std::span
                 .b = toB.sum[block] - fromB.sum[block],
                 .aa = toA.squares[block] - fromA.squares[block],
                 .bb = toB.squares[block] - fromB.squares[block],
-                .difference =
-                    squaredDifference(a.row(from + shift) + begin, b.row(from) + begin, width, columns, ignored.size()),
+                .difference = isEqual ? 0
+                                      : squaredDifference(a.row(from + shift) + begin, b.row(from) + begin, width,
+                                                          columns, ignored.size()),
                 .across = toB.across[block] - fromB.across[block],
                 .count = columns * ignored.size()};
         return sums;

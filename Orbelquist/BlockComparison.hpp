@@ -103,7 +103,8 @@ private:
     using Measures = std::array<Measure, blocksAcross>;
 
     Measures measure(std::size_t band) const;
-    PixelSums sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored) const;
+    bool areEqual(std::size_t band) const; ///< pixel for pixel
+    PixelSums sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored, bool isEqual) const;
     void judge();
     double measuredNoise() const;
     bool isOtherGround(std::size_t band, std::size_t block) const;

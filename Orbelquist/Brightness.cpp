@@ -54,13 +54,14 @@ std::optional<Dimming> dimmingOfBars(const Frame& a, const Frame& b, bool top) {
         }
     if (cells.empty())
         return std::nullopt;
+    const auto areNearlyAll = [&](std::int64_t count) { return count * 4 >= std::ssize(cells) * 3; }; // but for a clock
+    if (areNearlyAll(std::ranges::count_if(cells, [](const Levels& cell) { return cell.a == cell.b; })))
+        return Dimming{};
     const Dimming line = lineThrough(cells);
     const auto follows = [&](const Levels& cell) {
         return std::abs(line.factor * cell.a + line.offset - cell.b) <= sameLevel;
     };
-    if (std::ranges::count_if(cells, follows) * 4 < std::ssize(cells) * 3)
-        return std::nullopt; // a clock or a badge is less than a quarter
-    return line;
+    return areNearlyAll(std::ranges::count_if(cells, follows)) ? std::optional(line) : std::nullopt;
 }
 
 /// All but a few cells are darker. What is darker than this says little of a factor.

@@ -105,9 +105,12 @@ std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst,
         const std::span<const std::uint32_t> rows = sample.rowsTo(overlapAt(down));
         const auto shifts = std::min(shiftsAtOnce, static_cast<std::size_t>(last - down + 1));
         std::array<std::size_t, shiftsAtOnce> counts;
-        for (std::size_t s = 0; s < shifts; ++s)
-            counts[s] = static_cast<std::size_t>(
-                std::ranges::lower_bound(rows, overlapAt(down + static_cast<std::int64_t>(s))) - rows.begin());
+        std::size_t count = rows.size();
+        for (std::size_t s = 0; s < shifts; ++s) {
+            while (count > 0 && rows[count - 1] >= overlapAt(down + static_cast<std::int64_t>(s)))
+                --count;
+            counts[s] = count;
+        }
         std::array<BestRows, shiftsAtOnce> best;
         compareShifts(stillRows, {movingRows.signature + down, movingRows.informed + down, movingRows.ignored + down},
                       pair.tolerance(), rows, std::span(counts).first(shifts), std::span(best).first(shifts));

@@ -63,16 +63,14 @@ double pixelDifference(const FramePair& pair, const Examination& stretch, std::i
 }
 
 std::int64_t exactShift(const FramePair& pair, const Examination& e) {
+    if (pixelDifference(pair, e, e.shift) == 0)
+        return e.shift;
     std::int64_t best = e.shift, from = 0;
     while (best != from) {
         from = best;
-        for (const std::int64_t shift : {from - 1, from + 1, from - 2, from + 2}) {
-            if (shift == 0)
-                continue;
-            const PixelDifference here = pixelDifferences(pair, e, best, shift);
-            if (here.sum > 0 && pixelDifferences(pair, e, shift, best).isLessThan(here))
+        for (const std::int64_t shift : {from - 1, from + 1, from - 2, from + 2})
+            if (shift != 0 && pixelDifferences(pair, e, shift, best).isLessThan(pixelDifferences(pair, e, best, shift)))
                 best = shift;
-        }
     }
     return best;
 }

@@ -34,7 +34,7 @@ std::int64_t stillRows(std::int64_t height, const std::vector<CellMask>& equal, 
 }
 
 /// What stands still by itself (a title, an icon) is at least this high, a small letter: lesser likenesses are chance.
-constexpr std::int64_t leastPiece = 160;
+constexpr std::size_t leastPiece = 160;
 
 /// The rows from the screen's edge inwards up to the last piece that stands still, one following the other.
 template <class Row>
@@ -45,7 +45,7 @@ std::int64_t barRows(const Furniture& furniture, std::int64_t height, Row row) {
         const CellMask still = furniture.cells[static_cast<std::size_t>(row(i))];
         for (std::size_t cell = 0; cell < cellCount; ++cell) {
             run[cell] = still >> cell & 1 ? run[cell] + 1 : 0;
-            if (run[cell] * leastPiece >= height)
+            if (run[cell] * static_cast<std::int64_t>(leastPiece) >= height)
                 bar = i + 1;
         }
     }
@@ -54,40 +54,36 @@ std::int64_t barRows(const Furniture& furniture, std::int64_t height, Row row) {
 
 /// Leaves only what is as high as a piece of furniture: text that scrolls has likenesses of a few rows everywhere.
 void dropSlight(std::vector<CellMask>& cells) {
-    const auto height = static_cast<std::int64_t>(cells.size());
-    for (int cell = 0; cell < cellCount; ++cell) {
-        const CellMask bit = CellMask{1} << cell;
-        std::int64_t run = 0;
-        for (std::int64_t y = 0; y <= height; ++y) {
-            if (y < height && cells[static_cast<std::size_t>(y)] & bit) {
-                ++run;
-                continue;
-            }
-            if (run * leastPiece < height)
-                for (std::int64_t i = y - run; i < y; ++i)
-                    cells[static_cast<std::size_t>(i)] &= ~bit;
-            run = 0;
-        }
+    const auto height = cells.size();
+    const auto least = (height + leastPiece - 1) / leastPiece;
+    // First what all rows from each down to the last of such a piece have, then all rows of these pieces.
+    for (std::size_t rows = 1, step; rows < least; rows += step) {
+        step = std::min(rows, least - rows);
+        for (std::size_t y = 0; y < height; ++y)
+            cells[y] &= y + step < height ? cells[y + step] : CellMask{0};
+    }
+    for (std::size_t rows = 1, step; rows < least; rows += step) {
+        step = std::min(rows, least - rows);
+        for (std::size_t y = height; y-- > step;)
+            cells[y] |= cells[y - step];
     }
 }
 
 /// Marks the flat cells between still edges above each other.
 void fill(std::vector<CellMask>& cells, const std::vector<CellMask>& equal, std::int64_t reach) {
-    const auto height = static_cast<std::int64_t>(cells.size());
-    for (int cell = 0; cell < cellCount; ++cell) {
-        const CellMask bit = CellMask{1} << cell;
-        std::int64_t edge = -1; // the last edge above, as long as all is equal from there on
-        for (std::int64_t y = 0; y < height; ++y) {
-            const auto at = static_cast<std::size_t>(y);
-            if (!(equal[at] & bit)) {
-                edge = -1;
-            } else if (cells[at] & bit) {
-                if (edge >= 0 && y - edge <= reach)
-                    for (std::int64_t between = edge + 1; between < y; ++between)
-                        cells[static_cast<std::size_t>(between)] |= bit;
-                edge = y;
-            }
+    std::array<std::size_t, cellCount> edge; // of each open cell: the row of the last edge above
+    CellMask open = 0;                       // where there is one, and all is equal from there on
+    for (std::size_t y = 0; y < cells.size(); ++y) {
+        const CellMask above = y > 0 ? cells[y - 1] : CellMask{0};
+        for (CellMask ended = above & ~cells[y]; ended != 0; ended &= ended - 1)
+            edge[static_cast<std::size_t>(std::countr_zero(ended))] = y - 1;
+        for (CellMask begun = open & cells[y] & ~above; begun != 0; begun &= begun - 1) {
+            const std::size_t from = edge[static_cast<std::size_t>(std::countr_zero(begun))];
+            if (static_cast<std::int64_t>(y - from) <= reach)
+                for (std::size_t between = from + 1; between < y; ++between)
+                    cells[between] |= begun & -begun;
         }
+        open = (open | cells[y]) & equal[y];
     }
 }
 

@@ -86,16 +86,20 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
     const std::int64_t rows = e.last - e.first;
     if (rows * 4 > b.height)
         return false;
-    const auto mayLieAt = [&](const Frame& frame, std::int64_t start, std::int64_t step) {
-        std::int64_t agreeing = 0, total = 0;
-        for (std::int64_t i = 0; i < rows; i += step) {
-            const auto at = static_cast<std::size_t>(e.first + i), there = static_cast<std::size_t>(start + i);
-            const CellMask equal = equalCells(b.signature[at], frame.signature[there], pair.tolerance());
-            const CellMask counted = b.informed[at] & ~pair.ignoredInB(e.first + i);
-            agreeing += std::popcount(equal & counted);
-            total += std::popcount(counted);
-        }
-        return agreeing * 100 >= total * repeatedPercent;
+    std::vector<CellMask> counted;
+    std::int64_t room = 0; // cells that may differ
+    for (std::int64_t row = e.first; row < e.last; ++row) {
+        counted.push_back(b.informed[static_cast<std::size_t>(row)] & ~pair.ignoredInB(row));
+        room += std::popcount(counted.back());
+    }
+    room = room * (100 - repeatedPercent) / 100;
+    const auto mayLieAt = [&](const Frame& frame, std::int64_t start) {
+        std::int64_t differing = 0;
+        for (std::size_t i = 0; i < counted.size() && differing <= room; ++i)
+            differing += std::popcount(counted[i] & ~equalCells(b.signature[static_cast<std::size_t>(e.first) + i],
+                                                                frame.signature[static_cast<std::size_t>(start) + i],
+                                                                pair.tolerance()));
+        return differing <= room;
     };
     const auto liesAt = [&](const Frame& frame, std::int64_t start) {
         BlockComparison there({frame, b, start - e.first, e.first, e.last, {}, pair.ignoredInB()});
@@ -109,8 +113,7 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
     for (const Frame* frame : {&pair.a(), &b}) {
         const std::int64_t own = frame == &b ? e.first : e.first + e.shift;
         for (std::int64_t start = 0; start + rows <= frame->height; ++start)
-            if (std::abs(start - own) > rows / 2 + onePlace && mayLieAt(*frame, start, 16) &&
-                mayLieAt(*frame, start, 1) && liesAt(*frame, start))
+            if (std::abs(start - own) > rows / 2 + onePlace && mayLieAt(*frame, start) && liesAt(*frame, start))
                 return true;
     }
     return false;

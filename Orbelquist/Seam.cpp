@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 namespace orbelquist {
@@ -28,13 +29,17 @@ constexpr std::int64_t sampledRows = 128;
 int noiseOf(const FramePair& pair, const Examination& stretch) {
     const Frame &a = pair.a(), &b = pair.b();
     std::array<std::int64_t, 256> differences = {};
-    std::int64_t total = 0;
+    std::int64_t total = 0, equalRows = 0, rows = 0;
     const auto width = static_cast<std::size_t>(b.width);
     std::vector<std::uint8_t> edgesOfA(width), edgesOfB(width);
     const std::int64_t step = std::max<std::int64_t>(1, (stretch.last - stretch.first) / sampledRows);
-    for (std::int64_t row = stretch.first; row < stretch.last; row += step) {
+    for (std::int64_t row = stretch.first; row < stretch.last; row += step, ++rows) {
         const CellMask counted = ~(pair.ignoredInA(row + stretch.shift) | pair.ignoredInB(row));
         const std::uint8_t *p = a.row(row + stretch.shift), *q = b.row(row);
+        if (std::memcmp(p, q, width) == 0) {
+            ++equalRows;
+            continue;
+        }
         markEdges(a, row + stretch.shift, 0, edgesOfA);
         markEdges(b, row, 0, edgesOfB);
         for (std::size_t cell = 0; cell < cellCount; ++cell) {
@@ -47,6 +52,8 @@ int noiseOf(const FramePair& pair, const Examination& stretch) {
                 }
         }
     }
+    if (equalRows * 4 >= rows * 3)
+        return 0;
     int noise = 0;
     for (std::int64_t within = differences[0]; within * 4 < total * 3;)
         within += differences[static_cast<std::size_t>(++noise)];

@@ -16,10 +16,11 @@ namespace {
 constexpr std::size_t leastRegion = 8;
 /// One overlay may take this part of the screen.
 constexpr std::int64_t tallestOverlay = 12;
-/// One band of so many is looked at first. A place is plainly another where in these, outside of bars and what may be a
-/// film, by so many blocks more contradict than agree: that is never mended by the rest.
+/// One band of so many is looked at first. A place is plainly another where in these, amid the page, by so many blocks
+/// more contradict than agree, without those of what may be a film; or twice as many with them where next to nothing
+/// agrees: that is never mended by the rest.
 constexpr std::size_t firstBands = 4;
-constexpr std::int64_t plainly = 16;
+constexpr std::int64_t plainly = 12, nextToNothing = 4;
 /// A bar's shadow may fall so many of the screen's rows beyond it.
 constexpr std::int64_t shadowShare = 100;
 /// A band of a bar holds at least so many blocks that stand still: one alone is chance.
@@ -88,12 +89,13 @@ private:
     }
 
     bool isPlainlyOther() const {
-        std::int64_t agreeing = 0, against = 0;
+        std::int64_t agreeing = 0, against = 0, inFilms = 0;
         for (std::size_t i = 0; i < bands_.size(); ++i) {
             agreeing += bands_[i].count(Block::alike);
-            against += isAmidPage(i) && !bands_[i].isDense() ? bands_[i].against() : 0;
+            if (isAmidPage(i))
+                (bands_[i].isDense() ? inFilms : against) += bands_[i].against();
         }
-        return against > agreeing + plainly;
+        return against > agreeing + plainly || (agreeing < nextToNothing && against + inFilms > 2 * plainly);
     }
 
     /// Whether too little agrees, all in all, for what contradicts where no bar can be: most shifts are told so, before

@@ -45,6 +45,9 @@ void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, s
     }
 }
 
+/// What counts of as many rows adds up to in 16 bits.
+constexpr std::size_t mostRows = 511;
+
 /// A row, to be compared with many: each of its cells less the tolerance, and more.
 class Row {
 public:
@@ -79,40 +82,47 @@ private:
 void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance,
                    std::span<const std::uint32_t> rows, std::span<const std::size_t> counts,
                    std::span<BestRows> result) {
-    const hn::CappedTag<std::int16_t, shiftsAtOnce> d;
-    using Numbers = std::int16_t[shiftsAtOnce];
-    HWY_ALIGN Numbers agreeing = {}, contradicting = {}; // of a row
-    HWY_ALIGN Numbers sum = {}, against = {};            // of the stretch that ends with it: score, contradicting
-    HWY_ALIGN Numbers best = {}, bestAgainst = {}, overall = {};
+    using Cells = std::uint8_t[shiftsAtOnce]; // of a row of each shift
+    HWY_ALIGN Cells agreeing[mostRows], contradicting[mostRows];
     std::size_t shifts = result.size();
-    for (std::size_t k = 0;; ++k) {
-        for (; shifts > 0 && counts[shifts - 1] == k; --shifts)
-            agreeing[shifts - 1] = contradicting[shifts - 1] = 0;
+    std::size_t row = 0;
+    for (;; ++row) {
+        while (shifts > 0 && counts[shifts - 1] == row)
+            --shifts;
         if (shifts == 0)
             break;
-        const std::size_t i = rows[k];
-        const Row row(still.signature[i], tolerance);
+        const std::size_t i = rows[row];
+        const Row here(still.signature[i], tolerance);
         const CellMask counted = ~still.ignored[i], informed = still.informed[i];
         for (std::size_t s = 0; s < shifts; ++s) {
-            const CellMask equal = row.equalCells(moving.signature[i + s]), both = counted & ~moving.ignored[i + s];
-            agreeing[s] = static_cast<std::int16_t>(std::popcount(equal & informed & moving.informed[i + s] & both));
-            contradicting[s] = static_cast<std::int16_t>(std::popcount(~equal & both));
+            const CellMask equal = here.equalCells(moving.signature[i + s]), both = counted & ~moving.ignored[i + s];
+            agreeing[row][s] =
+                static_cast<std::uint8_t>(std::popcount(equal & informed & moving.informed[i + s] & both));
+            contradicting[row][s] = static_cast<std::uint8_t>(std::popcount(~equal & both));
         }
-        for (std::size_t s = 0; s < shiftsAtOnce; s += hn::Lanes(d)) {
-            const auto differing = hn::Load(d, contradicting + s);
-            hn::Store(hn::Add(hn::Load(d, overall + s), differing), d, overall + s);
-            auto score = hn::Add(hn::Load(d, sum + s), hn::Load(d, agreeing + s));
-            score = hn::Sub(hn::Sub(score, differing), differing);
-            const auto goesOn = hn::Gt(score, hn::Zero(d));
-            score = hn::IfThenElseZero(goesOn, score);
-            const auto opposed = hn::IfThenElseZero(goesOn, hn::Add(hn::Load(d, against + s), differing));
-            hn::Store(score, d, sum + s);
-            hn::Store(opposed, d, against + s);
-            const auto before = hn::Load(d, best + s);
-            const auto isBest = hn::Gt(score, before);
-            hn::Store(hn::Max(score, before), d, best + s);
-            hn::Store(hn::IfThenElse(isBest, opposed, hn::Load(d, bestAgainst + s)), d, bestAgainst + s);
+        for (std::size_t s = shifts; s < shiftsAtOnce; ++s)
+            agreeing[row][s] = contradicting[row][s] = 0;
+    }
+    const hn::CappedTag<std::int16_t, shiftsAtOnce> d;
+    const hn::Rebind<std::uint8_t, decltype(d)> bytes;
+    HWY_ALIGN std::int16_t best[shiftsAtOnce], bestAgainst[shiftsAtOnce], overall[shiftsAtOnce];
+    for (std::size_t s = 0; s < shiftsAtOnce; s += hn::Lanes(d)) {
+        auto sum = hn::Zero(d), against = sum; // of the stretch that ends with a row: score, contradicting
+        auto most = sum, mostAgainst = sum, all = sum;
+        for (std::size_t k = 0; k < row; ++k) {
+            const auto differing = hn::PromoteTo(d, hn::Load(bytes, contradicting[k] + s));
+            all = hn::Add(all, differing);
+            sum = hn::Add(sum, hn::PromoteTo(d, hn::Load(bytes, agreeing[k] + s)));
+            sum = hn::Sub(hn::Sub(sum, differing), differing);
+            const auto goesOn = hn::Gt(sum, hn::Zero(d));
+            sum = hn::IfThenElseZero(goesOn, sum);
+            against = hn::IfThenElseZero(goesOn, hn::Add(against, differing));
+            mostAgainst = hn::IfThenElse(hn::Gt(sum, most), against, mostAgainst);
+            most = hn::Max(sum, most);
         }
+        hn::Store(most, d, best + s);
+        hn::Store(mostAgainst, d, bestAgainst + s);
+        hn::Store(all, d, overall + s);
     }
     for (std::size_t s = 0; s < result.size(); ++s)
         result[s] = {best[s], bestAgainst[s], overall[s]};
