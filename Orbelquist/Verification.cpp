@@ -32,6 +32,7 @@ public:
         : pair_(pair), comparison_(pair.layout(shift), firstBands), bands_(comparison_.bands()), e_{.shift = shift} {}
 
     std::optional<Examination> result() {
+        comparison_.findCovered();
         if (isPlainlyOther())
             return std::nullopt;
         comparison_.compareRest();
@@ -93,7 +94,7 @@ private:
         for (std::size_t i = 0; i < bands_.size(); ++i) {
             agreeing += bands_[i].count(Block::alike);
             if (isAmidPage(i))
-                (bands_[i].isDense() ? inFilms : against) += bands_[i].against();
+                (isCovered(i) ? inFilms : against) += bands_[i].against();
         }
         return against > agreeing + plainly || (agreeing < nextToNothing && against + inFilms > 2 * plainly);
     }
