@@ -47,16 +47,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::int64_t width = data[0], moved = data[3];
     const std::int64_t heights[] = {1 + 2 * data[1], 1 + 2 * data[2]};
     const std::span luma(data + 4, size - 4);
-    std::vector<std::uint8_t> row(static_cast<std::size_t>(width));
     const auto frameOf = [&](std::int64_t height, std::int64_t top) {
         FrameBuilder builder(width, height);
-        for (std::int64_t y = 0; y < height; ++y) {
-            for (std::size_t x = 0; x < row.size(); ++x) {
-                const std::size_t i = static_cast<std::size_t>(y + top) * row.size() + x;
-                row[x] = static_cast<std::uint8_t>(luma[i % luma.size()] + i / luma.size() * 37);
-            }
-            builder.addLuma(row.data());
-        }
+        for (std::int64_t y = 0; y < height; ++y)
+            builder.addLuma([&](std::span<std::uint8_t> row) {
+                for (std::size_t x = 0; x < row.size(); ++x) {
+                    const std::size_t i = static_cast<std::size_t>(y + top) * row.size() + x;
+                    row[x] = static_cast<std::uint8_t>(luma[i % luma.size()] + i / luma.size() * 37);
+                }
+            });
         return builder.finish();
     };
     const Frame a = frameOf(heights[0], 0), b = frameOf(heights[1], moved);

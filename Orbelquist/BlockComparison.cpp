@@ -81,10 +81,15 @@ CellMask BlockComparison::ignoredAt(std::int64_t row) const {
     return at(layout_.ignoredInA, row + layout_.shift) | at(layout_.ignoredInB, row);
 }
 
-BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
+std::vector<CellMask> BlockComparison::ignoredIn(std::size_t band) const {
     std::vector<CellMask> ignored;
     for (std::int64_t row = rowOf(band); row < endOf(band); ++row)
         ignored.push_back(ignoredAt(row));
+    return ignored;
+}
+
+BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
+    const std::vector<CellMask> ignored = ignoredIn(band);
     const bool isEqual = areEqual(band);
     Measures measures;
     const std::size_t whole = ignored.size() * static_cast<std::size_t>(layout_.b.width) / blocksAcross;
@@ -101,7 +106,6 @@ BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
                        .difference = static_cast<float>(static_cast<double>(s.difference) / count),
                        .varianceA = variance(s.a, s.aa),
                        .varianceB = variance(s.b, s.bb),
-                       .across = static_cast<float>(static_cast<double>(s.across) / count),
                        .isCounted = true};
     }
     return measures;
@@ -115,48 +119,66 @@ bool BlockComparison::areEqual(std::size_t band) const {
     return true;
 }
 
+template <class Visit>
+void BlockComparison::visitPieces(std::size_t band, std::size_t block, std::span<const CellMask> ignored,
+                                  Visit visit) const {
+    constexpr std::size_t cells = cellCount / blocksAcross;
+    const auto width = static_cast<std::size_t>(layout_.b.width);
+    const auto ignoredCells = [&](std::size_t i) { return ignored[i] >> block * cells & ((1u << cells) - 1); };
+    for (std::size_t i = 0, end = 0; i < ignored.size(); i = end) { // runs of rows alike
+        while (end < ignored.size() && ignoredCells(end) == ignoredCells(i))
+            ++end;
+        const auto visitCells = [&](std::size_t cell, std::size_t count) {
+            const std::size_t begin = cell * width / cellCount, columns = (cell + count) * width / cellCount - begin;
+            if (columns > 0)
+                visit(rowOf(band) + static_cast<std::int64_t>(i), end - i, begin, columns);
+        };
+        if (ignoredCells(i) == 0)
+            visitCells(block * cells, cells);
+        else
+            for (std::size_t cell = 0; cell < cells; ++cell)
+                if (!(ignoredCells(i) >> cell & 1))
+                    visitCells(block * cells + cell, 1);
+    }
+}
+
 PixelSums BlockComparison::sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored,
                                   bool isEqual) const {
     const Frame &a = layout_.a, &b = layout_.b;
-    const std::int64_t shift = layout_.shift;
     const auto width = static_cast<std::size_t>(b.width);
-    const std::int64_t from = rowOf(band);
-    const auto columnsOf = [&](std::size_t cell, std::size_t cells) { // but for the first, which has no left neighbour
-        const std::size_t begin = std::max<std::size_t>(1, cell * width / cellCount);
-        return std::pair(begin, std::max(begin, (cell + cells) * width / cellCount) - begin);
-    };
-    constexpr std::size_t cells = cellCount / blocksAcross;
-    const auto ignoredCells = [&](std::size_t i) { return ignored[i] >> block * cells & ((1u << cells) - 1); };
-    bool isWhole = true;
-    for (std::size_t i = 0; i < ignored.size(); ++i)
-        isWhole = isWhole && ignoredCells(i) == 0;
     PixelSums sums;
-    if (isWhole) {
-        const auto [begin, columns] = columnsOf(block * cells, cells);
-        const auto rowA = static_cast<std::size_t>(from + shift), rowB = static_cast<std::size_t>(from);
-        const BlockTotals &fromA = a.totals[rowA], &toA = a.totals[rowA + ignored.size()];
-        const BlockTotals &fromB = b.totals[rowB], &toB = b.totals[rowB + ignored.size()];
+    visitPieces(band, block, ignored, [&](std::int64_t row, std::size_t rows, std::size_t begin, std::size_t columns) {
+        const std::uint8_t *p = a.row(row + layout_.shift) + begin, *q = b.row(row) + begin;
+        if (rows < ignored.size() || begin != static_cast<std::size_t>(columnOf(block)) ||
+            begin + columns != static_cast<std::size_t>(columnOf(block + 1))) {
+            addPixels(p, q, width, columns, rows, sums);
+            return;
+        }
+        const auto inA = static_cast<std::size_t>(row + layout_.shift), inB = static_cast<std::size_t>(row);
+        const BlockTotals &fromA = a.totals[inA], &toA = a.totals[inA + rows];
+        const BlockTotals &fromB = b.totals[inB], &toB = b.totals[inB + rows];
         sums = {.a = toA.sum[block] - fromA.sum[block],
                 .b = toB.sum[block] - fromB.sum[block],
                 .aa = toA.squares[block] - fromA.squares[block],
                 .bb = toB.squares[block] - fromB.squares[block],
-                .difference = isEqual ? 0
-                                      : squaredDifference(a.row(from + shift) + begin, b.row(from) + begin, width,
-                                                          columns, ignored.size()),
-                .across = toB.across[block] - fromB.across[block],
-                .count = columns * ignored.size()};
-        return sums;
-    }
-    for (std::size_t i = 0, end = 0; i < ignored.size(); i = end) { // runs of rows alike
-        while (end < ignored.size() && ignoredCells(end) == ignoredCells(i))
-            ++end;
-        const std::int64_t row = from + static_cast<std::int64_t>(i);
-        for (std::size_t cell = 0; cell < cells; ++cell)
-            if (const auto [begin, columns] = columnsOf(block * cells + cell, 1);
-                columns > 0 && !(ignoredCells(i) >> cell & 1))
-                addPixels(a.row(row + shift) + begin, b.row(row) + begin, width, columns, end - i, sums);
-    }
+                .difference = isEqual ? 0 : squaredDifference(p, q, width, columns, rows),
+                .count = columns * rows};
+    });
     return sums;
+}
+
+double BlockComparison::stepAcross(std::size_t band, std::size_t block) const {
+    const auto width = static_cast<std::size_t>(layout_.b.width);
+    std::uint64_t sum = 0, count = 0;
+    visitPieces(band, block, ignoredIn(band),
+                [&](std::int64_t row, std::size_t rows, std::size_t begin, std::size_t columns) {
+                    if (begin == 0) // the first has no left neighbour
+                        ++begin, --columns;
+                    const std::uint8_t* pixels = layout_.b.row(row) + begin;
+                    sum += squaredDifference(pixels, pixels - 1, width, columns, rows);
+                    count += columns * rows;
+                });
+    return static_cast<double>(sum) / static_cast<double>(std::max<std::uint64_t>(1, count));
 }
 
 double BlockComparison::measuredNoise() const {
@@ -200,7 +222,7 @@ void BlockComparison::judge() {
                 bands_[i].set(k, Block::unclear);
                 continue;
             }
-            bands_[i].set(k, m.across > leastVariance / 4 + 2 * noise ? Block::alike : Block::lines);
+            bands_[i].set(k, stepAcross(i, k) > leastVariance / 4 + 2 * noise ? Block::alike : Block::lines);
             if (hasBackdrop() && isPage(i, k))
                 variances.push_back(m.variance());
         }

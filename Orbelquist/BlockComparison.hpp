@@ -95,16 +95,22 @@ private:
 
     /// Of a block, per pixel: levels, and square levels.
     struct Measure {
-        float mean = 0, difference = 0, varianceA = 0, varianceB = 0, across = 0;
+        float mean = 0, difference = 0, varianceA = 0, varianceB = 0;
         bool isCounted = false;
 
         float variance() const { return std::max(varianceA, varianceB); }
     };
     using Measures = std::array<Measure, blocksAcross>;
 
+    std::vector<CellMask> ignoredIn(std::size_t band) const; ///< a row
     Measures measure(std::size_t band) const;
     bool areEqual(std::size_t band) const; ///< pixel for pixel
+    /// Calls visit(row of b, rows, first column, columns) for all that counts of a block, with `ignored` of each row.
+    template <class Visit>
+    void visitPieces(std::size_t band, std::size_t block, std::span<const CellMask> ignored, Visit visit) const;
     PixelSums sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored, bool isEqual) const;
+    /// The mean square step from a pixel of the second frame to the next.
+    double stepAcross(std::size_t band, std::size_t block) const;
     void judge();
     double measuredNoise() const;
     bool isOtherGround(std::size_t band, std::size_t block) const;

@@ -106,12 +106,11 @@ Frame dimmed(const Frame& frame, const Dimming& dimming) {
         levels[level] = static_cast<std::uint8_t>(std::lround(std::clamp(other, 0.0, 255.0)));
     }
     FrameBuilder builder(frame.width, frame.height);
-    std::vector<std::uint8_t> row(static_cast<std::size_t>(frame.width));
-    for (std::int64_t y = 0; y < frame.height; ++y) {
-        std::ranges::transform(frame.row(y), frame.row(y) + frame.width, row.begin(),
-                               [&](auto level) { return levels[level]; });
-        builder.addLuma(row.data());
-    }
+    for (std::int64_t y = 0; y < frame.height; ++y)
+        builder.addLuma([&](std::span<std::uint8_t> luma) {
+            std::ranges::transform(frame.row(y), frame.row(y) + frame.width, luma.begin(),
+                                   [&](auto level) { return levels[level]; });
+        });
     return builder.finish();
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -20,11 +21,10 @@ using RowSignature = std::array<std::uint8_t, cellCount>;
 /// One bit a cell, the leftmost lowest.
 using CellMask = std::uint64_t;
 
-/// What the pixels of each column of blocks add up to, from the first row down to some row: luma, its square, and the
-/// square of its step from the left neighbour. The first pixel of a row, which has none, is left out. Modulo 2^32: the
-/// differences between two rows are exact for blocks of up to 65,536 pixels.
+/// What the pixels of each column of blocks add up to, from the first row down to some row: luma, and its square.
+/// Modulo 2^32: the differences between two rows are exact for blocks of up to 65,536 pixels.
 struct BlockTotals {
-    std::array<std::uint32_t, blocksAcross> sum = {}, squares = {}, across = {};
+    std::array<std::uint32_t, blocksAcross> sum = {}, squares = {};
 
     bool operator==(const BlockTotals&) const = default;
 };
@@ -34,12 +34,12 @@ struct BlockTotals {
 struct Frame {
     std::int64_t width = 0;
     std::int64_t height = 0;
-    std::vector<std::uint8_t> luma;      ///< width * height, row after row
-    std::vector<RowSignature> signature; ///< one a row
-    std::vector<CellMask> informed;      ///< one a row: cells whose luma varies within a few rows
-    std::vector<BlockTotals> totals;     ///< of the rows above each row; one more, of all rows
+    std::unique_ptr<std::uint8_t[]> luma; ///< width * height, row after row
+    std::vector<RowSignature> signature;  ///< one a row
+    std::vector<CellMask> informed;       ///< one a row: cells whose luma varies within a few rows
+    std::vector<BlockTotals> totals;      ///< of the rows above each row; one more, of all rows
 
-    const std::uint8_t* row(std::int64_t y) const { return luma.data() + y * width; }
+    const std::uint8_t* row(std::int64_t y) const { return luma.get() + y * width; }
 };
 
 /// Sets each element of `edges` to 1 where luma changes sharply from one neighbour of the pixel to the other, else to
@@ -58,17 +58,22 @@ public:
     /// Takes the next rows, RGBA8, `stride` bytes apart.
     void add(const std::uint8_t* rows, std::size_t stride, std::int64_t count);
 
-    /// Takes the next row, one byte of luma a pixel.
-    void addLuma(const std::uint8_t* row);
+    /// Takes the next row, one byte of luma a pixel, from whoever writes it.
+    template <class Write>
+    void addLuma(Write write) {
+        const std::span luma = nextRow();
+        write(luma);
+        summarize(luma);
+    }
 
     /// After the last row.
     Frame finish();
 
 private:
+    std::span<std::uint8_t> nextRow();
     void summarize(std::span<const std::uint8_t> luma);
 
     Frame frame_;
-    std::int64_t next_ = 0;
 };
 
 } // namespace orbelquist

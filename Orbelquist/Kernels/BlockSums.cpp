@@ -23,29 +23,26 @@ void addPixels(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride,
         decltype(hn::Zero(wide)) even, odd; // where the instruction set parts them
     };
     const Sum none{hn::Zero(wide), hn::Zero(wide)};
-    Sum sumA = none, sumB = none, sumAA = none, sumBB = none, sumDifference = none, sumAcross = none;
+    Sum sumA = none, sumB = none, sumAA = none, sumBB = none, sumDifference = none;
     const auto add = [&](Sum& sum, auto x, auto y) {
         sum.even = hn::ReorderWidenMulAccumulate(wide, x, y, sum.even, sum.odd);
     };
     const auto addOne = [&](std::size_t x) {
-        const int p = a[x], q = b[x], left = b[static_cast<std::ptrdiff_t>(x) - 1];
+        const int p = a[x], q = b[x];
         sums.a += a[x], sums.b += b[x];
         sums.aa += static_cast<std::uint64_t>(p * p), sums.bb += static_cast<std::uint64_t>(q * q);
         sums.difference += static_cast<std::uint64_t>((p - q) * (p - q));
-        sums.across += static_cast<std::uint64_t>((q - left) * (q - left));
     };
     for (std::size_t row = 0; row < rows; ++row, a += stride, b += stride) {
         std::size_t x = 0;
         for (; x + lanes <= columns; x += lanes) {
             const auto p = hn::PromoteTo(d, hn::LoadU(bytes, a + x)), q = hn::PromoteTo(d, hn::LoadU(bytes, b + x));
-            const auto left = hn::PromoteTo(d, hn::LoadU(bytes, b + x - 1));
-            const auto difference = hn::Sub(p, q), across = hn::Sub(q, left);
+            const auto difference = hn::Sub(p, q);
             add(sumA, p, one);
             add(sumB, q, one);
             add(sumAA, p, p);
             add(sumBB, q, q);
             add(sumDifference, difference, difference);
-            add(sumAcross, across, across);
         }
         for (; x < columns; ++x)
             addOne(x);
@@ -55,7 +52,7 @@ void addPixels(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride,
         return static_cast<std::uint64_t>(static_cast<std::uint32_t>(hn::GetLane(all)));
     };
     sums.a += total(sumA), sums.b += total(sumB), sums.aa += total(sumAA), sums.bb += total(sumBB);
-    sums.difference += total(sumDifference), sums.across += total(sumAcross), sums.count += rows * columns;
+    sums.difference += total(sumDifference), sums.count += rows * columns;
 }
 
 } // namespace

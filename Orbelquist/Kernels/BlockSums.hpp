@@ -9,14 +9,13 @@ namespace orbelquist {
 struct PixelSums {
     std::uint64_t a = 0, b = 0, aa = 0, bb = 0;
     std::uint64_t difference = 0; ///< of the one from the other, squared
-    std::uint64_t across = 0;     ///< of each pixel of the second from its left neighbour, squared
     std::uint64_t count = 0;
 
     bool operator==(const PixelSums&) const = default;
 };
 
 /// Adds `rows` rows of `columns` pixels, each row `stride` bytes after the one before in both frames. At most 65,536
-/// pixels at a time. `b` has a pixel to the left of the first.
+/// pixels at a time.
 void addPixels(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride, std::size_t columns, std::size_t rows,
                PixelSums& sums);
 

@@ -2,10 +2,10 @@
 
 #include "Orbelquist/Kernels/BlockCounts.hpp"
 #include "Orbelquist/Kernels/BlockSums.hpp"
-#include "Orbelquist/Kernels/BlockTotals.hpp"
-#include "Orbelquist/Kernels/CellMeans.hpp"
 #include "Orbelquist/Kernels/CompareCells.hpp"
 #include "Orbelquist/Kernels/Edges.hpp"
+#include "Orbelquist/Kernels/Luma.hpp"
+#include "Orbelquist/Kernels/RowSummary.hpp"
 #include "Orbelquist/Kernels/ScreenSums.hpp"
 #include "Orbelquist/Kernels/SquaredDifference.hpp"
 
@@ -23,14 +23,28 @@ inline void lumaOf(const std::uint8_t* rgba, std::span<std::uint8_t> luma) {
         luma[x] = static_cast<std::uint8_t>((rgba[0] + 2 * rgba[1] + rgba[2]) >> 2);
 }
 
-inline RowSignature cellMeans(std::span<const std::uint8_t> luma) {
+inline void soften(const std::uint8_t* above, const std::uint8_t* row, const std::uint8_t* below,
+                   std::span<std::uint8_t> result) {
+    for (std::size_t x = 0; x < result.size(); ++x) {
+        const auto down = [&](std::size_t at) { return above[at] + 2 * row[at] + below[at]; };
+        const int sum = down(x - (x > 0)) + 2 * down(x) + down(std::min(x + 1, result.size() - 1));
+        result[x] = static_cast<std::uint8_t>((sum + 8) / 16);
+    }
+}
+
+inline RowSignature summarizeRow(std::span<const std::uint8_t> row, const BlockTotals& above, BlockTotals& below) {
+    below = above;
+    for (std::size_t k = 0; k < blocksAcross; ++k)
+        for (std::size_t x = k * row.size() / blocksAcross; x < (k + 1) * row.size() / blocksAcross; ++x) {
+            below.sum[k] += row[x];
+            below.squares[k] += static_cast<std::uint32_t>(row[x] * row[x]);
+        }
     RowSignature means = {};
-    const std::size_t width = luma.size();
+    const std::size_t width = row.size();
     for (std::size_t cell = 0; cell < cellCount && width > 0; ++cell) {
-        const std::size_t begin = std::min(cell * width / cellCount, width - 1);
-        const std::size_t end = std::max(begin + 1, (cell + 1) * width / cellCount);
-        const auto sum = std::accumulate(luma.begin() + static_cast<std::ptrdiff_t>(begin),
-                                         luma.begin() + static_cast<std::ptrdiff_t>(end), std::size_t{0});
+        const std::size_t begin = cell * width / cellCount, end = std::max(begin + 1, (cell + 1) * width / cellCount);
+        const auto sum = std::accumulate(row.begin() + static_cast<std::ptrdiff_t>(begin),
+                                         row.begin() + static_cast<std::ptrdiff_t>(end), std::size_t{0});
         means[cell] = static_cast<std::uint8_t>((sum + (end - begin) / 2) / (end - begin));
     }
     return means;
@@ -93,25 +107,11 @@ inline void addPixels(const std::uint8_t* a, const std::uint8_t* b, std::size_t 
                       std::size_t rows, PixelSums& sums) {
     for (std::size_t row = 0; row < rows; ++row)
         for (std::size_t x = row * stride; x < row * stride + columns; ++x) {
-            const std::int64_t p = a[x], q = b[x], left = b[static_cast<std::ptrdiff_t>(x) - 1];
+            const std::int64_t p = a[x], q = b[x];
             sums.a += a[x], sums.b += b[x];
             sums.aa += static_cast<std::uint64_t>(p * p), sums.bb += static_cast<std::uint64_t>(q * q);
             sums.difference += static_cast<std::uint64_t>((p - q) * (p - q));
-            sums.across += static_cast<std::uint64_t>((q - left) * (q - left));
             ++sums.count;
-        }
-}
-
-inline void addRow(std::span<const std::uint8_t> row, const BlockTotals& above, BlockTotals& below) {
-    below = above;
-    for (std::size_t k = 0; k < blocksAcross; ++k)
-        for (std::size_t x = k * row.size() / blocksAcross; x < (k + 1) * row.size() / blocksAcross; ++x) {
-            if (x == 0)
-                continue;
-            const int p = row[x], step = p - row[x - 1];
-            below.sum[k] += static_cast<std::uint32_t>(p);
-            below.squares[k] += static_cast<std::uint32_t>(p * p);
-            below.across[k] += static_cast<std::uint32_t>(step * step);
         }
 }
 
