@@ -5,7 +5,6 @@
 #include "Tests/Support/TestItems.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <thread>
 
@@ -25,6 +24,11 @@ protected:
         auto cache = AlignerDiskCache::make(version);
         cache->waitUntilLoaded();
         return cache;
+    }
+
+    static void save(AlignerDiskCache& cache, const std::string& id, std::int64_t height) {
+        cache.setAlignment(id, alignment(height));
+        cache.waitUntilSaved();
     }
 
     /// The height of the canvas that is stored; 0 for nothing.
@@ -60,8 +64,7 @@ TEST_F(AlignerDiskCacheTest, OutlivesTheObjectForItsVersion) {
     AlignerDiskCache::clear();
     EXPECT_FALSE(fs::exists(folder));
     EXPECT_EQ(height(*again, "one"), 1); // what is in memory stays
-    again->setAlignment("more", alignment(4));
-    again->waitUntilSaved();
+    save(*again, "more", 4);
     EXPECT_FALSE(fs::exists(folder)); // and is written nowhere
 }
 
@@ -69,8 +72,7 @@ TEST_F(AlignerDiskCacheTest, WhatIsSetWhileTheFileLoadsWins) {
     const auto first = loaded();
     first->setAlignment("key", alignment(1));
     first->setAlignment("gone", alignment(1));
-    first->setAlignment("kept", alignment(1));
-    first->waitUntilSaved();
+    save(*first, "kept", 1);
 
     const auto second = AlignerDiskCache::make(3);
     second->setAlignment("key", alignment(2));
@@ -84,10 +86,8 @@ TEST_F(AlignerDiskCacheTest, WhatIsSetWhileTheFileLoadsWins) {
 
 TEST_F(AlignerDiskCacheTest, KeepsWhatAnotherProcessWrote) {
     const auto a = loaded(), b = loaded();
-    a->setAlignment("a", alignment(1));
-    a->waitUntilSaved();
-    b->setAlignment("b", alignment(2));
-    b->waitUntilSaved();
+    save(*a, "a", 1);
+    save(*b, "b", 2);
     const auto both = loaded();
     EXPECT_EQ(height(*both, "a"), 1);
     EXPECT_EQ(height(*both, "b"), 2);
@@ -100,8 +100,7 @@ TEST_F(AlignerDiskCacheTest, SetsADamagedFileAsideBeforeItIsReplaced) {
         const auto cache = loaded();
         EXPECT_EQ(height(*cache, "one"), 0);
         EXPECT_EQ(contentOf(folder / "3"), damaged); // reading changes nothing
-        cache->setAlignment("one", alignment(1));
-        cache->waitUntilSaved();
+        save(*cache, "one", 1);
         EXPECT_EQ(height(*loaded(), "one"), 1);
     }
     EXPECT_EQ(contentOf(folder / "3.damaged-1"), "no JSON");
@@ -113,39 +112,33 @@ TEST_F(AlignerDiskCacheTest, SetsADamagedFileAsideBeforeItIsReplaced) {
 
 TEST_F(AlignerDiskCacheTest, AFullDiskCostsNoMoreThanTheFile) {
     const auto cache = loaded();
-    cache->setAlignment("one", alignment(1));
-    cache->waitUntilSaved();
+    save(*cache, "one", 1);
     const std::string before = contentOf(folder / "3");
     {
         const platform::FailingWrites full(1);
-        cache->setAlignment("two", alignment(2));
-        cache->waitUntilSaved();
+        save(*cache, "two", 2);
         EXPECT_TRUE(full.happened());
     }
     EXPECT_EQ(contentOf(folder / "3"), before);
-    cache->setAlignment("three", alignment(3));
-    cache->waitUntilSaved();
+    save(*cache, "three", 3);
     EXPECT_EQ(height(*loaded(), "two"), 2);
 }
 
 TEST_F(AlignerDiskCacheTest, IsSetFromManyThreads) {
     const auto cache = AlignerDiskCache::make(3);
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([&, thread] {
-            for (int i = 0; i < 100; ++i) {
-                const std::string id = std::to_string(thread) + "_" + std::to_string(i);
-                cache->setAlignment(id, alignment(i + 1));
-                EXPECT_EQ(height(*cache, id), i + 1);
+            for (int i = 100 * thread; i < 100 * (thread + 1); ++i) {
+                cache->setAlignment(std::to_string(i), alignment(i + 1));
+                EXPECT_EQ(height(*cache, std::to_string(i)), i + 1);
             }
         });
-    for (std::thread& thread : threads)
-        thread.join();
+    threads.clear();
     cache->waitUntilSaved();
     const auto again = loaded();
-    for (int thread = 0; thread < 4; ++thread)
-        for (int i = 0; i < 100; ++i)
-            EXPECT_EQ(height(*again, std::to_string(thread) + "_" + std::to_string(i)), i + 1);
+    for (int i = 0; i < 400; ++i)
+        EXPECT_EQ(height(*again, std::to_string(i)), i + 1);
 }
 
 TEST(AlignerDiskCache, LivesInMemoryWithoutACachesFolder) {

@@ -1,9 +1,10 @@
+#include "Tests/Support/TestItems.hpp"
+#include "Tests/Support/TestLogs.hpp"
 #include "Velmorant/Alignment/AlignmentError.hpp"
 #include "Velmorant/Alignment/LoaderLazyImage.hpp"
 #include "Velmorant/Alignment/OpenCVAligner.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <future>
@@ -22,18 +23,10 @@ constexpr KSVPattern (*down)(std::int64_t) = [](std::int64_t offset) { return KS
 const KSVPattern none;
 
 std::vector<StitchableItem> items(const std::string& ids) {
-    std::vector<StitchableItem> list;
-    for (const char id : ids)
-        list.emplace_back(std::string(1, id), platform::Date{0}, PixelSize{1170, 2532, 1},
-                          StitchableItem::ItemType::unstitched);
+    std::vector<StitchableItem> list = itemsOf(ids);
+    for (StitchableItem& item : list)
+        item.assetSize = {1170, 2532, 1};
     return list;
-}
-
-std::string idsOf(const std::vector<StitchableItem>& list) {
-    std::string ids;
-    for (const StitchableItem& item : list)
-        ids += item.id;
-    return ids;
 }
 
 struct NoLoader final : Loader {
@@ -54,13 +47,6 @@ struct MemoryCache final : AlignerCache {
     std::map<std::string, Alignment> stored;
 };
 
-struct Lines final : LogStore {
-    void store(const Message& message, LogStoreType type) override {
-        lines.push_back((type == LogStoreType::error ? "error: " : "") + message());
-    }
-    std::vector<std::string> lines;
-};
-
 } // namespace
 
 TEST(AlignmentGenerator, BestRunIsTheLongestAndTheFirstOfEquals) {
@@ -78,7 +64,7 @@ TEST(AlignmentGenerator, BestRunIsTheLongestAndTheFirstOfEquals) {
         for (const bool isValid : valid)
             patterns.push_back(isValid ? down(100) : none);
         const auto run = AlignmentGenerator().bestRun(patterns, Group(items("abcde")));
-        EXPECT_EQ(run ? idsOf(run->items) : "-", expected);
+        EXPECT_EQ(run ? lettersOf({Group(run->items)}) : "-", expected);
         if (run && !valid.empty()) {
             EXPECT_EQ(run->patterns.size() + 1, run->items.size());
         }
@@ -86,7 +72,7 @@ TEST(AlignmentGenerator, BestRunIsTheLongestAndTheFirstOfEquals) {
 }
 
 TEST(AlignmentGenerator, PlacesDownwards) {
-    const auto list = items("ABC");
+    const auto list = items("abc");
     const auto alignment =
         AlignmentGenerator().generateAlignment(list, {KSVPattern(1000, 1000, 500), KSVPattern(900, 950, 400)});
     const Alignment expected({{list[0], {0, {0, 1}, {0, 1}}},

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ranges>
 #include <thread>
 
 namespace {
@@ -15,19 +16,17 @@ using Handle = std::unique_ptr<velmorant_run, decltype([](velmorant_run* run) { 
 
 class CInterfaceTest : public testing::Test {
 protected:
-    Handle chat(int count = 5) const {
+    /// A run of the first screenshots of the chat.
+    Handle aligned(int count = 5) const {
         Handle run(velmorant_run_new());
-        std::vector<fs::path> files;
-        for (const auto& entry : fs::directory_iterator(host::examples / "trip-chat"))
-            if (entry.path().extension() == ".png")
-                files.push_back(entry.path());
-        std::ranges::sort(files);
-        for (int k = 0; k < count; ++k)
-            EXPECT_EQ(velmorant_run_add_file(run.get(), files[static_cast<std::size_t>(k)].c_str()), VELMORANT_OK);
+        for (const fs::path& file : shots | std::views::take(count))
+            EXPECT_EQ(velmorant_run_add_file(run.get(), file.c_str()), VELMORANT_OK);
+        EXPECT_EQ(velmorant_run_align(run.get(), nullptr, nullptr), VELMORANT_OK) << velmorant_run_error(run.get());
         return run;
     }
 
     const platform::TemporaryFolder folder;
+    const std::vector<fs::path> shots = host::shotsOf("trip-chat");
 };
 
 TEST_F(CInterfaceTest, RefusesCallsThatMakeNoSenseAndSaysWhy) {
@@ -62,8 +61,7 @@ TEST_F(CInterfaceTest, RefusesCallsThatMakeNoSenseAndSaysWhy) {
 }
 
 TEST_F(CInterfaceTest, WritesWhatItDrawsAndMarksIt) {
-    const Handle run = chat();
-    ASSERT_EQ(velmorant_run_align(run.get(), nullptr, nullptr), VELMORANT_OK) << velmorant_run_error(run.get());
+    const Handle run = aligned();
     std::vector<std::uint8_t> drawn;
     const auto keep = [](void* to, const std::uint8_t* rows, std::size_t stride, std::int64_t, std::int64_t count) {
         auto& all = *static_cast<std::vector<std::uint8_t>*>(to);
@@ -96,9 +94,9 @@ TEST_F(CInterfaceTest, WritesWhatItDrawsAndMarksIt) {
 
 TEST_F(CInterfaceTest, DecodesOnceWhatThereIsMemoryFor) {
     const Handle run(velmorant_run_new());
-    for (const char* name : {"Screenshot_20260301-101112.png", "Screenshot_20260301-101115.png"}) {
-        fs::copy_file(host::examples / "trip-chat" / name, folder / name);
-        ASSERT_EQ(velmorant_run_add_file(run.get(), (folder / name).c_str()), VELMORANT_OK);
+    for (const fs::path& shot : shots | std::views::take(2)) {
+        fs::copy_file(shot, folder / shot.filename());
+        ASSERT_EQ(velmorant_run_add_file(run.get(), (folder / shot.filename()).c_str()), VELMORANT_OK);
     }
     ASSERT_EQ(velmorant_run_align(run.get(), nullptr, nullptr), VELMORANT_OK);
     for (const auto& entry : fs::directory_iterator(folder.path()))
@@ -108,8 +106,7 @@ TEST_F(CInterfaceTest, DecodesOnceWhatThereIsMemoryFor) {
 }
 
 TEST_F(CInterfaceTest, AScreenshotThatIsAddedMakesTheAlignmentVoid) {
-    const Handle run = chat(2);
-    ASSERT_EQ(velmorant_run_align(run.get(), nullptr, nullptr), VELMORANT_OK);
+    const Handle run = aligned(2);
     EXPECT_EQ(velmorant_run_placed(run.get()), 2u);
     const std::vector<std::uint8_t> blank(390 * 844, 255);
     ASSERT_EQ(velmorant_run_add_pixels(run.get(), VELMORANT_GRAY8, blank.data(), 390, 390, 844), VELMORANT_OK);
@@ -123,8 +120,7 @@ TEST_F(CInterfaceTest, AScreenshotThatIsAddedMakesTheAlignmentVoid) {
 }
 
 TEST_F(CInterfaceTest, CancelsFromAnotherThreadWhileRowsAreTaken) {
-    const Handle run = chat();
-    ASSERT_EQ(velmorant_run_align(run.get(), nullptr, nullptr), VELMORANT_OK);
+    const Handle run = aligned();
     struct Taken {
         velmorant_run* run;
         std::int64_t rows = 0;

@@ -5,6 +5,7 @@
 #include "Platform/CoreImage/Node.hpp"
 #include "Platform/Dispatch/ThreadPool.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
+#include "Tests/Support/CountingRows.hpp"
 #include "Tests/Support/MemorySink.hpp"
 #include "Tests/Support/TestDevice.hpp"
 #include "Tests/Support/TestImages.hpp"
@@ -16,47 +17,6 @@
 namespace platform {
 
 namespace {
-
-/// Rows of another image that keep count of what is asked of them.
-class CountingRows final : public RowSource {
-public:
-    struct Counts {
-        int opened = 0, open = 0, mostOpen = 0;
-        std::int64_t lastRow = 0, failAt = -1;
-    };
-    CountingRows(CGImage image, Counts& counts) : image_(std::move(image)), counts_(counts) {}
-    std::int64_t width() const override { return image_.width(); }
-    std::int64_t height() const override { return image_.height(); }
-    bool opaque() const override { return image_.opaque(); }
-    CGColorSpace colorSpace() const override { return image_.colorSpace(); }
-    std::expected<std::unique_ptr<RowReader>, ImageError> reader() const override {
-        struct Reader final : RowReader {
-            Reader(std::unique_ptr<RowReader> of, Counts& kept) : rows(std::move(of)), counts(kept) {
-                ++counts.opened;
-                counts.mostOpen = std::max(counts.mostOpen, ++counts.open);
-            }
-            ~Reader() override { --counts.open; }
-            std::expected<void, ImageError> read(std::uint8_t* to, std::size_t stride, std::int64_t count) override {
-                counts.lastRow = std::max(counts.lastRow, row += count);
-                if (counts.failAt >= 0 && row > counts.failAt)
-                    return std::unexpected(ImageError{ImageError::Code::truncated, {}});
-                return rows->read(to, stride, count);
-            }
-            std::expected<void, ImageError> skip(std::int64_t count) override {
-                row += count;
-                return rows->skip(count);
-            }
-            std::unique_ptr<RowReader> rows;
-            Counts& counts;
-            std::int64_t row = 0;
-        };
-        return std::make_unique<Reader>(*image_.reader(), counts_);
-    }
-
-private:
-    const CGImage image_;
-    Counts& counts_;
-};
 
 CIImage over(const CIImage& background, const CIImage& input, double y0, double y1) {
     const CILinearGradient mask{.inputPoint0 = {0, y0}, .inputPoint1 = {0, y1}};
@@ -185,11 +145,9 @@ TEST(CIContext, IsOpaqueWhereAllIsCovered) {
 TEST(CIContext, OpensEachSourceOnceAndReadsOnlyWhatShows) {
     std::mt19937 random(3);
     CountingRows::Counts first, second;
-    const auto counted = [&](CountingRows::Counts& counts) {
-        return CIImage(CGImage(std::make_shared<CountingRows>(noiseImage(4, 100, random), counts)));
-    };
+    const CIImage upper(counted(noiseImage(4, 100, random), first)), lower(counted(noiseImage(4, 100, random), second));
     // The second image begins at row 40 and hides the first from row 60 on.
-    const CIImage image = over(counted(first), counted(second).translatedBy(0, -40), 100 - 50, 100 - 60);
+    const CIImage image = over(upper, lower.translatedBy(0, -40), 100 - 50, 100 - 60);
     drawn(image, 16);
     EXPECT_EQ(first.opened, 1);
     EXPECT_EQ(second.opened, 1);
@@ -202,10 +160,8 @@ TEST(CIContext, KeepsFewSourcesOpenInALongChain) {
     CountingRows::Counts counts;
     CIImage image(noiseImage(2, 50, random));
     for (int i = 1; i < 2000; ++i)
-        image = over(image,
-                     CIImage(CGImage(std::make_shared<CountingRows>(noiseImage(2, 50, random), counts)))
-                         .translatedBy(0, -20 * i),
-                     40 - 20 * i, 36 - 20 * i);
+        image = over(image, CIImage(counted(noiseImage(2, 50, random), counts)).translatedBy(0, -20 * i), 40 - 20 * i,
+                     36 - 20 * i);
     drawn(image, 64);
     EXPECT_EQ(counts.opened, 1999);
     EXPECT_LE(counts.mostOpen, 3);
@@ -216,7 +172,7 @@ TEST(CIContext, EndsWithTheErrorOfASourceOrOfTheHandler) {
     std::mt19937 random(6);
     CountingRows::Counts counts;
     counts.failAt = 30;
-    const CIImage bad(CGImage(std::make_shared<CountingRows>(noiseImage(4, 100, random), counts)));
+    const CIImage bad(counted(noiseImage(4, 100, random), counts));
     int bands = 0;
     const auto accept = [&](const std::uint8_t*, std::size_t, std::int64_t) -> std::expected<void, ImageError> {
         ++bands;

@@ -8,7 +8,6 @@
 #include "Velmorant/Curation/IgnoreUserDeletedStep.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace velmorant {
 

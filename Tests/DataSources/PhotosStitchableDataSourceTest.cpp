@@ -5,7 +5,6 @@
 #include "Tests/Support/TestLibrary.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
@@ -43,6 +42,11 @@ protected:
         source.save(platform::pictureOf(9, 30, 40), group, watermarked,
                     [&](StitchableItem item) { answer.set_value(std::move(item)); });
         return answer.get_future().get();
+    }
+    bool deletes(const std::vector<StitchableItem>& items) {
+        std::promise<bool> deleted;
+        source.deleteItems(items, [&](bool success) { deleted.set_value(success); });
+        return deleted.get_future().get();
     }
     /// Waits until the handlers have been called so often.
     bool areCalled(int times) {
@@ -137,19 +141,12 @@ TEST_F(PhotosSourceTest, SavesIntoOneAlbumThatTheFirstSaveMakes) {
     ASSERT_TRUE(PHPhotoLibrary::shared()->setAuthorization(PHAuthorizationStatus::denied));
     bool isCalled = false;
     source.save(platform::pictureOf(1), group, false, [&](const StitchableItem&) { isCalled = true; });
-    std::promise<bool> deleted; // behind the save on the library's queue
-    source.deleteItems({*plain}, [&](bool success) { deleted.set_value(success); });
-    EXPECT_FALSE(deleted.get_future().get());
+    EXPECT_FALSE(deletes({*plain})); // behind the save on the library's queue
     EXPECT_FALSE(isCalled);
 }
 
 TEST_F(PhotosSourceTest, DeletesWhatIsThere) {
     const std::string a = addScreenshot(1, 1), b = addScreenshot(2, 2);
-    const auto deletes = [&](const std::vector<StitchableItem>& items) {
-        std::promise<bool> deleted;
-        source.deleteItems(items, [&](bool success) { deleted.set_value(success); });
-        return deleted.get_future().get();
-    };
     const auto items = fetched();
     EXPECT_TRUE(deletes({items[0]}));
     EXPECT_THAT(fetchedIds(), ElementsAre(a));

@@ -21,7 +21,6 @@ namespace platform {
 
 namespace fs = std::filesystem;
 using Existing = AtomicFile::Existing;
-using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -8,7 +8,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <algorithm>
+#include <iterator>
+#include <sstream>
 
 namespace platform {
 
@@ -81,28 +82,10 @@ TEST_F(FilesTest, HashesContentHoweverItComes) {
 }
 
 TEST(NaturalOrder, SortsNumbersByValue) {
-    const std::vector<std::string> sorted{"",
-                                          "1",
-                                          "2",
-                                          "2a",
-                                          "10",
-                                          "a",
-                                          "a0",
-                                          "a00",
-                                          "a1",
-                                          "a01",
-                                          "a1b2",
-                                          "a01b2",
-                                          "a1b10",
-                                          "a2",
-                                          "a10",
-                                          "a10b",
-                                          "a99999999999999999998",
-                                          "a99999999999999999999",
-                                          "aB",
-                                          "ab",
-                                          "b",
-                                          "b\xc3\xa4"};
+    std::istringstream words("1 2 2a 10 a a0 a00 a1 a01 a1b2 a01b2 a1b10 a2 a10 a10b "
+                             "a99999999999999999998 a99999999999999999999 aB ab b b\xc3\xa4");
+    std::vector<std::string> sorted{""};
+    sorted.insert(sorted.end(), std::istream_iterator<std::string>(words), {});
     for (std::size_t i = 0; i < sorted.size(); ++i)
         for (std::size_t k = 0; k < sorted.size(); ++k)
             EXPECT_EQ(naturalLess(sorted[i], sorted[k]), i < k) << sorted[i] << ' ' << sorted[k];

@@ -7,7 +7,6 @@
 #include "Tests/Support/TestDevice.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <set>
 

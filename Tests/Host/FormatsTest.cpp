@@ -1,17 +1,11 @@
-#include "Platform/Foundation/AtomicFile.hpp"
-#include "Platform/Foundation/JSONDecoder.hpp"
-#include "Platform/ImageIO/CGImageDestination.hpp"
-#include "Platform/ImageIO/CGImageSource.hpp"
-#include "Tests/Support/MemorySink.hpp"
+#include "Tests/Support/ImageFiles.hpp"
 #include "Tests/Support/Profiles.hpp"
 #include "Tests/Support/ProgramTest.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
-#include <memory>
+#include <ranges>
 
 namespace host {
 
@@ -24,28 +18,8 @@ using testing::HasSubstr;
 
 namespace {
 
-/// A screenshot of the chat in another format or colour space: the values stay, their meaning changes.
-void writeAs(ImageFormat format, const fs::path& screenshot, const fs::path& file,
-             std::vector<std::byte> profile = {}) {
-    const CGImage image = *CGImageSource::open(screenshot)->image().decoded();
-    platform::MemorySink sink;
-    auto destination =
-        platform::CGImageDestination::make(format, sink,
-                                           {.width = image.width(),
-                                            .height = image.height(),
-                                            .opaque = true,
-                                            .colorSpace = platform::CGColorSpace::icc(std::move(profile))},
-                                           {.quality = 100});
-    ASSERT_TRUE(destination);
-    ASSERT_TRUE((*destination)->write(image.pixels()->row(0), image.pixels()->stride(), image.height()));
-    ASSERT_TRUE((*destination)->finish());
-    platform::writeFile(file, sink.bytes);
-}
-
 CGImage decoded(const fs::path& file) {
-    const auto source = CGImageSource::open(file);
-    EXPECT_TRUE(source) << file;
-    const auto image = source->image().decoded();
+    const auto image = platform::decoded(file);
     EXPECT_TRUE(image) << file;
     return *image;
 }
@@ -81,22 +55,14 @@ private:
 
 class FormatsTest : public ProgramTest {
 protected:
-    void SetUp() override {
-        fs::create_directory(folder / "shots");
-        for (const auto& entry : fs::directory_iterator(examples / "trip-chat"))
-            if (entry.path().extension() == ".png")
-                shots.push_back(entry.path());
-        std::ranges::sort(shots);
-        shots.resize(2);
-    }
-
-    /// The first screenshots of the chat, in another format.
+    /// The first two screenshots of the chat in another format or colour space: the values stay, their meaning changes.
     void prepare(ImageFormat format, const std::string& ending, const std::vector<std::byte>& profile = {}) {
-        for (const fs::path& shot : shots)
-            writeAs(format, shot, folder / "shots" / (shot.stem().native() + ending), profile);
+        fs::create_directory(folder / "shots");
+        const platform::ImageHeader header{.colorSpace = platform::CGColorSpace::icc(profile)};
+        for (const fs::path& shot : shots | std::views::take(2))
+            platform::writeFile(folder / "shots" / (shot.stem().native() + ending),
+                                platform::encoded(decoded(shot), format, header, {.quality = 100}));
     }
-
-    std::vector<fs::path> shots;
 };
 
 /// A lossless format for all of it: the picture is the one that PNG files give.
@@ -104,13 +70,11 @@ TEST_F(FormatsTest, ScreenshotsOfOtherFormatsAreJoinedAlike) {
     prepare(ImageFormat::png, ".png");
     ASSERT_EQ(run("shots -o png.png").status, 0);
     fs::remove_all(folder / "shots");
-    fs::create_directory(folder / "shots");
     prepare(ImageFormat::jxl, ".jxl");
     const Ran ran = run("shots -o jxl.jxl --quality 100");
     ASSERT_EQ(ran.status, 0) << ran.err << ran.out;
     const CGImage a = decoded(folder / "png.png"), b = decoded(folder / "jxl.jxl");
-    ASSERT_EQ(a.height(), b.height());
-    EXPECT_EQ(std::memcmp(a.pixels()->row(0), b.pixels()->row(0), a.pixels()->bytes().size()), 0);
+    EXPECT_TRUE(samePixels(a, b));
     EXPECT_EQ(CGImageSource::open(folder / "jxl.jxl")->properties().software, "Velmorant");
     EXPECT_EQ(CGImageSource::open(folder / "jxl.jxl")->properties().captureDate->day, 1);
 }
@@ -147,12 +111,12 @@ TEST_F(FormatsTest, ATallPictureIsSplitBetweenLines) {
     ASSERT_EQ(ran.status, 0) << ran.err;
     std::vector<std::string> paths;
     std::string first;
-    ASSERT_TRUE(platform::json::decode(ran.out, [&](const JSONValue& answer) {
+    readAnswer(ran, [&](const JSONValue& answer) {
         const JSONValue group = answer["groups"].elements().at(0);
         first = group["output"].string();
         for (const JSONValue& path : group["outputs"].elements())
             paths.push_back(path.string());
-    }));
+    });
     EXPECT_THAT(paths, ElementsAre("part-1.png", "part-2.png", "part-3.png", "part-4.png"));
     EXPECT_EQ(first, "part-1.png");
     EXPECT_THAT(files(), ElementsAre("part-1.png", "part-2.png", "part-3.png", "part-4.png", "whole.png"));

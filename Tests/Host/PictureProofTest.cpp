@@ -1,15 +1,13 @@
 #include "Host/PictureProof.hpp"
 
 #include "Platform/CoreImage/ImageExport.hpp"
-#include "Platform/Foundation/AtomicFile.hpp"
 #include "Platform/Foundation/JSONDecoder.hpp"
+#include "Tests/Support/ImageFiles.hpp"
+#include "Tests/Support/ImageLoader.hpp"
 #include "Tests/Support/ProgramTest.hpp"
-#include "Tests/Support/TestImages.hpp"
 #include "Velmorant/Rendering/CoreImageRenderer.hpp"
 
 #include <gmock/gmock.h>
-
-#include <map>
 
 namespace host {
 
@@ -17,24 +15,13 @@ using testing::HasSubstr;
 using velmorant::Alignment;
 using velmorant::StitchableItem;
 
-namespace {
-
-struct MemoryLoader final : velmorant::Loader {
-    void loadImage(const StitchableItem& item, bool, const Completion& completion) override {
-        completion(platform::UIImage(images.at(item.id)));
-    }
-    std::map<std::string, platform::CGImage> images;
-};
-
-} // namespace
-
 TEST(PictureProof, FindsTheRowThatIsNotItsScreenshots) {
     const platform::TestDevice device;
     std::mt19937 random(1);
-    const auto loader = std::make_shared<MemoryLoader>();
+    const auto loader = std::make_shared<velmorant::ImageLoader>();
     std::vector<Alignment::Entry> entries;
     for (const auto& [id, offset] : {std::pair("a", 0), std::pair("b", 100)}) {
-        loader->images.emplace(id, platform::noiseImage(9, 150, random));
+        loader->images.emplace(id, platform::UIImage(platform::noiseImage(9, 150, random)));
         entries.emplace_back(StitchableItem(id, platform::Date{0}, {9, 150, 1}, StitchableItem::ItemType::unstitched),
                              velmorant::Position{offset, {10, 14}, {110, 114}});
     }
@@ -53,11 +40,10 @@ TEST(PictureProof, FindsTheRowThatIsNotItsScreenshots) {
         if (changed >= 0)
             pixels.row(changed)[4] ^= 1;
         const platform::CIImage recipe(platform::CGImage(std::move(pixels), true));
-        auto file = platform::AtomicFile::create(device.home() / "p.png", platform::AtomicFile::Existing::replace);
-        ASSERT_TRUE(file);
-        ASSERT_TRUE(platform::writeImage(recipe, {{0, 10}, {9, 235}}, platform::ImageFormat::png, {}, platform::Date{0},
-                                         *file));
-        ASSERT_TRUE(file->commit());
+        platform::MemorySink file;
+        ASSERT_TRUE(
+            platform::writeImage(recipe, {{0, 10}, {9, 235}}, platform::ImageFormat::png, {}, platform::Date{0}, file));
+        platform::writeFile(device.home() / "p.png", file.bytes);
         const auto proof = provePicture(device.home() / "p.png", alignment, shown, *loader);
         EXPECT_EQ(proof.has_value(), *error == '\0') << changed;
         if (proof)
@@ -77,8 +63,8 @@ TEST_F(ProgramTest, RowsAreToldAndProved) {
     ASSERT_EQ(ran.status, 0) << ran.err;
     EXPECT_THAT(ran.out, HasSubstr("read back: "));
 
-    const auto full = platform::CGImageSource::open(folder / "whole.png")->image().decoded();
-    const auto cut = platform::CGImageSource::open(folder / "cut.png")->image().decoded();
+    const auto full = platform::decoded(folder / "whole.png");
+    const auto cut = platform::decoded(folder / "cut.png");
     // The chat's own bars are 92 and 72 rows high; what is blank around them cannot be told from them.
     const std::int64_t top = 92 + 7, bottom = 72 + 30;
     EXPECT_NEAR(static_cast<double>(cut->height()), static_cast<double>(full->height() - top - bottom), 24);
@@ -101,7 +87,7 @@ TEST_F(ProgramTest, RowsAreToldAndProved) {
                 continue;
             }
             const auto from = rangeOf(sources.at(0)["rows"]);
-            const auto shot = platform::CGImageSource::open(sources.at(0)["path"].string())->image().decoded();
+            const auto shot = platform::decoded(sources.at(0)["path"].string());
             ASSERT_EQ(from.upper - from.lower, rows.upper - rows.lower);
             for (std::int64_t i = 0; i < rows.upper - rows.lower; ++i)
                 EXPECT_EQ(std::memcmp(cut->pixels()->row(rows.lower + i), shot->pixels()->row(from.lower + i),

@@ -3,7 +3,6 @@
 #include "Tests/Support/TestDevice.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace host {
 

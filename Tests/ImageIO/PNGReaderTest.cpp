@@ -178,20 +178,17 @@ TEST_F(PNGReader, AgreesOnWhatIsDamaged) {
             bad.push_back(good.bytes(changed)); // the chunks are sound
             bad.push_back(good.bytes(stream.substr(0, at)));
         }
+        const auto before = [&](const std::string& chunks) {
+            File other = good;
+            other.beforePixels = chunks;
+            return other.bytes();
+        };
         File other = good;
         other.rows[other.rows.size() / 2 / 181 * 181] = 5; // no such filter
-        bad.push_back(other.bytes());
-        bad.push_back(good.bytes(stream + "more"));
-        bad.push_back(good.bytes(deflated(good.rows + "more")));
-        other = good;
-        other.beforePixels += chunk("ABCD", "unknown");
-        bad.push_back(other.bytes());
-        other.beforePixels = chunk("PLTE", "123");
-        bad.push_back(other.bytes());
-        other.beforePixels = chunk("tRNS", "12") + good.beforePixels;
-        bad.push_back(other.bytes());
-        other.beforePixels = good.beforePixels + chunk("tEXt", "a");
-        bad.push_back(other.bytes());
+        bad.insert(bad.end(),
+                   {other.bytes(), good.bytes(stream + "more"), good.bytes(deflated(good.rows + "more")),
+                    before(good.beforePixels + chunk("ABCD", "unknown")), before(chunk("PLTE", "123")),
+                    before(chunk("tRNS", "12") + good.beforePixels), before(good.beforePixels + chunk("tEXt", "a"))});
         for (const std::string& bytes : bad)
             compare(bytes);
     }

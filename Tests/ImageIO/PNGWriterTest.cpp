@@ -1,10 +1,8 @@
 #include "Platform/Dispatch/ThreadPool.hpp"
-#include "Platform/ImageIO/CGImageSource.hpp"
 #include "Platform/ImageIO/PNG.hpp"
 #include "Platform/ImageIO/PNGBand.hpp"
-#include "Tests/Support/MemorySink.hpp"
+#include "Tests/Support/ImageFiles.hpp"
 #include "Tests/Support/TestDevice.hpp"
-#include "Tests/Support/TestImages.hpp"
 
 #include <gtest/gtest.h>
 #include <isa-l/igzip_lib.h>
@@ -32,17 +30,8 @@ CGImage picture(std::int64_t width, std::int64_t height, bool opaque) {
         opaque);
 }
 
-std::string written(const CGImage& image, std::int64_t rowsAtOnce = 1 << 20,
-                    EncodeEffort effort = EncodeEffort::usual) {
-    MemorySink sink;
-    auto destination =
-        writer(sink, {.width = image.width(), .height = image.height(), .opaque = image.opaque()}, {.effort = effort});
-    const Bitmap& pixels = *image.pixels();
-    for (std::int64_t row = 0; row < image.height(); row += rowsAtOnce)
-        EXPECT_TRUE(
-            (*destination)->write(pixels.row(row), pixels.stride(), std::min(rowsAtOnce, image.height() - row)));
-    EXPECT_TRUE((*destination)->finish());
-    return sink.bytes;
+std::string written(const CGImage& image, std::int64_t rowsAtOnce, EncodeEffort effort = EncodeEffort::usual) {
+    return encoded(image, ImageFormat::png, {}, {.effort = effort}, rowsAtOnce);
 }
 
 } // namespace
@@ -98,10 +87,10 @@ TEST(PNGWriter, BlankRowsTakeNextToNothing) {
     const CGImage page = imageOf(
         1170, 1500, [](std::int64_t x, std::int64_t y) { return y % 200 < 3 && x < 40 ? 0x303030ffu : 0xf2f2f7ffu; },
         true);
-    const std::string bytes = written(page);
+    const std::string bytes = written(page, 1500);
     EXPECT_LT(bytes.size(), 6 * 1500); // three times as much by references to what lies further back
     writeFile(folder / "page.png", bytes);
-    EXPECT_TRUE(samePixels(*CGImageSource::open(folder / "page.png")->image().decoded(), page));
+    EXPECT_TRUE(samePixels(*decoded(folder / "page.png"), page));
 }
 
 TEST(PNGWriter, JoinsChecksums) {

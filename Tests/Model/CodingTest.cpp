@@ -76,6 +76,7 @@ TEST(Coding, RefusesWhatIsIncompleteOrWrong) {
     };
     for (const auto& [text, decode, path] : std::vector<Case>{
              {replaced(item, "\"type\":0", "\"type\":3"), decodesItem, "type"},
+             {replaced(item, "\"type\":0", "\"type\":-1"), decodesItem, "type"},
              {replaced(item, "\"type\":0", "\"type\":0.5"), decodesItem, "type"},
              {replaced(item, "assetSize", "size"), decodesItem, "assetSize"},
              {replaced(item, "1170", "\"1170\""), decodesItem, "assetSize.width"},

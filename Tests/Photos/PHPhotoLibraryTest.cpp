@@ -1,16 +1,9 @@
-#include "Platform/Foundation/FailingWrites.hpp"
-#include "Platform/Foundation/FileManager.hpp"
 #include "Platform/ImageIO/CGImageSource.hpp"
-#include "Platform/Photos/LibraryLock.hpp"
 #include "Platform/Photos/OriginalFile.hpp"
 #include "Platform/Photos/PHCollection.hpp"
 #include "Tests/Support/TestLibrary.hpp"
 
-#include <SQLiteCpp/Database.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sqlite3.h>
-#include <sys/wait.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -119,35 +112,6 @@ TEST_F(PhotoLibraryTest, DeletedAssetsWaitInTheTrashWithTheirPlaces) {
     EXPECT_THAT(originalNames(folder / "Originals"), IsEmpty());
 }
 
-/// A library may come from anyone: what its catalogue and its folder name is its own, or nothing.
-TEST_F(PhotoLibraryTest, TouchesNothingOutsideOfItsFolder) {
-    const std::string a = addScreenshot(1, 1), b = addScreenshot(2, 2), c = addScreenshot(3, 3);
-    const fs::path letter = device.home() / "letter.txt";
-    writeFile(letter, "mine");
-    perform([&] { PHAssetChangeRequest::deleteAssets(assetsNamed({a, b})); });
-    const auto inCatalogue = [&](const std::string& sql) {
-        SQLite::Database((folder / "Catalogue.sqlite").native(), SQLite::OPEN_READWRITE).exec(sql);
-    };
-    inCatalogue("UPDATE assets SET file = '../../letter.txt' WHERE localIdentifier = '" + a + "'");
-    inCatalogue("UPDATE assets SET file = '" + letter.native() + "' WHERE localIdentifier = '" + b + "'");
-    inCatalogue("UPDATE assets SET file = '../../letter.txt' WHERE localIdentifier = '" + c + "'");
-    EXPECT_EQ(assetsNamed({c})[0].file().parent_path(), folder / "Originals");
-    EXPECT_EQ(PHPhotoLibrary::shared()->emptyTrash(), 2);
-    EXPECT_TRUE(fs::exists(letter));
-
-    inCatalogue("UPDATE assets SET localIdentifier = '../../' || localIdentifier");
-    EXPECT_THAT(PHAsset::fetchAssets({}).assets(), IsEmpty());
-
-    inCatalogue("CREATE TRIGGER t AFTER INSERT ON assets BEGIN DELETE FROM assets; END");
-    const std::string d = addScreenshot(4, 4);
-    EXPECT_THAT(idsOf(PHAsset::fetchAssets({})), ElementsAre(d)); // the trigger did not run
-
-    fs::remove(folder / ".lock");
-    fs::create_symlink(letter, folder / ".lock");
-    EXPECT_EQ(addScreenshot(5, 5), "");
-    EXPECT_EQ(contentOf(letter), "mine");
-}
-
 TEST_F(PhotoLibraryTest, AlbumsAndFoldersAreATree) {
     std::optional<PHObjectPlaceholder> inner;
     perform([&] { inner = PHCollectionListChangeRequest::creationRequestForCollectionList("Folder"); });
@@ -243,163 +207,6 @@ TEST_F(PhotoLibraryTest, ObserversHearWhatAFetchWouldFindDifferently) {
     addScreenshot(4, 4);
     EXPECT_EQ(other->waitFor(1), std::nullopt); // told of the change, which does not concern the fetch
     EXPECT_EQ(listener->count(), 4);
-}
-
-/// Runs `work` in a process of its own that has this device's library; answers what it returns.
-int inAnotherProcess(const std::function<int()>& work) {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(work());
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status;
-}
-
-TEST_F(PhotoLibraryTest, WhatAKilledProcessLeftIsSweptButNothingElse) {
-    const std::string a = addScreenshot(1, 1);
-    const fs::path stray = folder / "Originals" / "zz" / "stray.png";
-    fs::create_directories(stray.parent_path());
-    writeFile(stray, "half a picture");
-    addScreenshot(2, 2); // the last one let go in order: nothing is swept
-    EXPECT_TRUE(fs::exists(stray));
-
-    EXPECT_EQ(WTERMSIG(inAnotherProcess([&] {
-                  const auto held = LibraryLock::take(folder);
-                  return raise(SIGKILL);
-              })),
-              SIGKILL);
-    const std::string c = addScreenshot(3, 3); // and the dead one's lock is free
-    EXPECT_FALSE(fs::exists(stray));
-    EXPECT_TRUE(fs::exists(assetsNamed({a})[0].file()));
-
-    // A catalogue that lost its content has no word in this.
-    sqlite3* database = nullptr;
-    sqlite3_open(catalogue.c_str(), &database);
-    sqlite3_exec(database, "DELETE FROM assets", nullptr, nullptr, nullptr);
-    sqlite3_close(database);
-    inAnotherProcess([&] {
-        const auto held = LibraryLock::take(folder);
-        return raise(SIGKILL);
-    });
-    addScreenshot(4, 4);
-    EXPECT_THAT(originalNames(folder / "Originals"), SizeIs(4));
-}
-
-TEST_F(PhotoLibraryTest, WaitsForAnotherProcessAsLongAsItIsToldTo) {
-    addScreenshot(1);
-    auto held = *LibraryLock::take(folder);
-    int asked = 0;
-    const auto given = LibraryLock::take(folder, [&] { return ++asked < 3; });
-    EXPECT_EQ(asked, 3);
-    EXPECT_EQ(given.error().code, PhotoLibraryError::Code::busy);
-    EXPECT_TRUE(LibraryLock::take(folder, [&] {
-        held = nullptr; // it has finished
-        return true;
-    }));
-}
-
-TEST_F(PhotoLibraryTest, ACatalogueThatCannotBeUsedSaysWhyAndStaysAsItIs) {
-    addScreenshot(1);
-    using Code = PhotoLibraryError::Code;
-    const struct {
-        Code code;
-        std::function<void(const fs::path&)> spoil;
-    } cases[] = {
-        {Code::damaged,
-         [](const fs::path& file) { writeFile(file, "no database at all, and long enough to be read as one"); }},
-        {Code::damaged,
-         [](const fs::path& file) {
-             std::string bytes = contentOf(file);
-             std::fill(bytes.begin() + 4096, bytes.end(), '\x7f');
-             writeFile(file, bytes);
-         }},
-        {Code::newerVersion,
-         [](const fs::path& file) {
-             sqlite3* database = nullptr;
-             sqlite3_open(file.c_str(), &database);
-             sqlite3_exec(database, "PRAGMA user_version = 9", nullptr, nullptr, nullptr);
-             sqlite3_close(database);
-         }},
-        {Code::damaged,
-         [](const fs::path& file) {
-             fs::remove(file);
-             sqlite3* database = nullptr;
-             sqlite3_open(file.c_str(), &database);
-             sqlite3_exec(database, "CREATE TABLE others (a)", nullptr, nullptr, nullptr);
-             sqlite3_close(database);
-         }},
-    };
-    const std::string sound = contentOf(catalogue);
-    for (const auto& [code, spoil] : cases) {
-        writeFile(catalogue, sound);
-        spoil(catalogue);
-        const std::string before = contentOf(catalogue);
-        PHPhotoLibrary library;
-        const auto checked = library.check();
-        ASSERT_FALSE(checked);
-        EXPECT_EQ(checked.error().code, code);
-        EXPECT_EQ(checked.error().file, catalogue);
-        EXPECT_FALSE(library.setAuthorization(PHAuthorizationStatus::denied));
-        EXPECT_EQ(contentOf(catalogue), before);
-    }
-    EXPECT_THAT(originalNames(folder / "Originals"), SizeIs(1));
-}
-
-/// Makes SQLite's writes fail like all others.
-class FailingCatalogue {
-public:
-    FailingCatalogue() {
-        set("pwrite", reinterpret_cast<sqlite3_syscall_ptr>(&failingWrite));
-        set("pwrite64", reinterpret_cast<sqlite3_syscall_ptr>(&failingWrite));
-        set("ftruncate", reinterpret_cast<sqlite3_syscall_ptr>(&failingTruncate));
-    }
-    ~FailingCatalogue() {
-        for (const char* name : {"pwrite", "pwrite64", "ftruncate"})
-            set(name, nullptr); // the system's again
-    }
-
-private:
-    static void set(const char* name, sqlite3_syscall_ptr call) {
-        sqlite3_vfs* const vfs = sqlite3_vfs_find(nullptr);
-        vfs->xSetSystemCall(vfs, name, call);
-    }
-    static ssize_t failingWrite(int file, const void* bytes, std::size_t count, off_t at) {
-        if (!FailingWrites::isToFail())
-            return pwrite(file, bytes, count, at);
-        errno = ENOSPC;
-        return -1;
-    }
-    static int failingTruncate(int file, off_t size) {
-        if (!FailingWrites::isToFail())
-            return ftruncate(file, size);
-        errno = EIO;
-        return -1;
-    }
-};
-
-TEST_F(PhotoLibraryTest, AFailureAtAnyWriteLosesNothing) {
-    const std::string kept = addScreenshot(1, 1);
-    const FailingCatalogue failing;
-    int failures = 0;
-    for (int n = 1;; ++n) {
-        const std::size_t before = PHAsset::fetchAssets({}).count();
-        std::string added;
-        bool happened = false;
-        {
-            const FailingWrites failure(n);
-            added = addScreenshot(n + 1, static_cast<unsigned>(n + 1));
-            happened = failure.happened();
-        }
-        const auto now = PHAsset::fetchAssets({});
-        EXPECT_EQ(now.count(), before + (added.empty() ? 0 : 1)) << n; // said and done are one
-        for (const PHAsset& asset : now.assets())
-            EXPECT_TRUE(CGImageSource::open(asset.file())) << n;
-        if (!happened)
-            break;
-        failures += added.empty();
-    }
-    EXPECT_GT(failures, 8);
-    EXPECT_THAT(assetsNamed({kept}), SizeIs(1));
 }
 
 } // namespace platform

@@ -3,12 +3,12 @@
 #include "Platform/Dispatch/MainLoop.hpp"
 #include "Tests/Support/MemoryDataSource.hpp"
 #include "Tests/Support/TestItems.hpp"
+#include "Tests/Support/TestLogs.hpp"
 #include "Velmorant/Pipeline/PipelineStepObservableBatchChangeHandler.hpp"
 #include "Velmorant/Pipeline/Steps/Grouper.hpp"
 #include "Velmorant/Pipeline/Steps/SortGroupsStep.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 
@@ -16,17 +16,8 @@ namespace velmorant {
 
 using platform::MainLoop;
 using testing::ElementsAre;
-using testing::UnorderedElementsAre;
 
 namespace {
-
-struct Lines final : LogStore {
-    void store(const Message& message, LogStoreType type) override {
-        EXPECT_EQ(type, LogStoreType::debug);
-        lines.push_back(message());
-    }
-    std::vector<std::string> lines;
-};
 
 /// An observable step that all copies of its pipeline share: it repeats the groups.
 class Repeat final : public PipelineStep, public PipelineStepObservable {

@@ -1,10 +1,8 @@
 #include "Velmorant/Rendering/CoreImageRenderer.hpp"
 
-#include "Tests/Support/TestImages.hpp"
+#include "Tests/Support/ImageLoader.hpp"
 
 #include <gtest/gtest.h>
-
-#include <map>
 
 namespace velmorant {
 
@@ -14,21 +12,13 @@ using enum StitchableItem::ItemType;
 
 namespace {
 
-/// Each item's image is of one colour, its id's.
-struct ColorLoader final : Loader {
-    void loadImage(const StitchableItem& item, bool synchronous, const Completion& completion) override {
-        EXPECT_TRUE(synchronous);
-        completion(images.contains(item.id) ? std::optional(images.at(item.id)) : std::nullopt);
-    }
-    std::map<std::string, UIImage> images;
-};
-
 StitchableItem item(std::string id, StitchableItem::ItemType type = unstitched) {
     return {std::move(id), platform::Date{0}, {2, 10, 1}, type};
 }
 
 class CoreImageRendererTest : public testing::Test {
 protected:
+    /// A flat image.
     void add(const std::string& id, std::int64_t height, std::uint32_t level) {
         loader->images.emplace(id, UIImage(platform::imageOf(2, height, [&](std::int64_t, std::int64_t) {
                                    return level << 24 | level << 16 | level << 8 | 0xffu;
@@ -44,7 +34,7 @@ protected:
         return levels;
     }
 
-    std::shared_ptr<ColorLoader> loader = std::make_shared<ColorLoader>();
+    std::shared_ptr<ImageLoader> loader = std::make_shared<ImageLoader>();
 };
 
 } // namespace

@@ -1,37 +1,24 @@
 #include "Velmorant/Rendering/PictureRows.hpp"
 
-#include "Tests/Support/TestImages.hpp"
+#include "Tests/Support/ImageLoader.hpp"
 #include "Velmorant/Rendering/CoreImageRenderer.hpp"
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 namespace velmorant {
-
-namespace {
-
-struct NoiseLoader final : Loader {
-    void loadImage(const StitchableItem& item, bool, const Completion& completion) override {
-        completion(platform::UIImage(images.at(item.id)));
-    }
-    std::map<std::string, platform::CGImage> images;
-};
-
-} // namespace
 
 /// What is told of every row is what the drawn picture shows there, however the screenshots lie.
 TEST(PictureRows, TellWhatTheDrawnPictureShows) {
     for (unsigned seed = 0; seed < 40; ++seed) {
         std::mt19937 random(seed);
         const auto upTo = [&](std::int64_t most) { return static_cast<std::int64_t>(random()) % (most + 1); };
-        const auto loader = std::make_shared<NoiseLoader>();
+        const auto loader = std::make_shared<ImageLoader>();
         std::vector<Alignment::Entry> entries;
         std::int64_t offset = 0;
         for (char id = 'a'; id < 'g'; ++id) {
             const StitchableItem item(std::string(1, id), platform::Date{0}, {7, 5 + upTo(30), 1},
                                       StitchableItem::ItemType::unstitched);
-            loader->images.emplace(item.id, platform::noiseImage(7, item.size().height, random));
+            loader->images.emplace(item.id, platform::UIImage(platform::noiseImage(7, item.size().height, random)));
             const std::int64_t lower = upTo(12), upper = lower + upTo(5);
             entries.emplace_back(item, Position{offset, {lower, upper}, {lower, upper}});
             offset += upTo(25);
@@ -48,7 +35,7 @@ TEST(PictureRows, TellWhatTheDrawnPictureShows) {
             for (std::int64_t row = part.rows.lower; row < part.rows.upper; ++row) {
                 const std::uint8_t* shown = picture.pixels()->row(cut + row);
                 const auto equals = [&](const PictureRows::Source& source) {
-                    const auto& pixels = *loader->images.at(source.item.id).pixels();
+                    const auto& pixels = *loader->images.at(source.item.id).cgImage()->pixels();
                     return std::memcmp(shown, pixels.row(source.rows.lower + row - part.rows.lower), 4 * 7) == 0;
                 };
                 if (part.sources.empty())

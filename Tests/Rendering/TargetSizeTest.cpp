@@ -1,39 +1,20 @@
+#include "Tests/Support/ImageLoader.hpp"
 #include "Tests/Support/TestDevice.hpp"
-#include "Tests/Support/TestImages.hpp"
 #include "Velmorant/Rendering/CoreGraphicsRenderer.hpp"
 #include "Velmorant/Rendering/CoreImageRenderer.hpp"
 #include "Velmorant/Rendering/ImageHelpers.hpp"
 #include "Velmorant/Rendering/RenderCache.hpp"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <set>
 
 namespace velmorant {
 
 using platform::CGImage;
 using platform::UIImage;
-using testing::ElementsAre;
 
 namespace {
 
 constexpr std::int64_t width = 100, height = 250, step = 150;
-
-/// Screenshots that are as grey as their number times ten.
-struct GreyLoader final : Loader {
-    void loadImage(const StitchableItem& item, bool, const Completion& completion) override {
-        loaded.insert(item.id);
-        const auto level = static_cast<std::uint32_t>(std::stoi(item.id) * 10);
-        if (item.id == missing)
-            completion(std::nullopt);
-        else
-            completion(UIImage(
-                platform::imageOf(width, height, [&](auto, auto) { return level << 24 | level << 16 | 0xffu; })));
-    }
-    std::set<std::string> loaded;
-    std::string missing;
-};
 
 /// `count` screenshots, each `step` rows below the one before.
 Alignment stack(std::int64_t count) {
@@ -53,8 +34,16 @@ PixelSize pixels(const UIImage& image) {
 
 class TargetSize : public testing::Test {
 protected:
+    /// Screenshots whose red and green are their number times ten.
+    TargetSize() {
+        for (std::uint32_t level = 10; level <= 60; level += 10)
+            loader->images.emplace(std::to_string(level / 10),
+                                   UIImage(platform::imageOf(
+                                       width, height, [=](auto, auto) { return level << 24 | level << 16 | 0xffu; })));
+    }
+
     const platform::TestDevice device;
-    const std::shared_ptr<GreyLoader> loader = std::make_shared<GreyLoader>();
+    const std::shared_ptr<ImageLoader> loader = std::make_shared<ImageLoader>();
     const CoreImageRenderer blend{loader};
     const CoreGraphicsRenderer overlay{loader};
 };
@@ -67,19 +56,19 @@ TEST_F(TargetSize, FitsTheWidthCutsOffTheHeightAndLoadsOnlyWhatShows) {
         std::set<std::string> loaded;
     };
     const Alignment alignment = stack(6); // 1000 rows
+    const std::set<std::string> all{"1", "2", "3", "4", "5", "6"};
     for (const auto& [target, expected, loaded] : std::vector<Case>{
              {{50, 50, 1}, {50, 50, 1}, {"1"}},
              {{50, 100, 1}, {50, 100, 1}, {"1", "2"}},
-             {{50, 499, 1}, {50, 499, 1}, {"1", "2", "3", "4", "5", "6"}},
-             {{50, 500, 1}, {50, 500, 1}, {"1", "2", "3", "4", "5", "6"}},
-             {{50, 8000, 1}, {50, 500, 1}, {"1", "2", "3", "4", "5", "6"}},
+             {{50, 499, 1}, {50, 499, 1}, all},
+             {{50, 500, 1}, {50, 500, 1}, all},
+             {{50, 8000, 1}, {50, 500, 1}, all},
              {{200, 100, 1}, {200, 100, 1}, {"1"}},
              {{1, 1, 1}, {1, 1, 1}, {"1"}},
              {{0, 100, 1}, {0, 0, 1}, {}},
              {{50, 0, 1}, {50, 0, 1}, {}},
          })
-        for (const Renderer* renderer :
-             {static_cast<const Renderer*>(&blend), static_cast<const Renderer*>(&overlay)}) {
+        for (const Renderer* renderer : std::initializer_list<const Renderer*>{&blend, &overlay}) {
             loader->loaded.clear();
             const UIImage image = renderer->render(alignment, target);
             SCOPED_TRACE(std::to_string(target.width) + "x" + std::to_string(target.height));
@@ -98,7 +87,7 @@ TEST_F(TargetSize, ScalesTheSameWhetherDrawnFirstOrNot) {
 }
 
 TEST_F(TargetSize, OverlaysShowBothScreenshots) {
-    loader->missing = "3";
+    loader->images.erase("3");
     const CGImage image = *overlay.render(stack(3)).cgImage();
     const auto level = [&](std::int64_t row) { return static_cast<int>(image.pixels()->row(row)[0]); };
     EXPECT_TRUE(image.opaque());

@@ -1,11 +1,6 @@
 #include "Platform/Dispatch/MainLoop.hpp"
-#include "Platform/Dispatch/Mutex.hpp"
-#include "Tests/Support/Chance.hpp"
+#include "Tests/Store/PartsByChance.hpp"
 #include "Tests/Support/MemoryDataSource.hpp"
-#include "Tests/Support/TestImages.hpp"
-#include "Tests/Support/TestItems.hpp"
-#include "Velmorant/Alignment/AlignmentError.hpp"
-#include "Velmorant/Alignment/OpenCVAligner.hpp"
 #include "Velmorant/Pipeline/Steps/Grouper.hpp"
 #include "Velmorant/Store/StitchingStore.hpp"
 
@@ -27,125 +22,7 @@ using platform::UIImage;
 
 namespace {
 
-constexpr std::size_t threadCount = 8, operationsPerThread = 150, groupCount = 14, keyCount = 10;
-
-/// How the aligner treats a group, by its number.
-enum class Manner { atOnce, later, failing, silent, matched, prestitched, manners };
-
-Manner mannerOf(std::size_t group) {
-    return static_cast<Manner>(group % static_cast<std::size_t>(Manner::manners));
-}
-
-Group groupAt(std::size_t index) {
-    const auto type = mannerOf(index) == Manner::prestitched ? StitchableItem::ItemType::prestitched
-                                                             : StitchableItem::ItemType::unstitched;
-    std::vector<StitchableItem> items;
-    for (std::size_t i = 0; i < (type == StitchableItem::ItemType::unstitched ? 3 : 1); ++i)
-        items.emplace_back(std::to_string(index) + static_cast<char>('a' + i),
-                           platform::Date{static_cast<double>(index)}, PixelSize{20, 40, 1}, type);
-    return Group(std::move(items));
-}
-
-std::size_t indexOf(const StitchableItem& item) {
-    return std::stoul(item.id);
-}
-
-/// Its height tells which it is.
-Alignment alignmentAt(std::size_t key) {
-    return Alignment({{itemsOf("a")[0], {}}}, {20, static_cast<std::int64_t>(10 + key), 1});
-}
-
-struct Silence final : LogStore {
-    void store(const Message&, LogStoreType) override {}
-};
-
-struct NoCache final : AlignerCache {
-    std::optional<Alignment> alignment(const std::string&) const override { return std::nullopt; }
-    void setAlignment(const std::string&, std::optional<Alignment>) override {}
-};
-
-/// Slow, or without an image, or without an answer at all.
-class ChanceLoader final : public Loader {
-public:
-    explicit ChanceLoader(chance::Delays& delays) : delays_(delays) {}
-    void loadImage(const StitchableItem&, bool, const Completion& completion) override {
-        delays_.delay();
-        const unsigned number = delays_.next();
-        if (number % 4 == 0)
-            return;
-        std::mt19937 random(number);
-        completion(number % 4 == 1 ? std::nullopt : std::optional(UIImage(platform::noiseImage(20, 40, random))));
-    }
-
-private:
-    chance::Delays& delays_;
-};
-
-class ChanceAligner final : public Aligner {
-public:
-    explicit ChanceAligner(chance::Delays& delays)
-        : delays_(delays),
-          matching_(std::make_shared<ChanceLoader>(delays), std::make_shared<NoCache>(), std::make_shared<Silence>()) {}
-
-    void alignment(const Group& group, const DispatchQueue& queue, platform::DispatchWorkItemFlags flags,
-                   Completion completion) override {
-        const std::size_t index = indexOf(group.items().front());
-        ++runs[index];
-        delays_.delay();
-        Result result = std::unexpected(make_error_code(AlignmentError::noAlignment));
-        if (mannerOf(index) != Manner::failing)
-            result = alignmentAt(index);
-        const auto answer = [=] { queue.async(flags, [=] { completion(result); }); };
-        if (mannerOf(index) == Manner::matched) {
-            matching_.alignment(group, queue, flags, completion);
-        } else if (mannerOf(index) == Manner::later) {
-            DispatchQueue::global().async([answer, this] {
-                delays_.delay();
-                answer();
-            });
-        } else if (mannerOf(index) == Manner::silent) {
-            const MutexLock lock(mutex_);
-            kept_.push_back(answer);
-        } else {
-            answer();
-        }
-    }
-
-    /// Even those that never would.
-    void answerAll() {
-        const MutexLock lock(mutex_);
-        for (const auto& answer : std::exchange(kept_, {}))
-            answer();
-    }
-
-    std::array<std::atomic<int>, groupCount> runs = {};
-
-private:
-    chance::Delays& delays_;
-    OpenCVAligner matching_;
-    platform::Mutex mutex_;
-    std::vector<std::function<void()>> kept_ VELMORANT_GUARDED_BY(mutex_);
-};
-
-class ChanceRenderer final : public Renderer {
-public:
-    explicit ChanceRenderer(chance::Delays& delays) : delays_(delays) {}
-    UIImage render(const Alignment& alignment) const override {
-        const auto key = static_cast<std::size_t>(alignment.size().height - 10);
-        EXPECT_EQ(inFlight_[key]++, 0) << "two renders of one key at a time";
-        ++runs[key];
-        delays_.delay();
-        const auto [width, height, scale] = alignment.size();
-        const UIImage image(platform::imageOf(width, height, [](auto, auto) { return 0xffu; }));
-        --inFlight_[key];
-        return image;
-    }
-    mutable std::array<std::atomic<int>, keyCount> runs = {};
-
-private:
-    chance::Delays& delays_;
-    mutable std::array<std::atomic<int>, keyCount> inFlight_ = {};
-};
+constexpr std::size_t threadCount = 8, operationsPerThread = 150;
 
 /// What one request was answered. Written on any thread.
 struct Request {
@@ -183,7 +60,7 @@ private:
 /// The life of one store.
 class Round : public std::enable_shared_from_this<Round> {
 public:
-    explicit Round(unsigned seed) : random_(seed), delays_(seed), abrupt_(seed % 2 == 1) {
+    explicit Round(unsigned seed) : random_(seed), delays_(seed), abrupt_(seed % 2 == 1), clearsCache_(seed % 4 >= 2) {
         Pipeline pipeline(source_, std::make_shared<Silence>());
         pipeline.add(Grouper(20, nullptr));
         store_ = StitchingStore::make(std::move(pipeline), aligner_, renderer_);
@@ -240,8 +117,8 @@ private:
             } else if (operation < 80) {
                 store->cancelRender(platform::UUID::make());
             } else if (operation < 84) {
-                store->setCache({});
-                cacheWasCleared_ = true;
+                if (clearsCache_)
+                    store->setCache({});
             } else if (operation < 92) {
                 checkResult(*store, group);
             } else {
@@ -301,7 +178,7 @@ private:
         }
     }
 
-    /// Everything that can be answered is.
+    /// Everything that can be answered is, and the last items are those that are shown.
     void settle() {
         wait("answers", [this] {
             return std::ranges::all_of(analyses_,
@@ -313,10 +190,13 @@ private:
         });
         for (std::size_t group = 0; group < groupCount; ++group)
             EXPECT_EQ(aligner_->runs[group], isRequested(group) && mannerOf(group) != Manner::prestitched);
-        for (std::size_t key = 0; key < keyCount && !cacheWasCleared_; ++key)
+        for (std::size_t key = 0; key < keyCount && !clearsCache_; ++key)
             EXPECT_LE(renderer_->runs[key], 1);
         for (const Request& request : analyses_)
             EXPECT_TRUE(mannerOf(request.index) != Manner::silent || request.calls == 0);
+        ASSERT_FALSE(life_.expired()); // the source's handlers hold it
+        source_->setItems(itemsOf("abc"));
+        wait("the last groups", [this] { return lettersOf(life_.lock()->groups()) == "abc"; });
     }
 
     void letGo() {
@@ -372,7 +252,8 @@ private:
 
     std::mt19937 random_; ///< of the main thread
     chance::Delays delays_;
-    const bool abrupt_; ///< the store is let go in the midst of it
+    const bool abrupt_;      ///< the store is let go in the midst of it
+    const bool clearsCache_; ///< else no key is drawn twice
     const std::thread::id mainThread_ = std::this_thread::get_id();
 
     platform::Mutex sourceMutex_;
@@ -386,7 +267,6 @@ private:
     platform::Mutex requestsMutex_; ///< while they are added; they stay where they are
     std::deque<Request> analyses_, renders_;
     std::atomic<std::size_t> operations_ = 0, ended_ = 0;
-    std::atomic<bool> cacheWasCleared_ = false;
     std::atomic<bool> gone_ = false;
 };
 

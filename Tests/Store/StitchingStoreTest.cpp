@@ -5,16 +5,14 @@
 #include "Tests/Support/MemoryDataSource.hpp"
 #include "Tests/Support/TestImages.hpp"
 #include "Tests/Support/TestItems.hpp"
+#include "Tests/Support/TestLogs.hpp"
 #include "Velmorant/Alignment/AlignmentError.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <map>
-#include <random>
-#include <set>
 #include <thread>
 
 namespace velmorant {
@@ -22,7 +20,6 @@ namespace velmorant {
 using platform::DispatchQueue;
 using platform::MainLoop;
 using platform::UIImage;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
@@ -33,10 +30,6 @@ void runUntil(const std::function<bool()>& condition) {
     while (!MainLoop::runUntil(condition, std::chrono::milliseconds(1)))
         ASSERT_LT(std::chrono::steady_clock::now(), deadline);
 }
-
-struct Silence final : LogStore {
-    void store(const Message&, LogStoreType) override {}
-};
 
 /// Answers at once or, while it is held back, when told; fails for groups that begin with "x".
 class TestAligner final : public Aligner {
@@ -199,7 +192,7 @@ TEST_F(StitchingStoreTest, RendersAKeyOnceAndDropsOnlyCancelledCallbacks) {
     EXPECT_THAT(answered, testing::UnorderedElementsAre(1, 3));
     EXPECT_EQ(renderer->drawn, 1);
 
-    renderer->held = true; // else it may be answered before it is cancelled
+    renderer->held = true;                         // else it may be answered before it is cancelled
     store->cancelRender(request(4, sameAtScale2)); // another key; drawn and kept although nobody waits
     settle();
     renderer->held = false;
@@ -213,84 +206,6 @@ TEST_F(StitchingStoreTest, RendersAKeyOnceAndDropsOnlyCancelledCallbacks) {
     request(6, small);
     runUntil([&] { return answered.size() == 4; });
     EXPECT_EQ(renderer->drawn, 3);
-}
-
-TEST_F(StitchingStoreTest, AnswersEachOnceUnderManyThreads) {
-    constexpr int threads = 8, rounds = 150, groups = 5, keys = 4;
-    const auto mainThread = std::this_thread::get_id();
-    std::vector<std::atomic<int>> calls(threads * rounds * 2);
-    std::vector<std::atomic<bool>> cancelled(calls.size());
-    std::atomic<int> wrong = 0;
-    std::vector<std::thread> workers;
-    for (int thread = 0; thread < threads; ++thread)
-        workers.emplace_back([&, thread] {
-            std::mt19937 random(static_cast<unsigned>(thread));
-            for (int round = 0; round < rounds; ++round) {
-                const auto slot = static_cast<std::size_t>(2 * (thread * rounds + round));
-                const Group asked = group(std::string(1, static_cast<char>('v' + random() % groups)) + "z");
-                store->requestAnalysis(asked, [&, asked, slot] {
-                    wrong += std::this_thread::get_id() != mainThread || !store->result(asked);
-                    ++calls[slot];
-                });
-                const auto height = static_cast<std::int64_t>(100 + random() % keys);
-                const auto id = store->requestRender(alignment(height), {100, height, 1},
-                                                     [&, slot](const std::optional<UIImage>& image) {
-                                                         wrong += std::this_thread::get_id() != mainThread || !image;
-                                                         ++calls[slot + 1];
-                                                     });
-                if (random() % 3 == 0) {
-                    cancelled[slot + 1] = true;
-                    store->cancelRender(id);
-                }
-            }
-        });
-    for (std::thread& worker : workers)
-        worker.join();
-    const auto answered = [&] {
-        for (std::size_t i = 0; i < calls.size(); ++i)
-            if (calls[i] == 0 && !cancelled[i])
-                return false;
-        return true;
-    };
-    runUntil(answered);
-    settle();
-    for (std::size_t i = 0; i < calls.size(); ++i)
-        EXPECT_LE(calls[i], 1) << i;
-    EXPECT_EQ(wrong, 0);
-    EXPECT_LE(renderer->drawn, keys);
-    for (const auto& [id, times] : aligner->asked())
-        EXPECT_EQ(times, 1) << id;
-}
-
-TEST_F(StitchingStoreTest, RefreshesFromAnyThreadLeaveTheLastGroups) {
-    std::vector<std::thread> workers;
-    for (int thread = 0; thread < 4; ++thread)
-        workers.emplace_back([&] {
-            for (int i = 0; i < 50; ++i)
-                store->pipeline().source()->performWithoutNotifiyingChanges([&](const auto&) { source->notify(); });
-        });
-    for (std::thread& worker : workers)
-        worker.join();
-    source->setItems(itemsOf("abc"));
-    runUntil([&] { return lettersOf(store->groups()) == "abc"; });
-}
-
-TEST(StitchingStore, EndsWithItsSourceAndAnswersAnalysesAllTheSame) {
-    const auto aligner = std::make_shared<TestAligner>();
-    const auto source = std::make_shared<MemoryDataSource>();
-    auto store =
-        StitchingStore::make(Pipeline(source, std::make_shared<Silence>()), aligner, std::make_shared<TestRenderer>());
-    const std::weak_ptr<StitchingStore> life = store;
-    aligner->hold();
-    std::atomic<int> answered = 0;
-    store->requestAnalysis(Group(itemsOf("ab")), [&] { ++answered; });
-    runUntil([&] { return !aligner->asked().empty(); });
-    store.reset();
-    EXPECT_FALSE(life.expired()); // the source's handlers hold it
-    source->endWatching();
-    EXPECT_TRUE(life.expired());
-    aligner->release();
-    runUntil([&] { return answered == 1; });
 }
 
 } // namespace velmorant

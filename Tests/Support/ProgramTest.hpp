@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Foundation/FileManager.hpp"
+#include "Platform/Foundation/JSONDecoder.hpp"
 #include "Tests/Support/TestDevice.hpp"
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,16 +30,31 @@ inline std::string quoted(const std::string& word) {
     return "'" + word + "'";
 }
 
-inline std::string inputsOf(const std::string& name) {
-    std::string words;
-    std::vector<fs::path> files;
-    for (const auto& entry : fs::directory_iterator(examples / name))
+/// The screenshots of an example, from the first to the last.
+inline std::vector<fs::path> shotsOf(const std::string& example) {
+    std::vector<fs::path> shots;
+    for (const auto& entry : fs::directory_iterator(examples / example))
         if (entry.path().extension() != ".json")
-            files.push_back(entry.path());
-    std::ranges::sort(files);
+            shots.push_back(entry.path());
+    std::ranges::sort(shots);
+    return shots;
+}
+
+/// With a blank before each.
+inline std::string argumentsOf(const std::vector<fs::path>& files) {
+    std::string words;
     for (const fs::path& file : files)
         words += " " + quoted(file.native());
     return words;
+}
+
+inline std::string inputsOf(const std::string& example) {
+    return argumentsOf(shotsOf(example));
+}
+
+/// Hands over what the program printed as JSON.
+inline void readAnswer(const Ran& ran, const std::function<void(const platform::JSONValue&)>& read) {
+    EXPECT_TRUE(platform::json::decode(ran.out, read)) << ran.out << ran.err;
 }
 
 class ProgramTest : public testing::Test {
@@ -45,7 +62,8 @@ protected:
     /// `arguments` as a shell reads them, run in the test's folder.
     Ran run(const std::string& arguments) {
         const std::string command = "cd " + quoted(folder.path().native()) + " && XDG_CACHE_HOME=\"$PWD/.cache\" " +
-                                    environment + " " + quoted(VELMORANT_PROGRAM) + " >.out 2>.err </dev/null " + arguments;
+                                    environment + " " + quoted(VELMORANT_PROGRAM) + " >.out 2>.err </dev/null " +
+                                    arguments;
         const int status = std::system(command.c_str());
         return {WEXITSTATUS(status), platform::contentOf(folder / ".out"), platform::contentOf(folder / ".err")};
     }
@@ -62,7 +80,8 @@ protected:
 
     std::string environment = "LC_ALL=C"; ///< of the program
     const platform::TemporaryFolder folder;
-    const std::string chat = inputsOf("trip-chat");
+    const std::vector<fs::path> shots = shotsOf("trip-chat");
+    const std::string chat = argumentsOf(shots);
 };
 
 } // namespace host

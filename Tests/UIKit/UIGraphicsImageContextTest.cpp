@@ -1,6 +1,7 @@
 #include "Platform/UIKit/UIGraphicsImageContext.hpp"
 
 #include "Platform/CoreImage/CIContext.hpp"
+#include "Tests/Support/CountingRows.hpp"
 #include "Tests/Support/TestDevice.hpp"
 #include "Tests/Support/TestImages.hpp"
 
@@ -19,30 +20,6 @@ std::uint32_t pixel(const UIImage& image, std::int64_t x, std::int64_t y) {
     return static_cast<std::uint32_t>(at[0]) << 24 | static_cast<std::uint32_t>(at[1]) << 16 |
            static_cast<std::uint32_t>(at[2]) << 8 | at[3];
 }
-
-/// An image whose rows end with an error after `good` of them.
-struct FailingRows final : RowSource {
-    explicit FailingRows(std::int64_t rows) : good(rows) {}
-    const std::int64_t good;
-    std::int64_t width() const override { return 4; }
-    std::int64_t height() const override { return 200; }
-    bool opaque() const override { return true; }
-    CGColorSpace colorSpace() const override { return {}; }
-    std::expected<std::unique_ptr<RowReader>, ImageError> reader() const override {
-        struct Reader final : RowReader {
-            std::int64_t left;
-            explicit Reader(std::int64_t rows) : left(rows) {}
-            std::expected<void, ImageError> read(std::uint8_t* rows, std::size_t stride, std::int64_t count) override {
-                if ((left -= count) < 0)
-                    return std::unexpected(ImageError{ImageError::Code::truncated, {}});
-                std::memset(rows, 255, stride * static_cast<std::size_t>(count));
-                return {};
-            }
-            std::expected<void, ImageError> skip(std::int64_t) override { return {}; }
-        };
-        return std::make_unique<Reader>(good);
-    }
-};
 
 } // namespace
 
@@ -110,7 +87,8 @@ TEST(UIGraphicsImageContext, KeepsTheOneColourSpaceAndTellsWhereReadingFailed) {
     }
 
     auto cut = UIGraphicsImageContext::make({4, 200}, true, 1).value();
-    const auto drawn = cut.draw(UIImage(CGImage(std::make_shared<FailingRows>(100))), CGPoint{0, 0});
+    CountingRows::Counts counts{.failAt = 100};
+    const auto drawn = cut.draw(UIImage(counted(flat(4, 200, 0xffffffff), counts)), CGPoint{0, 0});
     EXPECT_EQ(drawn.error().code, ImageError::Code::truncated);
     const UIImage above = std::move(cut).image();
     EXPECT_EQ(pixel(above, 0, 0), 0xffffffffu);
