@@ -167,17 +167,16 @@ PixelSums BlockComparison::sumsOf(std::size_t band, std::size_t block, std::span
     return sums;
 }
 
-double BlockComparison::stepAcross(std::size_t band, std::size_t block) const {
+double BlockComparison::stepAcross(std::size_t band, std::size_t block, std::span<const CellMask> ignored) const {
     const auto width = static_cast<std::size_t>(layout_.b.width);
     std::uint64_t sum = 0, count = 0;
-    visitPieces(band, block, ignoredIn(band),
-                [&](std::int64_t row, std::size_t rows, std::size_t begin, std::size_t columns) {
-                    if (begin == 0) // the first has no left neighbour
-                        ++begin, --columns;
-                    const std::uint8_t* pixels = layout_.b.row(row) + begin;
-                    sum += squaredDifference(pixels, pixels - 1, width, columns, rows);
-                    count += columns * rows;
-                });
+    visitPieces(band, block, ignored, [&](std::int64_t row, std::size_t rows, std::size_t begin, std::size_t columns) {
+        if (begin == 0) // the first has no left neighbour
+            ++begin, --columns;
+        const std::uint8_t* pixels = layout_.b.row(row) + begin;
+        sum += squaredDifference(pixels, pixels - 1, width, columns, rows);
+        count += columns * rows;
+    });
     return static_cast<double>(sum) / static_cast<double>(std::max<std::uint64_t>(1, count));
 }
 
@@ -213,7 +212,8 @@ void BlockComparison::judge() {
     const double alike = std::min(mostDifference, leastDifference + overMiddle * difference_);
     const double contradicts = std::max(unclear * alike, leastContradiction);
     std::vector<float> variances; // of the page's like blocks
-    for (std::size_t i = 0; i < bands_.size(); ++i)
+    for (std::size_t i = 0; i < bands_.size(); ++i) {
+        const std::vector<CellMask> ignored = ignoredIn(i);
         for (std::size_t k = 0; k < blocksAcross; ++k) {
             const Measure& m = measures_[i][k];
             if (!isInformed(m))
@@ -222,10 +222,11 @@ void BlockComparison::judge() {
                 bands_[i].set(k, Block::unclear);
                 continue;
             }
-            bands_[i].set(k, stepAcross(i, k) > leastVariance / 4 + 2 * noise ? Block::alike : Block::lines);
+            bands_[i].set(k, stepAcross(i, k, ignored) > leastVariance / 4 + 2 * noise ? Block::alike : Block::lines);
             if (hasBackdrop() && isPage(i, k))
                 variances.push_back(m.variance());
         }
+    }
     const float faint = percentile(variances, 50) / shiningThrough;
     for (std::size_t i = 0; i < bands_.size(); ++i)
         for (std::size_t k = 0; k < blocksAcross; ++k) {

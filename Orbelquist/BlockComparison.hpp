@@ -110,7 +110,7 @@ private:
     void visitPieces(std::size_t band, std::size_t block, std::span<const CellMask> ignored, Visit visit) const;
     PixelSums sumsOf(std::size_t band, std::size_t block, std::span<const CellMask> ignored, bool isEqual) const;
     /// The mean square step from a pixel of the second frame to the next.
-    double stepAcross(std::size_t band, std::size_t block) const;
+    double stepAcross(std::size_t band, std::size_t block, std::span<const CellMask> ignored) const;
     void judge();
     double measuredNoise() const;
     bool isOtherGround(std::size_t band, std::size_t block) const;

@@ -34,7 +34,7 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
     // A picture that goes on shows no bottom bar where the shorter one ends.
     for (std::size_t y = 0; y < static_cast<std::size_t>(goesOn ? a.height - bar : a.height); ++y) {
         informed += std::popcount(a.informed[y] | b.informed[y]);
-        differing += std::popcount(~equalCells(a.signature[y], b.signature[y], pair.tolerance()));
+        differing += countDiffering(a.signature[y], b.signature[y], pair.tolerance(), ~CellMask{0});
     }
     if (goesOn && differing * beginsAlikeShare > informed)
         return std::nullopt;

@@ -3,12 +3,12 @@
 #include "Orbelquist/Bounds.hpp"
 #include "Orbelquist/Brightness.hpp"
 #include "Orbelquist/Candidates.hpp"
+#include "Orbelquist/Doubts.hpp"
 #include "Orbelquist/EqualFrames.hpp"
 #include "Orbelquist/ExactShift.hpp"
 #include "Orbelquist/Seam.hpp"
 
 #include <algorithm>
-#include <bit>
 #include <cstdlib>
 #include <limits>
 #include <span>
@@ -45,79 +45,9 @@ constexpr std::int64_t secondWithinStroke = 90;
 /// changes there may be such a region, too.
 constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
 
-/// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all
-/// but one of so many.
-constexpr std::int64_t repeatedPercent = 85, repeatedRoom = 32;
-
 /// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
 /// it nor leaves it open. What some rows tell of its agreement may be half of it.
 constexpr std::int64_t negligible = 25, negligibleSampled = negligible / 2;
-
-/// A page that moved by a few rows only still shows most of its strokes where they were: they look like furniture, and
-/// what is left may fit elsewhere. So, with nothing but the bars left out of account, no such small shift may explain
-/// the frames better, over a quarter of the screen.
-bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few) {
-    const FramePair bare = pair.withBarsAlone();
-    std::vector<RowAgreement> rows;
-    const std::int64_t height = std::min(pair.a().height, pair.b().height);
-    const auto explainsAll = [](const Stretch& stretch) { return stretch.contradicting * 20 <= stretch.agreeing; };
-    for (const Stretch& sampled : sampledStretches(bare, few)) {
-        if (sampled.shift == e.shift || sampled.contradicting * 10 > sampled.agreeing)
-            continue;
-        const Stretch stretch = stretchAt(bare, sampled.shift, rows);
-        if (explainsAll(stretch) && (stretch.last - stretch.first) * 4 >= height &&
-            stretch.score() > stretchAt(bare, e.shift, rows).score())
-            return true;
-    }
-    if (std::abs(e.shift) > 4 * few)
-        return false;
-    // What is left of strokes fits a line's height further on, at most.
-    const double difference = pixelDifference(pair, e, e.shift);
-    for (std::int64_t small = 1; small <= few; ++small)
-        for (const std::int64_t other : {small, -small})
-            if (std::abs(other - e.shift) > onePlace && pixelDifference(pair, e, other) < difference)
-                return true;
-    return false;
-}
-
-/// Whether the rows that agree are found elsewhere in either frame, too: lines that occur twice pin nothing.
-bool isRepeated(const FramePair& pair, const Examination& e) {
-    const Frame& b = pair.b();
-    const std::int64_t rows = e.last - e.first;
-    if (rows * 4 > b.height)
-        return false;
-    std::vector<CellMask> counted;
-    std::int64_t room = 0; // cells that may differ
-    for (std::int64_t row = e.first; row < e.last; ++row) {
-        counted.push_back(b.informed[static_cast<std::size_t>(row)] & ~pair.ignoredInB(row));
-        room += std::popcount(counted.back());
-    }
-    room = room * (100 - repeatedPercent) / 100;
-    const auto mayLieAt = [&](const Frame& frame, std::int64_t start) {
-        std::int64_t differing = 0;
-        for (std::size_t i = 0; i < counted.size() && differing <= room; ++i)
-            differing += std::popcount(counted[i] & ~equalCells(b.signature[static_cast<std::size_t>(e.first) + i],
-                                                                frame.signature[static_cast<std::size_t>(start) + i],
-                                                                pair.tolerance()));
-        return differing <= room;
-    };
-    const auto liesAt = [&](const Frame& frame, std::int64_t start) {
-        BlockComparison there({frame, b, start - e.first, e.first, e.last, {}, pair.ignoredInB()});
-        std::int64_t alike = 0, against = 0;
-        for (const Band& band : there.bands()) {
-            alike += band.count(Block::alike);
-            against += band.against();
-        }
-        return alike * 10 >= e.agreeing * 9 && against * repeatedRoom <= alike;
-    };
-    for (const Frame* frame : {&pair.a(), &b}) {
-        const std::int64_t own = frame == &b ? e.first : e.first + e.shift;
-        for (std::int64_t start = 0; start + rows <= frame->height; ++start)
-            if (std::abs(start - own) > rows / 2 + onePlace && mayLieAt(*frame, start) && liesAt(*frame, start))
-                return true;
-    }
-    return false;
-}
 
 /// Rows of the screen.
 std::int64_t strokeOf(const FramePair& pair) {

@@ -36,6 +36,10 @@ CellMask equalCellsOf(const RowSignature& a, const RowSignature& b, std::uint8_t
     return equalCells(a.data(), b.data(), tolerance);
 }
 
+int countDiffering(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance, CellMask counted) {
+    return std::popcount(~equalCells(a.data(), b.data(), tolerance) & counted);
+}
+
 void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
     for (std::size_t i = 0; i < result.size(); ++i) {
         const CellMask counted = ~(a.ignored[i] | b.ignored[i]);
@@ -140,6 +144,10 @@ namespace orbelquist {
 
 CellMask equalCells(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance) {
     return ORBELQUIST_DISPATCH(equalCellsOf)(a, b, tolerance);
+}
+
+int countDiffering(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance, CellMask counted) {
+    return ORBELQUIST_DISPATCH(countDiffering)(a, b, tolerance, counted);
 }
 
 void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {

@@ -9,6 +9,9 @@ namespace orbelquist {
 /// The cells in which two rows differ by no more than `tolerance` levels.
 CellMask equalCells(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance);
 
+/// How many of the cells `counted` differ by more.
+int countDiffering(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance, CellMask counted);
+
 /// Rows of one image beside the rows of another: their signatures, the cells that carry information, and those that are
 /// left out of account.
 struct RowsView {

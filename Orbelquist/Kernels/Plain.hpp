@@ -57,6 +57,10 @@ inline CellMask equalCells(const RowSignature& a, const RowSignature& b, std::ui
     return equal;
 }
 
+inline int countDiffering(const RowSignature& a, const RowSignature& b, std::uint8_t tolerance, CellMask counted) {
+    return std::popcount(~equalCells(a, b, tolerance) & counted);
+}
+
 inline void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, std::span<RowAgreement> result) {
     for (std::size_t i = 0; i < result.size(); ++i) {
         const CellMask counted = ~(a.ignored[i] | b.ignored[i]);

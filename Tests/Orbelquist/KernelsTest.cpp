@@ -80,8 +80,11 @@ TEST(Kernels, CellsCompareAsThePlainOnesDo) {
                     plain::compareShifts(viewA, viewB, tolerance, some, counts, plain);
                     EXPECT_EQ(fast, plain);
                 }
-                for (std::size_t i = 0; i < rows; ++i)
+                for (std::size_t i = 0; i < rows; ++i) {
                     EXPECT_EQ(equalCells(a[i], b[i], tolerance), plain::equalCells(a[i], b[i], tolerance));
+                    EXPECT_EQ(countDiffering(a[i], b[i], tolerance, masks[0][i]),
+                              plain::countDiffering(a[i], b[i], tolerance, masks[0][i]));
+                }
             }
         }
     });
