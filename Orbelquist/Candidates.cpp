@@ -139,15 +139,6 @@ std::vector<Stretch> sampledStretches(const FramePair& pair, std::int64_t furthe
     return stretches;
 }
 
-std::vector<Stretch> shortlist(const FramePair& pair) {
-    std::vector<Stretch> places = bestPlaces(sampledStretches(pair), shortlistedPlaces);
-    if (!places.empty() && places.front().overall * negligibleShare <= places.front().agreeing)
-        std::erase_if(places, [least = places.front().agreeing / negligibleShare](const Stretch& stretch) {
-            return stretch.agreeing < least;
-        });
-    return places;
-}
-
 // Uphill to the best of its neighbours: some rows alone may have named the wrong one.
 Stretch bestNearby(const FramePair& pair, const Stretch& sampled) {
     std::vector<RowAgreement> rows;
@@ -162,10 +153,15 @@ Stretch bestNearby(const FramePair& pair, const Stretch& sampled) {
     return best;
 }
 
-std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> shortlist) {
-    for (Stretch& place : shortlist)
+std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> sampled) {
+    std::vector<Stretch> places = bestPlaces(std::move(sampled), shortlistedPlaces);
+    if (!places.empty() && places.front().overall * negligibleShare <= places.front().agreeing)
+        std::erase_if(places, [least = places.front().agreeing / negligibleShare](const Stretch& stretch) {
+            return stretch.agreeing < least;
+        });
+    for (Stretch& place : places)
         place = bestNearby(pair, place);
-    return bestPlaces(std::move(shortlist), examinedPlaces);
+    return bestPlaces(std::move(places), examinedPlaces);
 }
 
 } // namespace orbelquist

@@ -6,6 +6,7 @@
 #include "Orbelquist/Doubts.hpp"
 #include "Orbelquist/EqualFrames.hpp"
 #include "Orbelquist/ExactShift.hpp"
+#include "Orbelquist/Places.hpp"
 #include "Orbelquist/Seam.hpp"
 
 #include <algorithm>
@@ -20,10 +21,6 @@ namespace {
 
 /// Levels by which cells of equal content may differ: what lossy coding does to the mean of a cell.
 constexpr std::uint8_t cellTolerance = 4;
-
-/// Shifts within half a line of text of each other, one of so many of the screen's rows, share the letters' upright
-/// strokes: the one with clearly most agreement is the place.
-constexpr std::int64_t strokesPerScreen = 100;
 
 /// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
 /// percent, of the same at the best; at a place within two lines of text, so many strokes, which have more in common
@@ -45,15 +42,6 @@ constexpr std::int64_t secondWithinStroke = 90;
 /// changes there may be such a region, too.
 constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
 
-/// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
-/// it nor leaves it open. What some rows tell of its agreement may be half of it.
-constexpr std::int64_t negligible = 25, negligibleSampled = negligible / 2;
-
-/// Rows of the screen.
-std::int64_t strokeOf(const FramePair& pair) {
-    return std::min(pair.a().height, pair.b().height) / strokesPerScreen;
-}
-
 /// Only where like blocks differ by so much of their variance does it help to soften the frames: by half a row or more.
 constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks.
@@ -73,53 +61,6 @@ KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePai
 KSVPatternPair joinedAt(const Examination& e, const KSVVerdict& verdict, const FramePair& pair) {
     const KSVPattern pattern = seamAt(pair, e);
     return e.shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
-}
-
-/// The places that were examined on all pixels.
-struct Places {
-    std::vector<Examination> held, refused;
-    std::optional<Examination> likeliest; ///< of the refused ones
-};
-
-/// `leastAlike`: blocks that must agree.
-Places examinePlaces(const FramePair& pair, std::int64_t leastAlike) {
-    Places places;
-    std::int64_t mostHeld = 0;
-    const auto consider = [&](const Stretch& candidate) {
-        const auto examined = examine(pair, candidate.shift);
-        if (!examined)
-            return;
-        if (examined->agreeing >= leastAlike && holds(*examined, pair)) {
-            places.held.push_back(*examined);
-            mostHeld = std::max(mostHeld, candidate.agreeing);
-        } else {
-            places.refused.push_back(*examined);
-            if (!places.likeliest || examined->atBest() > places.likeliest->atBest())
-                places.likeliest = examined;
-        }
-    };
-    std::vector<Stretch> shortlisted = shortlist(pair);
-    if (shortlisted.empty())
-        return places;
-    const Stretch first = bestNearby(pair, shortlisted.front()); // most often this is it, and little is left to look at
-    consider(first);
-    std::erase_if(shortlisted, [&](const Stretch& sampled) {
-        return sampled.agreeing * sampled.step * 100 < mostHeld * negligibleSampled;
-    });
-    for (const Stretch& candidate : candidates(pair, std::move(shortlisted)))
-        if (candidate.shift != first.shift && candidate.agreeing * 100 >= mostHeld * negligible)
-            consider(candidate);
-
-    const std::int64_t stroke = strokeOf(pair);
-    if (auto& [held, refused, likeliest] = places; held.empty() && likeliest) { // it may if nothing else comes near
-        const auto isRival = [&](const Examination& other) {
-            return std::abs(other.shift - likeliest->shift) > stroke &&
-                   (other.evidence() - other.against()) * 100 > likeliest->evidence() * negligible;
-        };
-        if (likeliest->agreeing >= leastAlike && holds(*likeliest, pair, std::ranges::none_of(refused, isRival)))
-            held.push_back(*likeliest);
-    }
-    return places;
 }
 
 /// `leastAlike`: blocks that must agree.

@@ -97,12 +97,14 @@ void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t t
             break;
         const std::size_t i = rows[row];
         const Row here(still.signature[i], tolerance);
-        const CellMask counted = ~still.ignored[i], informed = still.informed[i];
+        const CellMask ignored = still.ignored[i], informed = still.informed[i] & ~ignored;
+        const RowSignature* const signatures = moving.signature + i;
+        const CellMask *const informedThere = moving.informed + i, *const ignoredThere = moving.ignored + i;
         for (std::size_t s = 0; s < shifts; ++s) {
-            const CellMask equal = here.equalCells(moving.signature[i + s]), both = counted & ~moving.ignored[i + s];
+            const CellMask equal = here.equalCells(signatures[s]);
             agreeing[row][s] =
-                static_cast<std::uint8_t>(std::popcount(equal & informed & moving.informed[i + s] & both));
-            contradicting[row][s] = static_cast<std::uint8_t>(std::popcount(~equal & both));
+                static_cast<std::uint8_t>(std::popcount(equal & informed & informedThere[s] & ~ignoredThere[s]));
+            contradicting[row][s] = static_cast<std::uint8_t>(std::popcount(~(equal | ignored | ignoredThere[s])));
         }
         for (std::size_t s = shifts; s < shiftsAtOnce; ++s)
             agreeing[row][s] = contradicting[row][s] = 0;

@@ -41,7 +41,7 @@ struct BestRows {
 };
 
 /// The shifts that are compared at once.
-inline constexpr std::size_t shiftsAtOnce = 16;
+inline constexpr std::size_t shiftsAtOnce = 32;
 
 /// For element s of `result`, up to `shiftsAtOnce`, compares the first `counts[s]` of `rows` of `still` with rows s
 /// further down of `moving`: at most 511 rows, and no more than of the element before.

@@ -1,0 +1,97 @@
+#include "Orbelquist/Doubts.hpp"
+
+#include "Orbelquist/Candidates.hpp"
+#include "Orbelquist/ExactShift.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+#include <vector>
+
+namespace orbelquist {
+
+namespace {
+
+/// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all
+/// but one of so many.
+constexpr std::int64_t repeatedPercent = 85, repeatedRoom = 32;
+/// Of so many of these rows half must be found, before all are looked at.
+constexpr std::size_t firstRepeated = 8;
+
+} // namespace
+
+bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few) {
+    const FramePair bare = pair.withBarsAlone();
+    std::vector<RowAgreement> rows;
+    const std::int64_t height = std::min(pair.a().height, pair.b().height);
+    const auto explainsAll = [](const Stretch& stretch) { return stretch.contradicting * 20 <= stretch.agreeing; };
+    for (const Stretch& sampled : sampledStretches(bare, few)) {
+        if (sampled.shift == e.shift || sampled.contradicting * 10 > sampled.agreeing)
+            continue;
+        const Stretch stretch = stretchAt(bare, sampled.shift, rows);
+        if (explainsAll(stretch) && (stretch.last - stretch.first) * 4 >= height &&
+            stretch.score() > stretchAt(bare, e.shift, rows).score())
+            return true;
+    }
+    if (std::abs(e.shift) > 4 * few)
+        return false;
+    // What is left of strokes fits a line's height further on, at most.
+    const double difference = pixelDifference(pair, e, e.shift);
+    for (std::int64_t small = 1; small <= few; ++small)
+        for (const std::int64_t other : {small, -small})
+            if (std::abs(other - e.shift) > onePlace && pixelDifference(pair, e, other) < difference)
+                return true;
+    return false;
+}
+
+bool isRepeated(const FramePair& pair, const Examination& e) {
+    const Frame& b = pair.b();
+    const std::int64_t rows = e.last - e.first;
+    if (rows * 4 > b.height)
+        return false;
+    struct Row {
+        std::int64_t at;
+        CellMask counted;
+    };
+    std::vector<Row> all, some; // that hold anything
+    std::int64_t cells = 0, cellsOfSome = 0;
+    for (std::int64_t row = e.first; row < e.last; ++row)
+        if (const CellMask counted = b.informed[static_cast<std::size_t>(row)] & ~pair.ignoredInB(row)) {
+            all.push_back({row, counted});
+            cells += std::popcount(counted);
+        }
+    for (std::size_t i = 0; i < all.size(); i += std::max<std::size_t>(1, all.size() / firstRepeated)) {
+        some.push_back(all[i]);
+        cellsOfSome += std::popcount(all[i].counted);
+    }
+    const auto isThere = [&](const std::vector<Row>& wanted, std::int64_t room, const Frame& frame, std::int64_t down) {
+        for (const Row& row : wanted)
+            if ((room -= countDiffering(b.signature[static_cast<std::size_t>(row.at)],
+                                        frame.signature[static_cast<std::size_t>(row.at + down)], pair.tolerance(),
+                                        row.counted)) < 0)
+                return false;
+        return true;
+    };
+    const auto mayLieAt = [&](const Frame& frame, std::int64_t start) {
+        return isThere(some, cellsOfSome / 2, frame, start - e.first) &&
+               isThere(all, cells * (100 - repeatedPercent) / 100, frame, start - e.first);
+    };
+    const auto liesAt = [&](const Frame& frame, std::int64_t start) {
+        BlockComparison there({frame, b, start - e.first, e.first, e.last, {}, pair.ignoredInB()});
+        std::int64_t alike = 0, against = 0;
+        for (const Band& band : there.bands()) {
+            alike += band.count(Block::alike);
+            against += band.against();
+        }
+        return alike * 10 >= e.agreeing * 9 && against * repeatedRoom <= alike;
+    };
+    for (const Frame* frame : {&pair.a(), &b}) {
+        const std::int64_t own = frame == &b ? e.first : e.first + e.shift;
+        for (std::int64_t start = 0; start + rows <= frame->height; ++start)
+            if (std::abs(start - own) > rows / 2 + onePlace && mayLieAt(*frame, start) && liesAt(*frame, start))
+                return true;
+    }
+    return false;
+}
+
+} // namespace orbelquist

@@ -1,0 +1,68 @@
+#include "Orbelquist/Places.hpp"
+
+#include "Orbelquist/Bounds.hpp"
+#include "Orbelquist/Candidates.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace orbelquist {
+
+namespace {
+
+/// Shifts within half a line of text of each other, one of so many of the screen's rows, share the letters' upright
+/// strokes: they are one place.
+constexpr std::int64_t strokesPerScreen = 100;
+
+/// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
+/// it nor leaves it open. What some rows tell of its agreement may be half of it.
+constexpr std::int64_t negligible = 25, negligibleSampled = negligible / 2;
+
+} // namespace
+
+std::int64_t strokeOf(const FramePair& pair) {
+    return std::min(pair.a().height, pair.b().height) / strokesPerScreen;
+}
+
+Places examinePlaces(const FramePair& pair, std::int64_t leastAlike) {
+    Places places;
+    std::int64_t mostHeld = 0;
+    const auto consider = [&](const Stretch& candidate) {
+        const auto examined = examine(pair, candidate.shift);
+        if (!examined)
+            return;
+        if (examined->agreeing >= leastAlike && holds(*examined, pair)) {
+            places.held.push_back(*examined);
+            mostHeld = std::max(mostHeld, candidate.agreeing);
+        } else {
+            places.refused.push_back(*examined);
+            if (!places.likeliest || examined->atBest() > places.likeliest->atBest())
+                places.likeliest = examined;
+        }
+    };
+    std::vector<Stretch> stretches = sampledStretches(pair);
+    const auto most = std::ranges::max_element(stretches, {}, &Stretch::score);
+    if (most == stretches.end())
+        return places;
+    const Stretch first = bestNearby(pair, *most); // most often this is it, and little is left to look at
+    consider(first);
+    std::erase_if(stretches, [&](const Stretch& sampled) {
+        return sampled.agreeing * sampled.step * 100 < mostHeld * negligibleSampled;
+    });
+    for (const Stretch& candidate : candidates(pair, std::move(stretches)))
+        if (candidate.shift != first.shift && candidate.agreeing * 100 >= mostHeld * negligible)
+            consider(candidate);
+
+    const std::int64_t stroke = strokeOf(pair);
+    if (auto& [held, refused, likeliest] = places; held.empty() && likeliest) { // it may if nothing else comes near
+        const auto isRival = [&](const Examination& other) {
+            return std::abs(other.shift - likeliest->shift) > stroke &&
+                   (other.evidence() - other.against()) * 100 > likeliest->evidence() * negligible;
+        };
+        if (likeliest->agreeing >= leastAlike && holds(*likeliest, pair, std::ranges::none_of(refused, isRival)))
+            held.push_back(*likeliest);
+    }
+    return places;
+}
+
+} // namespace orbelquist
