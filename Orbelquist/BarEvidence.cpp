@@ -95,4 +95,9 @@ bool mayBeBar(const ScreenBlock& block, bool shapeless) {
     return (shapeless && moments.isShapeless()) || moments.followsFromBoth() || moments.isComposed();
 }
 
+bool followsFromBoth(const ScreenBlock& block) {
+    const Moments moments(block);
+    return !moments.isEmpty() && moments.followsFromBoth();
+}
+
 } // namespace orbelquist

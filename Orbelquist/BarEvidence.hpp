@@ -24,4 +24,8 @@ bool standsStill(const ScreenBlock& block);
 /// next to no edges, as blurred glass does.
 bool mayBeBar(const ScreenBlock& block, bool shapeless);
 
+/// Whether the block's pixels follow from what stands there in the other frame, from what the page has there, or from
+/// both, as of glass.
+bool followsFromBoth(const ScreenBlock& block);
+
 } // namespace orbelquist

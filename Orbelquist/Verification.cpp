@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdlib>
 #include <vector>
 
@@ -21,6 +22,11 @@ constexpr std::int64_t tallestOverlay = 12;
 /// agrees: that is never mended by the rest.
 constexpr std::size_t firstBands = 4;
 constexpr std::int64_t plainly = 12, nextToNothing = 4;
+/// A round button's middle is no further from its edge than one of so many parts of the screen, and so many cells.
+constexpr std::int64_t reachShare = 30;
+constexpr std::size_t reachCells = 4;
+/// It is at least so many bands high.
+constexpr std::size_t leastButton = 3;
 /// A bar's shadow may fall so many of the screen's rows beyond it.
 constexpr std::int64_t shadowShare = 100;
 /// A band of a bar holds at least so many blocks that stand still: one alone is chance.
@@ -43,6 +49,7 @@ public:
         explainBars();
         findLoneBars();
         findRegions();
+        explainButtons();
         findStretch();
         if (e_.agreeing == 0)
             return std::nullopt;
@@ -110,6 +117,20 @@ private:
         return agreeing < leastAgreeing || (agreeing < noDoubtBelow && against * 4 > agreeing + 32);
     }
 
+    /// Whether something stands still on the screen within a button's reach of a block.
+    bool isNearStill(std::size_t band, std::size_t block, bool second) const {
+        constexpr std::size_t cells = cellCount / blocksAcross;
+        CellMask near = ((CellMask{1} << cells) - 1) << block * cells;
+        for (std::size_t i = 0; i < reachCells; ++i)
+            near |= near << 1 | near >> 1;
+        const std::int64_t reach = layout().b.height / reachShare, down = second ? 0 : e_.shift;
+        for (std::int64_t row = std::max<std::int64_t>(0, comparison_.rowOf(band) + down - reach);
+             row < comparison_.endOf(band) + down + reach; ++row)
+            if (pair_.furnitureAt(row) & near)
+                return true;
+        return false;
+    }
+
     /// What contradicts but belongs to a bar in sight, or to a scroll thumb at the side, says nothing.
     void explainBars() {
         for (Band& band : bands_)
@@ -123,6 +144,41 @@ private:
                 for (std::size_t k = 0; k < blocksAcross; ++k)
                     if (bands_[i].contradicts(k) && mayBeBar(onScreen(i, k, second), false))
                         bands_[i].set(k, Block::bar);
+            }
+    }
+
+    /// What contradicts but belongs to a button that stands still and lets the page shine through says nothing: on
+    /// another ground it is higher than a line of text, and as wide as a block at least, but for its rim.
+    void explainButtons() {
+        using Blocks = std::uint32_t; // of a band, the leftmost lowest
+        static_assert(blocksAcross == 32);
+        std::vector<Blocks> explained(bands_.size()), inner(bands_.size());
+        for (std::size_t i = 0; i < bands_.size(); ++i)
+            for (std::size_t k = 0; k < blocksAcross; ++k) {
+                const auto explains = [&](bool second) {
+                    return isNearStill(i, k, second) && followsFromBoth(onScreen(i, k, second));
+                };
+                if (!bands_[i].contradicts(k) || !(explains(true) || explains(false)))
+                    continue;
+                explained[i] |= Blocks{1} << k;
+                if (bands_[i].at(k) == Block::covered)
+                    inner[i] |= Blocks{1} << k;
+            }
+        const auto near = [&](std::size_t i) { // those of a button, and the ones beside them
+            Blocks all = 0;
+            for (std::size_t first = i < leastButton ? 0 : i - leastButton;
+                 first <= i + 1 && first + leastButton <= inner.size(); ++first) {
+                Blocks high = ~Blocks{0};
+                for (std::size_t k = first; k < first + leastButton; ++k)
+                    high &= inner[k];
+                all |= high;
+            }
+            return all | all << 1 | all >> 1;
+        };
+        for (std::size_t i = 0; i < bands_.size(); ++i)
+            for (Blocks blocks = explained[i] & near(i); blocks != 0; blocks &= blocks - 1) {
+                bands_[i].set(static_cast<std::size_t>(std::countr_zero(blocks)), Block::bar);
+                ++e_.buttons;
             }
     }
 

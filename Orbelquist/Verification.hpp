@@ -33,6 +33,7 @@ struct Examination {
     Against edge;                 ///< outside, where a bar may be
     Against beyond;               ///< outside, further in than a bar is high
     std::int64_t bar = 0;         ///< blocks outside that a bar explains
+    std::int64_t buttons = 0;     ///< blocks that a button or the like explains
     std::int64_t barBands = 0;    ///< bands of bars that only one of the frames shows
     std::int64_t regionBands = 0; ///< bands of regions that change all through
     std::int64_t filmBands = 0;   ///< of these, where no bar may be
@@ -47,8 +48,9 @@ struct Examination {
         return evidence() - 3 * (inside.shapes + overlay.shapes + edge.shapes + beyond.shapes) -
                (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2;
     }
-    /// What is left of the agreement when every block that contradicts takes three with it, and every bar's one.
-    std::int64_t net() const { return evidence() - 3 * against() - bar; }
+    /// What is left of the agreement when every block that contradicts, or would without a button, takes three with it,
+    /// and every bar's one.
+    std::int64_t net() const { return evidence() - 3 * (against() + buttons) - bar; }
 };
 
 /// Nothing where nothing speaks for the shift.
