@@ -24,13 +24,17 @@ bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few)
     const FramePair bare = pair.withBarsAlone();
     std::vector<RowAgreement> rows;
     const std::int64_t height = std::min(pair.a().height, pair.b().height);
+    const auto isMuch = [&](const Stretch& stretch) { return (stretch.last - stretch.first) * 4 >= height; };
     const auto explainsAll = [](const Stretch& stretch) { return stretch.contradicting * 20 <= stretch.agreeing; };
+    const Stretch place = stretchAt(bare, e.shift, rows);
+    const auto isCleaner = [&](const Stretch& other) { // than that, by much
+        return isMuch(place) && place.contradicting * 4 * other.agreeing < other.contradicting * place.agreeing;
+    };
     for (const Stretch& sampled : sampledStretches(bare, few)) {
         if (sampled.shift == e.shift || sampled.contradicting * 10 > sampled.agreeing)
             continue;
         const Stretch stretch = stretchAt(bare, sampled.shift, rows);
-        if (explainsAll(stretch) && (stretch.last - stretch.first) * 4 >= height &&
-            stretch.score() > stretchAt(bare, e.shift, rows).score())
+        if (explainsAll(stretch) && isMuch(stretch) && stretch.score() > place.score() && !isCleaner(stretch))
             return true;
     }
     if (std::abs(e.shift) > 4 * few)
