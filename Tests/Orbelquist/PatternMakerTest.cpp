@@ -202,6 +202,16 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
               [&](auto x, auto y, bool second) {
                   return x >= 190 && x < 240 && y >= 480 && y < 530 ? bars.luma(x, y) / 2 : shown(x, y, second);
               }},
+             {"buttons to see through", // each with a sign, before a few lines
+              [&](auto x, auto y, bool second) {
+                  const bool isLine = (second ? y + down : y) / 20 % 3 == 0;
+                  const auto behind = isLine ? static_cast<int>(shown(x, y, second)) : 255;
+                  const auto left = x - 164, top = (y - 330) % 100;
+                  if (left < 0 || left >= 72 || y < 330 || y >= 502 || top >= 72)
+                      return behind;
+                  const bool isSign = left >= 24 && left < 40 && top >= 24 && top < 40;
+                  return isSign ? 255 - static_cast<int>(bars.luma(x, y)) / 2 : behind / 4 + 40;
+              }},
              {"values that changed meanwhile", // in every fourth line, at its end
               [&](auto x, auto y, bool second) {
                   const auto at = second ? y + down : y;
