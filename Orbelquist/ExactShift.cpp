@@ -1,6 +1,7 @@
 #include "Orbelquist/ExactShift.hpp"
 
 #include "Orbelquist/Kernels/SquaredDifference.hpp"
+#include "Orbelquist/SomeRows.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -13,10 +14,8 @@ namespace orbelquist {
 
 namespace {
 
-/// Rows of a stretch that are looked at, most of them a golden part of it further on than the one before: no list's
-/// period is that of the sample.
+/// Rows of a stretch that are looked at.
 constexpr std::int64_t sampledRows = 256;
-constexpr std::uint32_t goldenPart = 0x9e3779b9; // of 2^32
 
 /// One row of so many may show something else at both of two shifts, such as a bar's edge, which would outweigh all of
 /// a pale page.
@@ -46,12 +45,8 @@ std::vector<PixelDifference> rowDifferences(const FramePair& pair, const Examina
         first = std::max(first, pair.firstPageRow(s));
         last = std::min(last, pair.lastPageRow(s));
     }
-    const std::int64_t rows = std::max<std::int64_t>(0, last - first);
     std::vector<PixelDifference> differences;
-    for (std::uint32_t i = 0; i < std::min(rows, sampledRows); ++i) {
-        const std::uint64_t part = i * goldenPart; // modulo 2^32
-        const std::int64_t row =
-            first + (rows > sampledRows ? static_cast<std::int64_t>(part * static_cast<std::uint64_t>(rows) >> 32) : i);
+    visitSome(first, last, sampledRows, [&](std::int64_t row) {
         PixelDifference& difference = differences.emplace_back();
         const auto add = [&](std::size_t begin, std::size_t end) {
             const std::uint64_t sum =
@@ -60,13 +55,13 @@ std::vector<PixelDifference> rowDifferences(const FramePair& pair, const Examina
         };
         if (!pair.hasBackdrop()) { // furniture amid the page may be lines' blank ends: they tell most
             add(0, width);
-            continue;
+            return;
         }
         const CellMask page = ~(pair.ignoredInA(row + shift) | pair.ignoredInB(row));
         for (std::size_t cell = 0; cell < cellCount; ++cell)
             if (page >> cell & 1)
                 add(cell * width / cellCount, (cell + 1) * width / cellCount);
-    }
+    });
     return differences;
 }
 
