@@ -15,6 +15,8 @@ namespace orbelquist {
 namespace {
 
 constexpr std::int64_t leastBandRows = 6;
+/// So many pixels of a block add up exactly in 32 bits: a tall picture's bands are no higher than that.
+constexpr std::int64_t mostPixels = 65'536;
 
 /// A block carries information when its luma varies, or differs, by more square levels than this: what is fainter
 /// people hardly see. The frames' noise comes on top.
@@ -57,7 +59,9 @@ float percentile(std::vector<float>& values, std::ptrdiff_t percent) {
 } // namespace
 
 BlockComparison::BlockComparison(const Layout& layout, std::size_t every)
-    : layout_(layout), bandRows_(std::max(leastBandRows, std::min(layout.a.height, layout.b.height) / bandsPerScreen)),
+    : layout_(layout),
+      bandRows_(std::min(std::max(leastBandRows, std::min(layout.a.height, layout.b.height) / bandsPerScreen),
+                         std::max<std::int64_t>(1, mostPixels / (layout.b.width / blocksAcross + 1)))),
       every_(every) {
     const std::int64_t rows = std::max<std::int64_t>(0, layout.last - layout.first);
     measures_.resize(static_cast<std::size_t>((rows + bandRows_ - 1) / bandRows_));

@@ -81,6 +81,8 @@ bool isLeftOutLittle(const Examination& e, bool isAlone) {
     }
     if (e.bar > (weightOf(e) > 0 ? mostBarsBeyondDoubt : mostBars) * e.agreeing)
         return false;
+    if (e.buttons > e.agreeing)
+        return false;
     if (e.regionBands > 0 && e.agreeing * 2 < 120 + 3 * e.regionBands)
         return false;
     if (e.agreeingBands < manyBands)

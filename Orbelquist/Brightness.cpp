@@ -17,6 +17,7 @@ constexpr double sameLevel = 2;
 constexpr double leastSpread = 16;
 /// What a screen changes by unnoticed, of all levels, and less than which is none.
 constexpr double most = 0.15, least = 0.01;
+
 struct Levels {
     double a = 0, b = 0;
 };

@@ -11,9 +11,10 @@ namespace orbelquist {
 
 namespace {
 
-/// Rows of each shift that are looked at, some one a line of text: of those that hold anything, and of the blank ones,
-/// which only contradict.
+/// Rows of each shift that are looked at, at least, and less than twice as many, some one a line of text: of those that
+/// hold anything, and of the blank ones, which only contradict.
 constexpr std::size_t sampledRows = 64, sampledBlankRows = 16;
+static_assert(2 * (sampledRows + sampledBlankRows) <= mostRows);
 
 /// The places of which all rows are looked at, and those examined on all pixels, by each of three rankings.
 constexpr std::size_t shortlistedPlaces = 32, examinedPlaces = 10;
@@ -96,11 +97,11 @@ std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst,
     const std::int64_t still = (isInFirst ? pair.b() : pair.a()).height;
     const RowsView movingRows = isInFirst ? pair.rowsOfA() : pair.rowsOfB();
     const RowsView stillRows = isInFirst ? pair.rowsOfB() : pair.rowsOfA();
-    const std::int64_t last = std::min(furthest, moving - leastOverlap);
+    const std::int64_t last = still < leastOverlap ? 0 : std::min(furthest, moving - leastOverlap);
     const auto overlapAt = [&](std::int64_t down) { return std::min(still, moving - down); };
     Sample sample(stillRows, still);
     std::vector<Stretch> stretches;
-    std::int64_t down = std::max<std::int64_t>(1, leastOverlap - still); // at 0 all is furniture
+    std::int64_t down = 1; // at 0 all is furniture
     while (down <= last) {
         const std::span<const std::uint32_t> rows = sample.rowsTo(overlapAt(down));
         const auto shifts = std::min(shiftsAtOnce, static_cast<std::size_t>(last - down + 1));

@@ -15,43 +15,24 @@ namespace {
 /// Rows of content that are found elsewhere, too, pin nothing: so many percent of their cells, and of the blocks all
 /// but one of so many.
 constexpr std::int64_t repeatedPercent = 85, repeatedRoom = 32;
-/// Of so many of these rows half must be found, before all are looked at.
+/// Half of the cells of so many of these rows, or up to twice as many, must be found before all are looked at.
 constexpr std::size_t firstRepeated = 8;
 
-} // namespace
+/// A small shift explains the frames where no more than one of so many cells contradicts, in all rows; some rows may
+/// show twice as many.
+constexpr std::int64_t explainedShare = 20;
+/// What agrees over one of so many parts of the screen is much; and cleaner by much what contradicts so many times
+/// less.
+constexpr std::int64_t muchShare = 4, muchCleaner = 4;
+/// What is left of strokes fits a line's height further on, at most: so many times the small shifts.
+constexpr std::int64_t strokesReach = 4;
 
-bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few) {
-    const FramePair bare = pair.withBarsAlone();
-    std::vector<RowAgreement> rows;
-    const std::int64_t height = std::min(pair.a().height, pair.b().height);
-    const auto isMuch = [&](const Stretch& stretch) { return (stretch.last - stretch.first) * 4 >= height; };
-    const auto explainsAll = [](const Stretch& stretch) { return stretch.contradicting * 20 <= stretch.agreeing; };
-    const Stretch place = stretchAt(bare, e.shift, rows);
-    const auto isCleaner = [&](const Stretch& other) { // than that, by much
-        return isMuch(place) && place.contradicting * 4 * other.agreeing < other.contradicting * place.agreeing;
-    };
-    for (const Stretch& sampled : sampledStretches(bare, few)) {
-        if (sampled.shift == e.shift || sampled.contradicting * 10 > sampled.agreeing)
-            continue;
-        const Stretch stretch = stretchAt(bare, sampled.shift, rows);
-        if (explainsAll(stretch) && isMuch(stretch) && stretch.score() > place.score() && !isCleaner(stretch))
-            return true;
-    }
-    if (std::abs(e.shift) > 4 * few)
-        return false;
-    // What is left of strokes fits a line's height further on, at most.
-    const double difference = pixelDifference(pair, e, e.shift);
-    for (std::int64_t small = 1; small <= few; ++small)
-        for (const std::int64_t other : {small, -small})
-            if (std::abs(other - e.shift) > onePlace && pixelDifference(pair, e, other) < difference)
-                return true;
-    return false;
-}
+} // namespace
 
 bool isRepeated(const FramePair& pair, const Examination& e) {
     const Frame& b = pair.b();
     const std::int64_t rows = e.last - e.first;
-    if (rows * 4 > b.height)
+    if (rows * muchShare > b.height)
         return false;
     struct Row {
         std::int64_t at;
@@ -95,6 +76,36 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
             if (std::abs(start - own) > rows / 2 + onePlace && mayLieAt(*frame, start) && liesAt(*frame, start))
                 return true;
     }
+    return false;
+}
+
+bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few) {
+    const FramePair bare = pair.withBarsAlone();
+    std::vector<RowAgreement> rows;
+    const std::int64_t height = std::min(pair.a().height, pair.b().height);
+    const auto isMuch = [&](const Stretch& stretch) { return (stretch.last - stretch.first) * muchShare >= height; };
+    const auto explainsAll = [](const Stretch& stretch) {
+        return stretch.contradicting * explainedShare <= stretch.agreeing;
+    };
+    const Stretch place = stretchAt(bare, e.shift, rows);
+    const auto isCleaner = [&](const Stretch& other) { // than that, by much
+        return isMuch(place) &&
+               place.contradicting * muchCleaner * other.agreeing < other.contradicting * place.agreeing;
+    };
+    for (const Stretch& sampled : sampledStretches(bare, few)) {
+        if (sampled.shift == e.shift || sampled.contradicting * explainedShare > 2 * sampled.agreeing)
+            continue;
+        const Stretch stretch = stretchAt(bare, sampled.shift, rows);
+        if (explainsAll(stretch) && isMuch(stretch) && stretch.score() > place.score() && !isCleaner(stretch))
+            return true;
+    }
+    if (std::abs(e.shift) > strokesReach * few)
+        return false;
+    const double difference = pixelDifference(pair, e, e.shift);
+    for (std::int64_t small = 1; small <= few; ++small)
+        for (const std::int64_t other : {small, -small})
+            if (std::abs(other - e.shift) > onePlace && pixelDifference(pair, e, other) < difference)
+                return true;
     return false;
 }
 

@@ -1,5 +1,7 @@
 #include "Orbelquist/EqualFrames.hpp"
 
+#include "Orbelquist/SomeRows.hpp"
+
 #include <algorithm>
 #include <bit>
 #include <vector>
@@ -19,6 +21,9 @@ constexpr std::int64_t changedShare = 50;
 /// A tall picture that begins with what the other shows: one of this many cells may differ before another place is
 /// thinkable.
 constexpr std::int64_t beginsAlikeShare = 3;
+
+/// So many rows tell first whether a shift may explain half of the changes at all: most do not.
+constexpr std::int64_t firstRows = 128;
 
 /// Rows of content that pin a view: at least one of this many of its height.
 constexpr std::int64_t pinningShare = 100;
@@ -56,12 +61,18 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
         return KSVPatternPair{.verdict = {.kind = KSVVerdict::Kind::unpinnedView}};
     for (std::int64_t shift = 1; shift < a.height - 2 * bar; ++shift) {
         std::int64_t explained = 0, seen = 0;
-        for (std::int64_t y = bar + 1; y + shift < a.height - bar; ++y) {
+        const auto look = [&](std::int64_t y) {
             if (!changes[static_cast<std::size_t>(y)] && !changes[static_cast<std::size_t>(y + shift)])
-                continue;
+                return;
             ++seen;
             explained += equalAt(y, y + shift) && equalAt(y - 1, y - 1 + shift);
-        }
+        };
+        const std::int64_t last = a.height - bar - shift;
+        visitSome(bar + 1, last, firstRows, look);
+        if (explained * 4 < seen)
+            continue;
+        explained = seen = 0;
+        visitSome(bar + 1, last, last, look);
         if (seen * 4 >= total && explained * 2 > seen)
             return KSVPatternPair{.verdict = {.kind = KSVVerdict::Kind::unpinnedView}};
     }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <numeric>
 #include <vector>
@@ -94,8 +95,8 @@ std::int64_t exactShift(const FramePair& pair, const Examination& e) {
     while (best != from) {
         from = best;
         for (const std::int64_t shift : {from - 1, from + 1, from - 2, from + 2})
-            if (shift != 0 && isLess(pair, e, shift, best))
-                best = shift;
+            if (shift != 0 && std::abs(shift - e.shift) > std::abs(best - e.shift) && isLess(pair, e, shift, best))
+                best = shift; // only ever further away: where rows moved by themselves, each may be less than the next
     }
     return best;
 }

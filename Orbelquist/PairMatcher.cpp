@@ -26,8 +26,9 @@ constexpr std::uint8_t cellTolerance = 4;
 /// percent, of the same at the best; at a place within two lines of text, so many strokes, which have more in common
 /// with it, more than that.
 constexpr std::int64_t secondElsewhere = 30, secondNearby = 40, nearbyStrokes = 4;
-/// Or when it has more than this part, in percent, of the best's agreement, if what covers it were films and overlays.
-constexpr std::int64_t secondAtItsBest = 70;
+/// Or when it has more than this part, in percent, of the best's agreement, if what covers it were films and overlays;
+/// less is enough where more than one of so many blocks contradicts the best one.
+constexpr std::int64_t secondAtItsBest = 70, secondToDoubtful = 50, doubtfulShare = 4;
 /// So does a place that is refused and has more than this part, in percent, at its best, where anything contradicts the
 /// best one: a page that repeats may be covered at its true place.
 constexpr std::int64_t secondRefused = 50;
@@ -82,6 +83,8 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     auto exact = std::ranges::min_element(held, {}, [&](const Examination& e) {
         return isWithinStroke(e) ? differs(e) : std::numeric_limits<double>::max();
     });
+    const std::int64_t second =
+        exact->against() * doubtfulShare > exact->evidence() ? secondToDoubtful : secondAtItsBest;
     const auto isRival = [&](const Examination& other) {
         if (std::abs(other.shift - exact->shift) <= onePlace)
             return false;
@@ -90,7 +93,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
                    differs(other) < differs(*exact) * clearlyMore + 1;
         const bool isNearby = std::abs(other.shift - exact->shift) <= nearbyStrokes * stroke;
         return other.net() * 100 > std::min(best->net(), exact->net()) * (isNearby ? secondNearby : secondElsewhere) ||
-               other.atBest() * 100 > best->atBest() * secondAtItsBest;
+               other.atBest() * 100 > best->atBest() * second;
     };
     const auto openTo = [&](const Examination& other) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
@@ -128,6 +131,9 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
                 return {.verdict = verdictOn(*moved, Kind::contradicted, pair)};
             *exact = *moved;
         }
+    // What is left out as a picture may be a line's blank ends, and they tell the row.
+    if (pair.hasBackdrop() && exactShift(pair.withoutBackdrop(), *exact) != exact->shift)
+        return {.verdict = verdictOn(*exact, Kind::contradicted, pair)};
     verdict.offset = exact->shift;
     return joinedAt(*exact, verdict, pair);
 }

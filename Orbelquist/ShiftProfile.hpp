@@ -28,6 +28,8 @@ public:
     /// stands there. Other frames of the run, of the same width, may show more of it.
     std::optional<FramePair> withBackdrop(std::span<const Frame* const> neighbours) const;
 
+    FramePair withoutBackdrop() const { return FramePair(a_, b_, tolerance_, furniture_); }
+
     const Frame& a() const { return a_; }
     const Frame& b() const { return b_; }
     const Furniture& furniture() const { return furniture_; }
@@ -85,7 +87,7 @@ struct Stretch {
     std::int64_t agreeing = 0;        ///< cells
     std::int64_t contradicting = 0;   ///< cells
     std::int64_t overall = 0;         ///< contradicting cells of the whole overlap
-    std::int64_t step = 1;            ///< one row of so many was looked at
+    std::int64_t step = 1;            ///< of the rows that hold anything one of so many was looked at
 
     std::int64_t score() const { return agreeing - 2 * contradicting; }
 };

@@ -123,7 +123,8 @@ private:
         CellMask near = ((CellMask{1} << cells) - 1) << block * cells;
         for (std::size_t i = 0; i < reachCells; ++i)
             near |= near << 1 | near >> 1;
-        const std::int64_t reach = layout().b.height / reachShare, down = second ? 0 : e_.shift;
+        const std::int64_t reach = std::min(layout().a.height, layout().b.height) / reachShare,
+                           down = second ? 0 : e_.shift;
         for (std::int64_t row = std::max<std::int64_t>(0, comparison_.rowOf(band) + down - reach);
              row < comparison_.endOf(band) + down + reach; ++row)
             if (pair_.furnitureAt(row) & near)
@@ -177,7 +178,7 @@ private:
         };
         for (std::size_t i = 0; i < bands_.size(); ++i)
             for (Blocks blocks = explained[i] & near(i); blocks != 0; blocks &= blocks - 1) {
-                bands_[i].set(static_cast<std::size_t>(std::countr_zero(blocks)), Block::bar);
+                bands_[i].set(static_cast<std::size_t>(std::countr_zero(blocks)), Block::blank);
                 ++e_.buttons;
             }
     }

@@ -49,9 +49,6 @@ void compareRows(const RowsView& a, const RowsView& b, std::uint8_t tolerance, s
     }
 }
 
-/// What counts of as many rows adds up to in 16 bits.
-constexpr std::size_t mostRows = 511;
-
 /// A row, to be compared with many: each of its cells less the tolerance, and more.
 class Row {
 public:

@@ -43,8 +43,11 @@ struct BestRows {
 /// The shifts that are compared at once.
 inline constexpr std::size_t shiftsAtOnce = 32;
 
+/// What counts of as many rows adds up to in 16 bits.
+inline constexpr std::size_t mostRows = 511;
+
 /// For element s of `result`, up to `shiftsAtOnce`, compares the first `counts[s]` of `rows` of `still` with rows s
-/// further down of `moving`: at most 511 rows, and no more than of the element before.
+/// further down of `moving`: at most `mostRows`, and no more than of the element before.
 void compareShifts(const RowsView& still, const RowsView& moving, std::uint8_t tolerance,
                    std::span<const std::uint32_t> rows, std::span<const std::size_t> counts,
                    std::span<BestRows> result);

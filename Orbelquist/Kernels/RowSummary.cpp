@@ -32,7 +32,7 @@ void summarizeRow(std::span<const std::uint8_t> row, const BlockTotals& above, B
     const hn::Repartition<std::int32_t, decltype(d)> words;
     const hn::Repartition<std::uint64_t, decltype(d)> wide;
     const std::size_t width = row.size(), lanes = hn::Lanes(d);
-    // Sums are divided by the number of pixels, one of two, by its inverse: exact below 2^18 pixels.
+    // Sums are divided by the number of pixels, one of two, by its inverse: exact for cells of up to 2^18.
     constexpr int inverseBits = 44;
     const std::size_t least = std::max<std::size_t>(1, width / cellCount);
     const std::uint64_t inverses[] = {(std::uint64_t{1} << inverseBits) / least + 1,

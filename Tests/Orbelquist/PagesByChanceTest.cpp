@@ -40,12 +40,16 @@ public:
         toast_ = oneIn(5) ? between(150, 500) : -1;
         dimmed_ = oneIn(8) ? 12 : 0;
         seed_ = number(random);
+        glass_ = oneIn(6) && !repeats;
     }
 
     platform::CGImage screen(bool second) const {
         std::mt19937 random(seed_ + second);
         return platform::imageOf(width, height, [&](std::int64_t x, std::int64_t y) {
-            int luma = lumaAt(x, y, second) - (second ? dimmed_ : 0);
+            int luma = lumaAt(x, y, second);
+            if (glass_ && x >= 164 && x < 236 && y >= 330 && y < 502 && (y - 330) % 100 < 72) // two buttons, with signs
+                luma = (x - 164) / 24 == 1 && (y - 330) % 100 / 24 == 1 ? 255 - bars_.luma(x, y) / 2 : luma / 4 + 40;
+            luma -= second ? dimmed_ : 0;
             if (noise_ > 0)
                 luma += static_cast<int>(random() % static_cast<unsigned>(2 * noise_ + 1)) - noise_;
             return static_cast<std::uint32_t>(std::clamp(luma, 0, 255)) * 0x1010100u | 255u;
@@ -78,15 +82,15 @@ private:
 
     Page page_, other_, bars_, films_[2];
     std::int64_t period_ = 0, film_ = -1, toast_ = -1;
-    bool likeTemplate_ = false, sparse_ = false, barsOfFirst_ = true, barsOfSecond_ = true;
+    bool likeTemplate_ = false, sparse_ = false, barsOfFirst_ = true, barsOfSecond_ = true, glass_ = false;
     int noise_ = 0, dimmed_ = 0;
     unsigned seed_ = 0;
 };
 
 } // namespace
 
-/// Pages, bars, overlays, films, noise, repeats, blanks, strangers of one template and shifts of both signs by chance:
-/// whatever is answered is right to the row, and the band lies where both screens show the page.
+/// Pages, bars, overlays, see-through buttons, films, noise, repeats, blanks, strangers of one template and shifts of
+/// both signs by chance: whatever is answered is right to the row, and the band lies where both screens show the page.
 TEST(PagesByChance, AreJoinedRightOrNotAtAll) {
     unsigned joined = 0, joinable = 0;
     const unsigned rounds = chance::numberFrom("VELMORANT_ROUNDS", 60); // more are asked for now and then

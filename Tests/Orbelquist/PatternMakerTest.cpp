@@ -173,6 +173,46 @@ CGImage screen(const std::function<int(std::int64_t, std::int64_t)>& luma) {
     });
 }
 
+// What moves by itself leaves no row at which all pixels differ least.
+TEST(KSVPatternMaker, AnswersAListWhoseItemsMovedByARowOrTwo) {
+    for (const unsigned seed : {2783u, 4686u}) {
+        std::mt19937 random(seed);
+        const auto below = [&](unsigned end) { return static_cast<std::int64_t>(random() % end); };
+        constexpr std::int64_t across = 96, down = 400;
+        const std::int64_t moved = 60 + below(150), pitch = 12 + below(30), thick = 1 + below(4);
+        const std::uint32_t ink = 255 - static_cast<std::uint32_t>(60 + below(195));
+        const auto jitter = static_cast<unsigned>(1 + below(3));
+        struct Piece {
+            std::int64_t left, right, top, lower;
+        };
+        std::vector<Piece> pieces;
+        for (std::int64_t y = 4; y + thick + 6 < down + moved + 8; y += pitch) {
+            const std::int64_t lower = below(jitter);
+            for (std::int64_t left = 3 + below(8); left > 0; --left) {
+                const std::int64_t x = below(across - 8), width = 2 + below(7);
+                pieces.push_back({x, x + width, y + below(3), lower});
+            }
+        }
+        const auto noise = static_cast<int>(below(3));
+        const auto shot = [&](bool second) {
+            return platform::imageOf(across, down, [&](std::int64_t x, std::int64_t y) {
+                std::int64_t luma = 255;
+                for (const Piece& piece : pieces) {
+                    const std::int64_t top = piece.top + (second ? piece.lower - moved : 0);
+                    if (x >= piece.left && x < piece.right && y >= top && y < top + thick)
+                        luma = ink;
+                }
+                luma +=
+                    noise > 0 ? static_cast<std::int64_t>(random() % static_cast<unsigned>(2 * noise + 1)) - noise : 0;
+                return static_cast<std::uint32_t>(std::clamp<std::int64_t>(luma, 0, 255)) * 0x1010100u | 255u;
+            });
+        };
+        const CGImage first = shot(false), second = shot(true);
+        const std::string offset = offsetOf(match({first, second})[0]);
+        EXPECT_TRUE(offset == "x" || std::abs(std::stoll(offset) - moved) <= 2) << offset << " of " << moved;
+    }
+}
+
 TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
     const Page page(9), film(10), otherFilm(11), bars(4711);
     constexpr std::int64_t down = 220;
