@@ -72,7 +72,8 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
         if (explained * 4 < seen)
             continue;
         explained = seen = 0;
-        visitSome(bar + 1, last, last, look);
+        for (std::int64_t y = bar + 1; y < last; ++y)
+            look(y);
         if (seen * 4 >= total && explained * 2 > seen)
             return KSVPatternPair{.verdict = {.kind = KSVVerdict::Kind::unpinnedView}};
     }

@@ -10,6 +10,9 @@ namespace orbelquist {
 /// A bar may take this part of the screen.
 inline constexpr std::int64_t tallestBar = 6;
 
+/// Its shadow may reach one of so many of the screen's rows beyond it.
+inline constexpr std::int64_t shadowShare = 100;
+
 /// What stands still on the screen while the page scrolls: bars, buttons, side bars, a wallpaper. It says nothing of
 /// how the page moved.
 struct Furniture {

@@ -14,9 +14,6 @@ namespace {
 /// A fade over more rows than this hides a seam no better.
 constexpr std::int64_t bandRows = 24;
 
-/// A bar's shadow reaches so many of the screen's rows.
-constexpr std::int64_t shadowShare = 100;
-
 /// The first band of so many rows that agree is taken; where there is none, the longest.
 constexpr std::int64_t leastRows = 12;
 

@@ -27,8 +27,6 @@ constexpr std::int64_t reachShare = 30;
 constexpr std::size_t reachCells = 4;
 /// It is at least so many bands high.
 constexpr std::size_t leastButton = 3;
-/// A bar's shadow may fall so many of the screen's rows beyond it.
-constexpr std::int64_t shadowShare = 100;
 /// A band of a bar holds at least so many blocks that stand still: one alone is chance.
 constexpr int leastStill = 2;
 
