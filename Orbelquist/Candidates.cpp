@@ -17,11 +17,14 @@ constexpr std::size_t sampledRows = 64, sampledBlankRows = 16;
 static_assert(2 * (sampledRows + sampledBlankRows) <= mostRows);
 
 /// The places of which all rows are looked at, and those examined on all pixels, by each of three rankings.
-constexpr std::size_t shortlistedPlaces = 32, examinedPlaces = 10;
+constexpr std::size_t shortlistedPlaces = 16, examinedPlaces = 10;
 
 /// Where so little contradicts the best place, nothing with so little agreement beside it can be another: one part of
 /// so many.
 constexpr std::int64_t negligibleShare = 16;
+
+/// Some rows alone, or the row beside it, tell a place that agrees so many times as much, at most.
+constexpr std::int64_t mostFoundNearby = 2;
 
 /// The best places by score; by score over contradictions: in dense tables the truth stands far down the first list;
 /// and by score over those of the whole overlap: where two frames share a line or two, little can contradict. By score,
@@ -140,11 +143,9 @@ std::vector<Stretch> sampledStretches(const FramePair& pair, std::int64_t furthe
     return stretches;
 }
 
-// Uphill to the best of its neighbours: some rows alone may have named the wrong one.
-Stretch bestNearby(const FramePair& pair, const Stretch& sampled) {
+Stretch bestNearby(const FramePair& pair, Stretch best) {
     std::vector<RowAgreement> rows;
-    Stretch best = stretchAt(pair, sampled.shift, rows);
-    for (const std::int64_t step : {-1, 1})
+    for (const std::int64_t step : {-1, 1}) // uphill
         while (best.shift + step != 0) {
             const Stretch next = stretchAt(pair, best.shift + step, rows);
             if (next.score() <= best.score())
@@ -154,14 +155,20 @@ Stretch bestNearby(const FramePair& pair, const Stretch& sampled) {
     return best;
 }
 
-std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> sampled) {
+std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> sampled, std::int64_t least) {
+    std::erase_if(sampled, [&](const Stretch& s) { return s.agreeing * s.step * mostFoundNearby < least; });
     std::vector<Stretch> places = bestPlaces(std::move(sampled), shortlistedPlaces);
     if (!places.empty() && places.front().overall * negligibleShare <= places.front().agreeing)
         std::erase_if(places, [least = places.front().agreeing / negligibleShare](const Stretch& stretch) {
             return stretch.agreeing < least;
         });
+    std::vector<RowAgreement> rows;
+    for (Stretch& place : places)
+        place = stretchAt(pair, place.shift, rows);
+    std::erase_if(places, [&](const Stretch& place) { return place.agreeing * mostFoundNearby < least; });
     for (Stretch& place : places)
         place = bestNearby(pair, place);
+    std::erase_if(places, [&](const Stretch& place) { return place.agreeing < least; });
     return bestPlaces(std::move(places), examinedPlaces);
 }
 

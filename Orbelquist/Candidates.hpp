@@ -22,11 +22,11 @@ Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::vector<RowAgre
 std::vector<Stretch> sampledStretches(const FramePair& pair,
                                       std::int64_t furthest = std::numeric_limits<std::int64_t>::max());
 
-/// The best stretch, looked at in all rows, of the place of one of which some were.
-Stretch bestNearby(const FramePair& pair, const Stretch& sampled);
+/// The best stretch of the place of one, both looked at in all rows.
+Stretch bestNearby(const FramePair& pair, Stretch stretch);
 
-/// The best of the places of which some rows were looked at, now looked at in all rows: few enough to be examined on
-/// all pixels. Best first.
-std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> sampled);
+/// The best of the places of which some rows were looked at, now looked at in all rows, where at least so many cells
+/// agree: few enough to be examined on all pixels. Best first.
+std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> sampled, std::int64_t least);
 
 } // namespace orbelquist

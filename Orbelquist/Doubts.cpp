@@ -61,14 +61,19 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
         return isThere(some, cellsOfSome / 2, frame, start - e.first) &&
                isThere(all, cells * (100 - repeatedPercent) / 100, frame, start - e.first);
     };
-    const auto liesAt = [&](const Frame& frame, std::int64_t start) {
+    const auto blocksAt = [&](const Frame& frame, std::int64_t start) {
         BlockComparison there({frame, b, start - e.first, e.first, e.last, {}, pair.ignoredInB()});
         std::int64_t alike = 0, against = 0;
         for (const Band& band : there.bands()) {
             alike += band.count(Block::alike);
             against += band.against();
         }
-        return alike * 10 >= e.agreeing * 9 && against * repeatedRoom <= alike;
+        return std::pair(alike, against);
+    };
+    const std::int64_t againstHere = blocksAt(pair.a(), e.first + e.shift).second;
+    const auto liesAt = [&](const Frame& frame, std::int64_t start) {
+        const auto [alike, against] = blocksAt(frame, start);
+        return alike * 10 >= e.agreeing * 9 && against <= std::max(alike / repeatedRoom, againstHere);
     };
     for (const Frame* frame : {&pair.a(), &b}) {
         const std::int64_t own = frame == &b ? e.first : e.first + e.shift;

@@ -91,15 +91,16 @@ void fill(std::vector<CellMask>& cells, const std::vector<CellMask>& equal, std:
 
 Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     const std::int64_t height = std::min(a.height, b.height);
-    std::vector<CellMask> equal(static_cast<std::size_t>(height)), informed(equal.size());
+    std::vector<CellMask> equal(static_cast<std::size_t>(height)), informed(equal.size()), nearly(equal.size());
     Furniture furniture{.cells = std::vector<CellMask>(equal.size())};
     for (std::size_t y = 0; y < equal.size(); ++y) {
         equal[y] = equalCells(a.signature[y], b.signature[y], tolerance);
+        nearly[y] = equalCells(a.signature[y], b.signature[y], static_cast<std::uint8_t>(2 * tolerance));
         informed[y] = a.informed[y] | b.informed[y];
         furniture.cells[y] = equal[y] & informed[y];
     }
-    furniture.topRows = stillRows(height, equal, informed, [](std::int64_t i) { return i; });
-    furniture.bottomRows = stillRows(height, equal, informed, [&](std::int64_t i) { return height - 1 - i; });
+    furniture.topRows = stillRows(height, nearly, informed, [](std::int64_t i) { return i; });
+    furniture.bottomRows = stillRows(height, nearly, informed, [&](std::int64_t i) { return height - 1 - i; });
     dropSlight(furniture.cells);
     fill(furniture.cells, equal, height / barsPerScreen);
     furniture.topBar = barRows(furniture, height, [](std::int64_t i) { return i; });

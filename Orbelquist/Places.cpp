@@ -15,8 +15,8 @@ namespace {
 constexpr std::int64_t strokesPerScreen = 100;
 
 /// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
-/// it nor leaves it open. What some rows tell of its agreement may be half of it.
-constexpr std::int64_t negligible = 25, negligibleSampled = negligible / 2;
+/// it nor leaves it open.
+constexpr std::int64_t negligible = 25;
 
 } // namespace
 
@@ -26,14 +26,12 @@ std::int64_t strokeOf(const FramePair& pair) {
 
 Places examinePlaces(const FramePair& pair, std::int64_t leastAlike) {
     Places places;
-    std::int64_t mostHeld = 0;
     const auto consider = [&](const Stretch& candidate) {
         const auto examined = examine(pair, candidate.shift);
         if (!examined)
             return;
         if (examined->agreeing >= leastAlike && holds(*examined, pair)) {
             places.held.push_back(*examined);
-            mostHeld = std::max(mostHeld, candidate.agreeing);
         } else {
             places.refused.push_back(*examined);
             if (!places.likeliest || examined->atBest() > places.likeliest->atBest())
@@ -44,13 +42,12 @@ Places examinePlaces(const FramePair& pair, std::int64_t leastAlike) {
     const auto most = std::ranges::max_element(stretches, {}, &Stretch::score);
     if (most == stretches.end())
         return places;
-    const Stretch first = bestNearby(pair, *most); // most often this is it, and little is left to look at
+    std::vector<RowAgreement> rows;
+    const Stretch first = bestNearby(pair, stretchAt(pair, most->shift, rows)); // most often this is it
     consider(first);
-    std::erase_if(stretches, [&](const Stretch& sampled) {
-        return sampled.agreeing * sampled.step * 100 < mostHeld * negligibleSampled;
-    });
-    for (const Stretch& candidate : candidates(pair, std::move(stretches)))
-        if (candidate.shift != first.shift && candidate.agreeing * 100 >= mostHeld * negligible)
+    const std::int64_t least = places.held.empty() ? 0 : first.agreeing * negligible / 100;
+    for (const Stretch& candidate : candidates(pair, std::move(stretches), least))
+        if (candidate.shift != first.shift)
             consider(candidate);
 
     const std::int64_t stroke = strokeOf(pair);

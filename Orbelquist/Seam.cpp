@@ -89,8 +89,7 @@ KSVPattern seamAt(const FramePair& pair, const Examination& verified) {
     const std::int64_t toLower = shift > 0 ? 0 : shift; // from rows of the second frame to rows of the lower one
     const Rows stretch{verified.first + toLower, verified.last + toLower};
 
-    const int tolerance = losslessTolerance + toleranceOverNoise * std::min(noiseOf(pair, verified), noisiest);
-    const auto bandIn = [&](const Rows& rows) {
+    const auto bandIn = [&](const Rows& rows, int tolerance) {
         return highestBand(
             rows, [&](std::int64_t r) { return rowsAgree(lower.row(r), upper.row(r + down), lower.width, tolerance); });
     };
@@ -99,9 +98,14 @@ KSVPattern seamAt(const FramePair& pair, const Examination& verified) {
     const std::int64_t shadow = lower.height / shadowShare;
     const std::int64_t below = furniture.topRows > 0 ? furniture.topRows + shadow : 0;
     const std::int64_t above = upper.height - down - (furniture.bottomRows > 0 ? furniture.bottomRows + shadow : 0);
-    Rows band = bandIn({std::max(stretch.first, below), std::min(stretch.last, above)});
-    if (band.count() < leastRows)
-        band = bandIn(stretch);
+    const Rows clear{std::max(stretch.first, below), std::min(stretch.last, above)};
+    Rows band = bandIn(clear, losslessTolerance);
+    if (band.count() < leastRows) {
+        const int tolerance = losslessTolerance + toleranceOverNoise * std::min(noiseOf(pair, verified), noisiest);
+        band = bandIn(clear, tolerance);
+        if (band.count() < leastRows)
+            band = bandIn(stretch, tolerance);
+    }
     return KSVPattern(shift, band.first - toLower,
                       std::max<std::int64_t>(1, band.count())); // in rows of the second frame
 }

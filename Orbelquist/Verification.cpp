@@ -27,6 +27,8 @@ constexpr std::int64_t reachShare = 30;
 constexpr std::size_t reachCells = 4;
 /// It is at least so many bands high.
 constexpr std::size_t leastButton = 3;
+/// By so many levels a window's edge differs from the page beside it.
+constexpr std::uint8_t plainStep = 8;
 /// A band of a bar holds at least so many blocks that stand still: one alone is chance.
 constexpr int leastStill = 2;
 
@@ -140,8 +142,10 @@ private:
             for (const bool second : {false, true}) {
                 if (!isInZone(i, second, true) && !isInZone(i, second, false))
                     continue;
+                const bool isAmidText = bands_[i].count(Block::alike) > bands_[i].against();
                 for (std::size_t k = 0; k < blocksAcross; ++k)
-                    if (bands_[i].contradicts(k) && mayBeBar(onScreen(i, k, second), false))
+                    if (bands_[i].contradicts(k) && (pair_.hasBackdrop() || !isAmidText || isNearStill(i, k, second)) &&
+                        mayBeBar(onScreen(i, k, second), false))
                         bands_[i].set(k, Block::bar);
             }
     }
@@ -217,6 +221,32 @@ private:
                 std::none_of(bands_.begin() + static_cast<std::ptrdiff_t>(end), bands_.end(), agrees));
     }
 
+    /// Whether both frames step from one level to another over most of their width at the same row of the screen,
+    /// within a band of a row.
+    bool hasStandingEdge(std::int64_t row) const {
+        const auto isStep = [](const Frame& frame, std::int64_t y) {
+            return std::popcount(equalCells(frame.signature[static_cast<std::size_t>(y - 1)],
+                                            frame.signature[static_cast<std::size_t>(y + 1)], plainStep)) *
+                       2 <
+                   cellCount;
+        };
+        const std::int64_t height = std::min(layout().a.height, layout().b.height), reach = comparison_.bandRows();
+        const std::int64_t first = std::max<std::int64_t>(1, pair_.furniture().topBar + reach);
+        const std::int64_t last = height - 1 - std::max<std::int64_t>(1, pair_.furniture().bottomBar + reach);
+        for (std::int64_t y = std::max(first, row - reach); y <= std::min(last, row + reach); ++y)
+            if (isStep(layout().a, y) && isStep(layout().b, y))
+                return true;
+        return false;
+    }
+
+    /// Whether a region is seen through a window that stands still, such as that of a film above the page.
+    bool isWindow(std::size_t begin, std::size_t end) const {
+        for (const std::int64_t row : {comparison_.rowOf(begin), comparison_.endOf(end - 1)})
+            if (hasStandingEdge(row) || hasStandingEdge(row + e_.shift))
+                return true;
+        return false;
+    }
+
     /// Takes out of account what changes all through: many bands in a row that are covered over most of their width.
     void findRegions() {
         for (std::size_t i = 0; i < bands_.size(); ++i) {
@@ -226,7 +256,7 @@ private:
             if (end - begin < leastRegion)
                 continue;
             e_.regionBands += static_cast<std::int64_t>(end - begin);
-            if (!isLoneBar(begin, end))
+            if (!isLoneBar(begin, end) && !isWindow(begin, end))
                 e_.filmBands += static_cast<std::int64_t>(end - begin);
             begin -= begin > 0 && bands_[begin - 1].against() > 0; // half region, half page
             end += end < bands_.size() && bands_[end].against() > 0;
