@@ -26,7 +26,8 @@ constexpr std::uint8_t cellTolerance = 4;
 /// percent, of the same at the best; at a place within two lines of text, so many strokes, which have more in common
 /// with it, more than that.
 constexpr std::int64_t secondElsewhere = 30, secondNearby = 40, nearbyStrokes = 4;
-/// Or when it has more than this part, in percent, of the best's agreement, if what covers it were films and overlays;
+/// Or when it has more than this part, in percent, of the best's agreement, if what covers it were films and overlays,
+/// or only films where much is left out of account;
 /// less is enough where more than one of so many blocks contradicts the best one.
 constexpr std::int64_t secondAtItsBest = 70, secondToDoubtful = 50, doubtfulShare = 4;
 /// So does a place that is refused and has more than this part, in percent, at its best, where anything contradicts the
@@ -85,6 +86,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     });
     const std::int64_t second =
         exact->against() * doubtfulShare > exact->evidence() ? secondToDoubtful : secondAtItsBest;
+    const bool isMuchLeftOut = exact->barBands + exact->regionBands >= muchLeftOut;
     const auto isRival = [&](const Examination& other) {
         if (std::abs(other.shift - exact->shift) <= onePlace)
             return false;
@@ -93,7 +95,8 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
                    differs(other) < differs(*exact) * clearlyMore + 1;
         const bool isNearby = std::abs(other.shift - exact->shift) <= nearbyStrokes * stroke;
         return other.net() * 100 > std::min(best->net(), exact->net()) * (isNearby ? secondNearby : secondElsewhere) ||
-               other.atBest() * 100 > best->atBest() * second;
+               other.atBest() * 100 > best->atBest() * second ||
+               (isMuchLeftOut && other.behindFilms() * 100 > exact->evidence() * secondAtItsBest);
     };
     const auto openTo = [&](const Examination& other) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
@@ -102,7 +105,6 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     };
     if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end())
         return openTo(*rival);
-    const bool isMuchLeftOut = exact->barBands + exact->regionBands >= muchLeftOut;
     const std::int64_t price = exact->agreeingBands >= manyBands ? 2 : 1;
     const auto mayBeIt = [&](const Examination& other) {
         return other.atBest() > exact->evidence() ||

@@ -43,10 +43,13 @@ struct Examination {
     std::int64_t evidence() const { return (agreeing + 3 * certain) / 4; }
     /// Blocks that contradict and belong to no bar.
     std::int64_t against() const { return inside.all() + overlay.all() + edge.all() + beyond.all(); }
+    /// What would be left of it if all that covers it were films.
+    std::int64_t behindFilms() const {
+        return evidence() - 3 * (inside.shapes + overlay.shapes + edge.shapes + beyond.shapes);
+    }
     /// What would be left of it if most of what covers it were films and bars.
     std::int64_t atBest() const {
-        return evidence() - 3 * (inside.shapes + overlay.shapes + edge.shapes + beyond.shapes) -
-               (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2;
+        return behindFilms() - (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2;
     }
     /// What is left of the agreement when every block that contradicts, or would without a button, takes three with it,
     /// and every bar's one.

@@ -41,6 +41,7 @@ public:
         dimmed_ = oneIn(8) ? 12 : 0;
         seed_ = number(random);
         glass_ = oneIn(6) && !repeats;
+        pinned_ = oneIn(8) ? between(100, 360) : 0;
     }
 
     platform::CGImage screen(bool second) const {
@@ -70,6 +71,8 @@ private:
                 return bars_.luma(x, y) / 2 + 90;
         if (toast_ >= 0 && !second && y >= toast_ && y < toast_ + 36 && x > 60 && x < 200)
             return 50;
+        if (y < pinned_)
+            return (second ? 20 : 110) + static_cast<int>((x * 131 + y * 71) * (x + (second ? 3 : 7) * y) % 97);
         const std::int64_t row = second ? y + down : y;
         if (film_ >= 0 && row >= film_ && row < film_ + 110)
             return 30 + films_[second].luma(x, row / 20 * 20 + 8) / 2;
@@ -82,6 +85,7 @@ private:
 
     Page page_, other_, bars_, films_[2];
     std::int64_t period_ = 0, film_ = -1, toast_ = -1;
+    std::int64_t pinned_ = 0; ///< the row to which a film lies above the page
     bool likeTemplate_ = false, sparse_ = false, barsOfFirst_ = true, barsOfSecond_ = true, glass_ = false;
     int noise_ = 0, dimmed_ = 0;
     unsigned seed_ = 0;
@@ -89,8 +93,9 @@ private:
 
 } // namespace
 
-/// Pages, bars, overlays, see-through buttons, films, noise, repeats, blanks, strangers of one template and shifts of
-/// both signs by chance: whatever is answered is right to the row, and the band lies where both screens show the page.
+/// Pages, bars, overlays, see-through buttons, films within and above the page, noise, repeats, blanks, strangers of
+/// one template and shifts of both signs by chance: whatever is answered is right to the row, and the band lies where
+/// both screens show the page.
 TEST(PagesByChance, AreJoinedRightOrNotAtAll) {
     unsigned joined = 0, joinable = 0;
     const unsigned rounds = chance::numberFrom("VELMORANT_ROUNDS", 60); // more are asked for now and then
