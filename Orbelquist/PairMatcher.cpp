@@ -21,13 +21,14 @@ namespace {
 
 /// Levels by which cells of equal content may differ: what lossy coding does to the mean of a cell.
 constexpr std::uint8_t cellTolerance = 4;
+/// Where a row of the one lies between two of the other, twice that.
+constexpr std::uint8_t softTolerance = 2 * cellTolerance;
 
 /// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
 /// percent, of the same at the best; at a place within two lines of text, so many strokes, which have more in common
 /// with it, more than that.
 constexpr std::int64_t secondElsewhere = 30, secondNearby = 40, nearbyStrokes = 4;
-/// Or when it has more than this part, in percent, of the best's agreement, if what covers it were films and overlays,
-/// or only films where much is left out of account;
+/// Or when it has more than this part, in percent, of the best's agreement, if what covers it were films and overlays;
 /// less is enough where more than one of so many blocks contradicts the best one.
 constexpr std::int64_t secondAtItsBest = 70, secondToDoubtful = 50, doubtfulShare = 4;
 /// So does a place that is refused and has more than this part, in percent, at its best, where anything contradicts the
@@ -39,10 +40,8 @@ constexpr double clearlyMore = 1.5;
 constexpr std::int64_t secondWithinStroke = 90;
 
 /// Where so many bands of the screen, the height of a toolbar, are left out of account as bars of one frame or as
-/// regions that change, no other place may have more than this part, in percent, of the agreement, even one that is
-/// contradicted, by less than agrees there, or half of that where this one agrees over much of the screen: what
-/// changes there may be such a region, too.
-constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
+/// regions that change, they are left out at the other places, too: what hides the page here may hide it there.
+constexpr std::int64_t muchLeftOut = 6;
 
 /// Only where like blocks differ by so much of their variance does it help to soften the frames: by half a row or more.
 constexpr double leastBlur = 0.04;
@@ -86,7 +85,6 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     });
     const std::int64_t second =
         exact->against() * doubtfulShare > exact->evidence() ? secondToDoubtful : secondAtItsBest;
-    const bool isMuchLeftOut = exact->barBands + exact->regionBands >= muchLeftOut;
     const auto isRival = [&](const Examination& other) {
         if (std::abs(other.shift - exact->shift) <= onePlace)
             return false;
@@ -95,8 +93,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
                    differs(other) < differs(*exact) * clearlyMore + 1;
         const bool isNearby = std::abs(other.shift - exact->shift) <= nearbyStrokes * stroke;
         return other.net() * 100 > std::min(best->net(), exact->net()) * (isNearby ? secondNearby : secondElsewhere) ||
-               other.atBest() * 100 > best->atBest() * second ||
-               (isMuchLeftOut && other.behindFilms() * 100 > exact->evidence() * secondAtItsBest);
+               other.atBest() * 100 > best->atBest() * second;
     };
     const auto openTo = [&](const Examination& other) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
@@ -105,17 +102,21 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     };
     if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end())
         return openTo(*rival);
-    const std::int64_t price = exact->agreeingBands >= manyBands ? 2 : 1;
     const auto mayBeIt = [&](const Examination& other) {
         return other.atBest() > exact->evidence() ||
                (exact->against() > 0 && !isWithinStroke(other) &&
                 other.atBest() * 100 > exact->atBest() * secondRefused) ||
-               (other.against() == 0 && !isWithinStroke(other) && isRival(other)) ||
-               (isMuchLeftOut && !isWithinStroke(other) &&
-                (other.evidence() - price * other.against()) * 100 > exact->evidence() * secondWhereMuchIsLeftOut);
+               (other.against() == 0 && !isWithinStroke(other) && isRival(other));
     };
     if (const auto other = std::ranges::find_if(refused, mayBeIt); other != refused.end())
         return openTo(*other);
+    if (exact->barBands + exact->regionBands >= muchLeftOut) {
+        const FramePair rest = pair.withoutRows(exact->leftOut, exact->shift);
+        for (const auto* others : {&held, &refused})
+            for (const Examination& other : *others)
+                if (const auto e = examine(rest, other.shift); e && !isWithinStroke(*e) && isRival(*e))
+                    return openTo(*e);
+    }
     if (isRepeated(pair, *exact))
         return {.verdict = verdictOn(*exact, Kind::repeated, pair)};
     if (mayHaveCrept(pair, *exact, std::max(onePlace, 2 * stroke)))
@@ -157,7 +158,7 @@ KSVPatternPair matchAlike(const Frame& a, const Frame& b) {
     if (auto before = matchBeforeBackdrop(pair, {}))
         return *std::move(before);
     const Frame softA = softened(a), softB = softened(b);
-    KSVPatternPair soft = match(FramePair(softA, softB, cellTolerance), leastSoftAgreement);
+    KSVPatternPair soft = match(FramePair(softA, softB, softTolerance), leastSoftAgreement);
     if (soft.verdict.kind != KSVVerdict::Kind::matched)
         return sharp;
     const auto examined = examine(pair, soft.verdict.offset);
@@ -193,6 +194,8 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
         return {.verdict = {.kind = KSVVerdict::Kind::nothingCommon}};
     if (a.width != b.width || a.width == 0)
         return {.verdict = {.kind = KSVVerdict::Kind::otherWidth}};
+    if (const auto spreading = spreadingOf(a, b))
+        return matchFrames(dimmed(a, *spreading), dimmed(b, *spreading));
     if (const auto dimming = dimmingBetween(a, b))
         if (auto answer = matchDimmed(a, b, *dimming))
             return *std::move(answer);

@@ -51,11 +51,6 @@ int noiseOf(const FramePair& pair, const Examination& stretch) {
     return noise;
 }
 
-struct Rows {
-    std::int64_t first = 0, last = 0;
-    std::int64_t count() const { return last - first; }
-};
-
 template <class Agrees>
 Rows highestBand(const Rows& rows, Agrees agrees) {
     Rows best{rows.first, rows.first};

@@ -32,6 +32,15 @@ std::optional<FramePair> FramePair::withBackdrop(std::span<const Frame* const> n
     return pair;
 }
 
+FramePair FramePair::withoutRows(std::span<const Rows> rows, std::int64_t shift) const {
+    FramePair pair = *this;
+    for (const auto& [first, last] : rows) {
+        std::fill(pair.ignoredInA_.begin() + first + shift, pair.ignoredInA_.begin() + last + shift, ~CellMask{0});
+        std::fill(pair.ignoredInB_.begin() + first, pair.ignoredInB_.begin() + last, ~CellMask{0});
+    }
+    return pair;
+}
+
 void FramePair::compare(std::int64_t shift, std::vector<RowAgreement>& rows) const {
     const std::int64_t first = firstRow(shift), last = lastRow(shift);
     rows.resize(static_cast<std::size_t>(std::max<std::int64_t>(0, last - first)));

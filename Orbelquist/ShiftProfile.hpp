@@ -14,6 +14,12 @@
 
 namespace orbelquist {
 
+/// From `first` up to `last`.
+struct Rows {
+    std::int64_t first = 0, last = 0;
+    std::int64_t count() const { return last - first; }
+};
+
 /// Two frames and what stands still between them, to be laid over each other at any shift: row r of the second on row
 /// r + shift of the first.
 class FramePair {
@@ -27,6 +33,9 @@ public:
     /// The same frames, as of a page that moves in front of a picture, which is left out of account; nothing where none
     /// stands there. Other frames of the run, of the same width, may show more of it.
     std::optional<FramePair> withBackdrop(std::span<const Frame* const> neighbours) const;
+
+    /// The same frames without some rows of the second one, nor those of the first that they lie on at a shift.
+    FramePair withoutRows(std::span<const Rows> rows, std::int64_t shift) const;
 
     FramePair withoutBackdrop() const { return FramePair(a_, b_, tolerance_, furniture_); }
 

@@ -190,24 +190,34 @@ private:
         return bands_[i].isDense() && bands_[i].count(Block::covered) * 2 > bands_[i].against();
     }
 
+    /// Whether a band is a bar, or what nothing is known of, over nearly all of its width.
+    bool isNearlyBar(std::size_t i) const {
+        return (bands_[i].count(Block::covered) + bands_[i].count(Block::bar)) * 8 >= blocksAcross * 7;
+    }
+
+    void leaveOut(std::size_t begin, std::size_t end) {
+        std::fill(bands_.begin() + static_cast<std::ptrdiff_t>(begin),
+                  bands_.begin() + static_cast<std::ptrdiff_t>(end), Band{});
+        e_.leftOut.push_back({comparison_.rowOf(begin), comparison_.endOf(end - 1)});
+    }
+
     /// Takes out of account a bar that only one frame shows: it covers all up to the edge of its screen.
     void findLoneBars() {
         for (const bool top : {true, false}) {
             const bool second = edgeIsOfSecond(top);
             const auto at = [&](std::size_t n) { return top ? n : bands_.size() - 1 - n; }; // from the edge inwards
-            const auto isBar = [&](std::size_t i) {
-                return (bands_[i].count(Block::covered) + bands_[i].count(Block::bar)) * 8 >= blocksAcross * 7;
-            };
             std::size_t end = 0;
             while (end < bands_.size() && isInZone(at(end), second, top) &&
-                   (isBar(at(end)) || bands_[at(end)].isBlank()))
+                   (isNearlyBar(at(end)) || bands_[at(end)].isBlank()))
                 ++end;
             if (end < bands_.size() && isCovered(at(end)))
                 continue; // it goes on: no bar
-            for (std::size_t n = 0; n < end; ++n) {
-                e_.barBands += isBar(at(n));
-                bands_[at(n)] = {};
-            }
+            const std::int64_t before = e_.barBands;
+            for (std::size_t n = 0; n < end; ++n)
+                e_.barBands += isNearlyBar(at(n));
+            end += e_.barBands > before && end < bands_.size() && bands_[at(end)].against() > 0; // half bar, half page
+            if (end > 0)
+                leaveOut(top ? 0 : bands_.size() - end, top ? end : bands_.size());
         }
     }
 
@@ -247,21 +257,22 @@ private:
         return false;
     }
 
-    /// Takes out of account what changes all through: many bands in a row that are covered over most of their width.
+    /// Takes out of account what changes all through: many bands in a row that are covered over most of their width. A
+    /// part of them may be explained as a bar.
     void findRegions() {
         for (std::size_t i = 0; i < bands_.size(); ++i) {
             std::size_t begin = i, end = i;
-            while (end < bands_.size() && isCovered(end))
-                ++end;
-            if (end - begin < leastRegion)
+            bool isBarAlone = true;
+            for (; end < bands_.size() && (isCovered(end) || isNearlyBar(end)); ++end)
+                isBarAlone &= !isCovered(end);
+            if (end - begin < leastRegion || isBarAlone)
                 continue;
             e_.regionBands += static_cast<std::int64_t>(end - begin);
             if (!isLoneBar(begin, end) && !isWindow(begin, end))
                 e_.filmBands += static_cast<std::int64_t>(end - begin);
             begin -= begin > 0 && bands_[begin - 1].against() > 0; // half region, half page
             end += end < bands_.size() && bands_[end].against() > 0;
-            std::fill(bands_.begin() + static_cast<std::ptrdiff_t>(begin),
-                      bands_.begin() + static_cast<std::ptrdiff_t>(end), Band{});
+            leaveOut(begin, end);
             i = end - 1;
         }
     }

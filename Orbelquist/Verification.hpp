@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace orbelquist {
 
@@ -37,19 +38,17 @@ struct Examination {
     std::int64_t barBands = 0;    ///< bands of bars that only one of the frames shows
     std::int64_t regionBands = 0; ///< bands of regions that change all through
     std::int64_t filmBands = 0;   ///< of these, where no bar may be
+    std::vector<Rows> leftOut;    ///< the rows of all these bars and regions
 
     /// Blocks that agree. What may be a picture behind the page, which agrees with itself in many places, counts a
     /// quarter.
     std::int64_t evidence() const { return (agreeing + 3 * certain) / 4; }
     /// Blocks that contradict and belong to no bar.
     std::int64_t against() const { return inside.all() + overlay.all() + edge.all() + beyond.all(); }
-    /// What would be left of it if all that covers it were films.
-    std::int64_t behindFilms() const {
-        return evidence() - 3 * (inside.shapes + overlay.shapes + edge.shapes + beyond.shapes);
-    }
     /// What would be left of it if most of what covers it were films and bars.
     std::int64_t atBest() const {
-        return behindFilms() - (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2;
+        return evidence() - 3 * (inside.shapes + overlay.shapes + edge.shapes + beyond.shapes) -
+               (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2;
     }
     /// What is left of the agreement when every block that contradicts, or would without a button, takes three with it,
     /// and every bar's one.
