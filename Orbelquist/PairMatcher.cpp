@@ -43,7 +43,8 @@ constexpr std::int64_t secondWithinStroke = 90;
 /// regions that change, they are left out at the other places, too: what hides the page here may hide it there.
 constexpr std::int64_t muchLeftOut = 6;
 
-/// Only where like blocks differ by so much of their variance does it help to soften the frames: by half a row or more.
+/// Only where like blocks differ by so much of their variance, or more blocks are unclear than alike, does it help to
+/// soften the frames: they lie half a row apart.
 constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks.
 constexpr std::int64_t leastSoftAgreement = 100;
@@ -162,7 +163,7 @@ KSVPatternPair matchAlike(const Frame& a, const Frame& b) {
     if (soft.verdict.kind != KSVVerdict::Kind::matched)
         return sharp;
     const auto examined = examine(pair, soft.verdict.offset);
-    return examined && examined->difference > leastBlur ? soft : sharp;
+    return examined && (examined->difference > leastBlur || examined->unclear > examined->agreeing) ? soft : sharp;
 }
 
 /// Of frames of which one was dimmed: the one with more contrast is given the other's levels. Nothing where that does
@@ -186,7 +187,8 @@ std::optional<KSVPatternPair> matchDimmed(const Frame& a, const Frame& b, const 
 } // namespace
 
 bool findsNothing(const KSVVerdict& verdict) {
-    return verdict.kind == KSVVerdict::Kind::contradicted || verdict.kind == KSVVerdict::Kind::nothingCommon;
+    using Kind = KSVVerdict::Kind;
+    return verdict.kind == Kind::contradicted || verdict.kind == Kind::nothingCommon || verdict.kind == Kind::repeated;
 }
 
 KSVPatternPair matchFrames(const Frame& a, const Frame& b) {

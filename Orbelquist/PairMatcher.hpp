@@ -14,7 +14,8 @@ namespace orbelquist {
 /// Compares two consecutive frames of a run.
 KSVPatternPair matchFrames(const Frame& a, const Frame& b);
 
-/// Whether there is no place at which the frames may lie, as far as those two tell.
+/// Whether there is no place at which the frames may lie, as far as those two tell, or only lines that occur elsewhere,
+/// too.
 bool findsNothing(const KSVVerdict& verdict);
 
 /// Compares such frames again, of one width, with others of the run, which may show more of a picture that stands still

@@ -267,8 +267,9 @@ private:
                 isBarAlone &= !isCovered(end);
             if (end - begin < leastRegion || isBarAlone)
                 continue;
-            e_.regionBands += static_cast<std::int64_t>(end - begin);
-            if (!isLoneBar(begin, end) && !isWindow(begin, end))
+            const bool isBar = isLoneBar(begin, end);
+            (isBar ? e_.barBands : e_.regionBands) += static_cast<std::int64_t>(end - begin);
+            if (!isBar && !isWindow(begin, end))
                 e_.filmBands += static_cast<std::int64_t>(end - begin);
             begin -= begin > 0 && bands_[begin - 1].against() > 0; // half region, half page
             end += end < bands_.size() && bands_[end].against() > 0;
