@@ -41,6 +41,9 @@ constexpr double unclear = 2, leastContradiction = 0.12;
 constexpr std::int64_t pagePercent = 87;
 constexpr float shiningThrough = 8;
 
+/// A line down through so many bands, higher than a letter, is the same at other rows, too.
+constexpr std::size_t longLine = 4;
+
 /// Another ground: half of the pixels of one lie so many levels from half of those of the other, or more than half
 /// differ by more than that, with room for so many times the frames' noise.
 constexpr int leastGround = 4;
@@ -254,6 +257,27 @@ bool BlockComparison::isPage(std::size_t band, std::size_t block, std::int64_t p
                                         layout_.pageInB[static_cast<std::size_t>(row)]));
     }
     return page * 100 > counted * percent;
+}
+
+bool BlockComparison::isUpright(std::size_t band, std::size_t block) const {
+    const auto isSame = [&](std::size_t i) { // from row to row
+        const std::vector<BlockTotals>& totals = layout_.b.totals;
+        const auto first = static_cast<std::size_t>(rowOf(i)), last = static_cast<std::size_t>(endOf(i));
+        std::uint32_t low = ~std::uint32_t{0}, high = 0;
+        for (std::size_t row = first; row < last; ++row) {
+            const std::uint32_t sum = totals[row + 1].sum[block] - totals[row].sum[block];
+            low = std::min(low, sum), high = std::max(high, sum);
+        }
+        return high - low <= columnOf(block + 1) - columnOf(block);
+    };
+    if (!isSame(band))
+        return false;
+    std::size_t begin = band, end = band + 1;
+    while (begin > 0 && end - begin < longLine && isSame(begin - 1))
+        --begin;
+    while (end < bands_.size() && end - begin < longLine && isSame(end))
+        ++end;
+    return end - begin >= longLine;
 }
 
 void BlockComparison::findCovered() {

@@ -72,6 +72,10 @@ public:
     /// Whether one of the frames shows the page for certain in more than so many percent of what counts of a block.
     bool isPage(std::size_t band, std::size_t block, std::int64_t percent = 50) const;
 
+    /// Whether a block of the second frame is the same from row to row, as those above and below it are, higher than a
+    /// letter: the side of a card, which tells no row.
+    bool isUpright(std::size_t band, std::size_t block) const;
+
     const Layout& layout() const { return layout_; }
     std::vector<Band>& bands() { return bands_; }
     const std::vector<Band>& bands() const { return bands_; }

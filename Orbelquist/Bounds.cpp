@@ -29,9 +29,14 @@ std::int64_t weightOf(const Examination& e) {
     return std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
 }
 
+/// At least one of so many blocks that agree is other than the side of a card, which agrees at any row.
+constexpr std::int64_t leastPinning = 4;
+
 /// A few letters, over a quarter of a line of text; no more than that is nothing if anything contradicts.
 bool isEnough(const Examination& e, std::int64_t height) {
-    if (e.agreeing < leastAgreeing || e.pageRows < std::max(leastRows, height / (2 * bandsPerScreen)))
+    const std::int64_t pinning = e.agreeing - e.upright;
+    if (pinning < leastAgreeing || pinning * leastPinning < e.agreeing ||
+        e.pageRows < std::max(leastRows, height / (2 * bandsPerScreen)))
         return false;
     if (weightOf(e) > 0)
         return true;

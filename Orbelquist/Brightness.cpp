@@ -18,8 +18,8 @@ constexpr double sameLevel = 2;
 constexpr double leastSpread = 16;
 /// What a screen changes by unnoticed, of all levels, and less than which is none.
 constexpr double most = 0.15, least = 0.01;
-/// Frames are faint that use so few levels, and blank that use fewer than these.
-constexpr int faintest = 32, faint = 128;
+/// Faint frames use so many levels: fewer may be blank, and their noise.
+constexpr int leastFaint = 64, mostFaint = 128;
 
 struct Levels {
     double a = 0, b = 0;
@@ -86,8 +86,8 @@ struct Extent {
     int low = 255, high = 0;
     int levels() const { return high - low; }
     void add(std::span<const std::uint8_t> levels) {
-        const auto [least, greatest] = std::ranges::minmax(levels);
-        low = std::min<int>(low, least), high = std::max<int>(high, greatest);
+        const auto [lowest, highest] = std::ranges::minmax(levels);
+        low = std::min<int>(low, lowest), high = std::max<int>(high, highest);
     }
 };
 
@@ -98,11 +98,11 @@ std::optional<Dimming> spreadingOf(const Frame& a, const Frame& b) {
     for (const Frame* frame : {&a, &b})
         for (const RowSignature& row : frame->signature)
             cells.add(row);
-    if (cells.levels() >= faint) // as those of nearly all screens are
+    if (cells.levels() >= mostFaint) // as those of nearly all screens are
         return std::nullopt;
     for (const Frame* frame : {&a, &b})
         pixels.add({frame->luma.get(), static_cast<std::size_t>(frame->width * frame->height)});
-    if (pixels.levels() < faintest || pixels.levels() >= faint)
+    if (pixels.levels() < leastFaint || pixels.levels() >= mostFaint)
         return std::nullopt;
     const double factor = 255.0 / pixels.levels();
     return Dimming{.factor = factor, .offset = -factor * pixels.low};

@@ -18,8 +18,8 @@ std::optional<Dimming> dimmingBetween(const Frame& a, const Frame& b);
 /// How the first one's follow from the second one's.
 Dimming inverse(const Dimming& dimming);
 
-/// Spreads the levels of two faint frames over all levels; nothing where they use half of them, or hardly any, as blank
-/// pages do. What a faint page shows is told from noise as in a clear one then.
+/// Spreads the levels of two faint frames over all levels; nothing where they use half of them, or less than a quarter,
+/// as blank pages do.
 std::optional<Dimming> spreadingOf(const Frame& a, const Frame& b);
 
 /// The frame with other levels.

@@ -159,8 +159,8 @@ std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> samp
     std::erase_if(sampled, [&](const Stretch& s) { return s.agreeing * s.step * mostFoundNearby < least; });
     std::vector<Stretch> places = bestPlaces(std::move(sampled), shortlistedPlaces);
     if (!places.empty() && places.front().overall * negligibleShare <= places.front().agreeing)
-        std::erase_if(places, [least = places.front().agreeing / negligibleShare](const Stretch& stretch) {
-            return stretch.agreeing < least;
+        std::erase_if(places, [negligible = places.front().agreeing / negligibleShare](const Stretch& stretch) {
+            return stretch.agreeing < negligible;
         });
     std::vector<RowAgreement> rows;
     for (Stretch& place : places)

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
+#include <span>
 #include <vector>
 
 namespace orbelquist {
@@ -62,7 +63,8 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
                isThere(all, cells * (100 - repeatedPercent) / 100, frame, start - e.first);
     };
     const auto blocksAt = [&](const Frame& frame, std::int64_t start) {
-        BlockComparison there({frame, b, start - e.first, e.first, e.last, {}, pair.ignoredInB()});
+        const std::span<const CellMask> ignored = &frame == &b ? pair.ignoredInB() : pair.ignoredInA();
+        BlockComparison there({frame, b, start - e.first, e.first, e.last, ignored, pair.ignoredInB()});
         std::int64_t alike = 0, against = 0;
         for (const Band& band : there.bands()) {
             alike += band.count(Block::alike);

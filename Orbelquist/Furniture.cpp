@@ -14,18 +14,23 @@ namespace {
 /// apart than a bar is high: a sixteenth of the screen.
 constexpr std::int64_t barsPerScreen = 16;
 
-/// A row stands still over its whole width when all but this many cells do: a clock or a badge may change meanwhile.
+/// A row stands still over its whole width when all but this many cells do: a clock or a badge may change meanwhile. Of
+/// the rows with edges, one of so many may be coded anew, in cells that differ by twice as much.
 constexpr int changingCells = 4;
+constexpr std::int64_t codedShare = 2;
 
 /// The rows from the screen's edge inwards that stand still, up to the last one with an edge: blank rows behind the bar
-/// may be the page's. `row(i)` is the i-th row from that edge.
+/// may be the page's. `row(i)` is the i-th row from that edge; `equal` and `nearly` are masks of the cells.
 template <class Row>
-std::int64_t stillRows(std::int64_t height, const std::vector<CellMask>& equal, const std::vector<CellMask>& informed,
-                       Row row) {
-    std::int64_t still = 0;
+std::int64_t stillRows(std::int64_t height, const std::vector<CellMask>& equal, const std::vector<CellMask>& nearly,
+                       const std::vector<CellMask>& informed, Row row) {
+    const auto standsStill = [](CellMask cells) { return std::popcount(cells) >= cellCount - changingCells; };
+    std::int64_t still = 0, edges = 0, coded = 0;
     for (std::int64_t i = 0; i < height; ++i) {
         const auto y = static_cast<std::size_t>(row(i));
-        if (std::popcount(equal[y]) < cellCount - changingCells)
+        edges += informed[y] != 0;
+        coded += !standsStill(equal[y]);
+        if (!standsStill(nearly[y]) || coded * codedShare > edges)
             break;
         if (informed[y] != 0)
             still = i + 1;
@@ -99,8 +104,8 @@ Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
         informed[y] = a.informed[y] | b.informed[y];
         furniture.cells[y] = equal[y] & informed[y];
     }
-    furniture.topRows = stillRows(height, nearly, informed, [](std::int64_t i) { return i; });
-    furniture.bottomRows = stillRows(height, nearly, informed, [&](std::int64_t i) { return height - 1 - i; });
+    furniture.topRows = stillRows(height, equal, nearly, informed, [](std::int64_t i) { return i; });
+    furniture.bottomRows = stillRows(height, equal, nearly, informed, [&](std::int64_t i) { return height - 1 - i; });
     dropSlight(furniture.cells);
     fill(furniture.cells, equal, height / barsPerScreen);
     furniture.topBar = barRows(furniture, height, [](std::int64_t i) { return i; });

@@ -21,7 +21,7 @@ namespace {
 
 /// Levels by which cells of equal content may differ: what lossy coding does to the mean of a cell.
 constexpr std::uint8_t cellTolerance = 4;
-/// Where a row of the one lies between two of the other, twice that.
+/// Of softened frames, a row of which lies between two of the other, by twice that.
 constexpr std::uint8_t softTolerance = 2 * cellTolerance;
 
 /// Another place that holds leaves the offset open when what agrees there less what does not is more than this part, in
@@ -40,11 +40,12 @@ constexpr double clearlyMore = 1.5;
 constexpr std::int64_t secondWithinStroke = 90;
 
 /// Where so many bands of the screen, the height of a toolbar, are left out of account as bars of one frame or as
-/// regions that change, they are left out at the other places, too: what hides the page here may hide it there.
-constexpr std::int64_t muchLeftOut = 6;
+/// regions that change, they are left out at the other places, too: what hides the page here may hide it there. Or it
+/// may be page there: then none has more than this part, in percent, of the best's agreement once what contradicts
+/// there is taken off, twice where the best one agrees over much of the screen.
+constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
 
-/// Only where like blocks differ by so much of their variance, or more blocks are unclear than alike, does it help to
-/// soften the frames: they lie half a row apart.
+/// Only where like blocks differ by so much of their variance does it help to soften the frames: by half a row or more.
 constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks.
 constexpr std::int64_t leastSoftAgreement = 100;
@@ -113,10 +114,18 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
         return openTo(*other);
     if (exact->barBands + exact->regionBands >= muchLeftOut) {
         const FramePair rest = pair.withoutRows(exact->leftOut, exact->shift);
+        const std::int64_t price = exact->agreeingBands >= manyBands ? 2 : 1;
+        const auto isPageThere = [&](const Examination& other) { // what is left out here
+            return (other.evidence() - price * other.against()) * 100 > exact->evidence() * secondWhereMuchIsLeftOut;
+        };
         for (const auto* others : {&held, &refused})
-            for (const Examination& other : *others)
-                if (const auto e = examine(rest, other.shift); e && !isWithinStroke(*e) && isRival(*e))
-                    return openTo(*e);
+            for (const Examination& other : *others) {
+                if (isWithinStroke(other))
+                    continue;
+                const auto e = examine(rest, other.shift);
+                if (isPageThere(other) || (e && isRival(*e)))
+                    return openTo(other);
+            }
     }
     if (isRepeated(pair, *exact))
         return {.verdict = verdictOn(*exact, Kind::repeated, pair)};
@@ -154,16 +163,18 @@ std::optional<KSVPatternPair> matchBeforeBackdrop(const FramePair& pair, std::sp
 KSVPatternPair matchAlike(const Frame& a, const Frame& b) {
     const FramePair pair(a, b, cellTolerance);
     KSVPatternPair sharp = match(pair, 0);
-    if (!findsNothing(sharp.verdict))
+    if (sharp.verdict.valid())
         return sharp;
     if (auto before = matchBeforeBackdrop(pair, {}))
         return *std::move(before);
+    if (!findsNothing(sharp.verdict) || sharp.verdict.kind == KSVVerdict::Kind::repeated)
+        return sharp;
     const Frame softA = softened(a), softB = softened(b);
     KSVPatternPair soft = match(FramePair(softA, softB, softTolerance), leastSoftAgreement);
-    if (soft.verdict.kind != KSVVerdict::Kind::matched)
+    if (soft.verdict.kind != KSVVerdict::Kind::matched || std::abs(soft.verdict.offset) <= onePlace) // bars, softened
         return sharp;
     const auto examined = examine(pair, soft.verdict.offset);
-    return examined && (examined->difference > leastBlur || examined->unclear > examined->agreeing) ? soft : sharp;
+    return examined && examined->difference > leastBlur ? soft : sharp;
 }
 
 /// Of frames of which one was dimmed: the one with more contrast is given the other's levels. Nothing where that does
@@ -196,11 +207,11 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
         return {.verdict = {.kind = KSVVerdict::Kind::nothingCommon}};
     if (a.width != b.width || a.width == 0)
         return {.verdict = {.kind = KSVVerdict::Kind::otherWidth}};
-    if (const auto spreading = spreadingOf(a, b))
-        return matchFrames(dimmed(a, *spreading), dimmed(b, *spreading));
     if (const auto dimming = dimmingBetween(a, b))
         if (auto answer = matchDimmed(a, b, *dimming))
             return *std::move(answer);
+    if (const auto spreading = spreadingOf(a, b))
+        return matchAlike(dimmed(a, *spreading), dimmed(b, *spreading));
     return matchAlike(a, b);
 }
 

@@ -71,6 +71,7 @@ public:
     // The cells of a row of either frame that stand still.
     CellMask ignoredInA(std::int64_t row) const { return ignoredInA_[static_cast<std::size_t>(row)]; }
     CellMask ignoredInB(std::int64_t row) const { return ignoredInB_[static_cast<std::size_t>(row)]; }
+    std::span<const CellMask> ignoredInA() const { return ignoredInA_; }
     std::span<const CellMask> ignoredInB() const { return ignoredInB_; }
 
     RowsView rowsOfA() const { return {a_.signature.data(), a_.informed.data(), ignoredInA_.data()}; }

@@ -138,16 +138,17 @@ private:
             for (const std::size_t side : {std::size_t{0}, std::size_t{blocksAcross - 1}})
                 if (band.at(side) == Block::shapes)
                     band.set(side, Block::unclear);
-        for (std::size_t i = 0; i < bands_.size(); ++i)
+        for (std::size_t i = 0; i < bands_.size(); ++i) {
+            const bool isAmidText = bands_[i].count(Block::alike) > bands_[i].against();
             for (const bool second : {false, true}) {
                 if (!isInZone(i, second, true) && !isInZone(i, second, false))
                     continue;
-                const bool isAmidText = bands_[i].count(Block::alike) > bands_[i].against();
                 for (std::size_t k = 0; k < blocksAcross; ++k)
                     if (bands_[i].contradicts(k) && (pair_.hasBackdrop() || !isAmidText || isNearStill(i, k, second)) &&
                         mayBeBar(onScreen(i, k, second), false))
                         bands_[i].set(k, Block::bar);
             }
+        }
     }
 
     /// What contradicts but belongs to a button that stands still and lets the page shine through says nothing: on
@@ -195,6 +196,9 @@ private:
         return (bands_[i].count(Block::covered) + bands_[i].count(Block::bar)) * 8 >= blocksAcross * 7;
     }
 
+    /// Whether a band is half bar, half page: over more of its width than text is.
+    bool isTorn(std::size_t i) const { return bands_[i].against() * 4 >= blocksAcross * 3; }
+
     void leaveOut(std::size_t begin, std::size_t end) {
         std::fill(bands_.begin() + static_cast<std::ptrdiff_t>(begin),
                   bands_.begin() + static_cast<std::ptrdiff_t>(end), Band{});
@@ -206,18 +210,18 @@ private:
         for (const bool top : {true, false}) {
             const bool second = edgeIsOfSecond(top);
             const auto at = [&](std::size_t n) { return top ? n : bands_.size() - 1 - n; }; // from the edge inwards
-            std::size_t end = 0;
-            while (end < bands_.size() && isInZone(at(end), second, top) &&
-                   (isNearlyBar(at(end)) || bands_[at(end)].isBlank()))
-                ++end;
-            if (end < bands_.size() && isCovered(at(end)))
-                continue; // it goes on: no bar
-            const std::int64_t before = e_.barBands;
-            for (std::size_t n = 0; n < end; ++n)
-                e_.barBands += isNearlyBar(at(n));
-            end += e_.barBands > before && end < bands_.size() && bands_[at(end)].against() > 0; // half bar, half page
-            if (end > 0)
-                leaveOut(top ? 0 : bands_.size() - end, top ? end : bands_.size());
+            std::size_t end = 0, bar = 0;
+            std::int64_t bars = 0;
+            for (; end < bands_.size() && isInZone(at(end), second, top); ++end)
+                if (isNearlyBar(at(end)))
+                    ++bars, bar = end + 1;
+                else if (!bands_[at(end)].isBlank())
+                    break;
+            if (bar == 0 || (end < bands_.size() && isCovered(at(end)))) // it goes on: no bar
+                continue;
+            e_.barBands += bars;
+            bar += bar < bands_.size() && isTorn(at(bar));
+            leaveOut(top ? 0 : bands_.size() - bar, top ? bar : bands_.size());
         }
     }
 
@@ -241,20 +245,20 @@ private:
                    cellCount;
         };
         const std::int64_t height = std::min(layout().a.height, layout().b.height), reach = comparison_.bandRows();
-        const std::int64_t first = std::max<std::int64_t>(1, pair_.furniture().topBar + reach);
-        const std::int64_t last = height - 1 - std::max<std::int64_t>(1, pair_.furniture().bottomBar + reach);
+        const Furniture& furniture = pair_.furniture(); // its edges are no window's
+        const std::int64_t first = 1 + reach + std::max(furniture.topBar, furniture.topRows);
+        const std::int64_t last = height - 2 - reach - std::max(furniture.bottomBar, furniture.bottomRows);
         for (std::int64_t y = std::max(first, row - reach); y <= std::min(last, row + reach); ++y)
             if (isStep(layout().a, y) && isStep(layout().b, y))
                 return true;
         return false;
     }
 
-    /// Whether a region is seen through a window that stands still, such as that of a film above the page.
+    /// Whether a region is seen through a window that stands still, such as that of a film above the page: its upper
+    /// edge is that of the screen further up, its lower edge the other's.
     bool isWindow(std::size_t begin, std::size_t end) const {
-        for (const std::int64_t row : {comparison_.rowOf(begin), comparison_.endOf(end - 1)})
-            if (hasStandingEdge(row) || hasStandingEdge(row + e_.shift))
-                return true;
-        return false;
+        const std::int64_t top = comparison_.rowOf(begin), bottom = comparison_.endOf(end - 1);
+        return hasStandingEdge(std::max(top, top + e_.shift)) || hasStandingEdge(std::min(bottom, bottom + e_.shift));
     }
 
     /// Takes out of account what changes all through: many bands in a row that are covered over most of their width. A
@@ -318,7 +322,10 @@ private:
             e_.agreeingBands += agrees(i);
             e_.unclear += bands_[i].count(Block::unclear);
             for (std::size_t k = 0; k < blocksAcross; ++k)
-                e_.certain += bands_[i].at(k) == Block::alike && comparison_.isPage(i, k);
+                if (bands_[i].at(k) == Block::alike) {
+                    e_.certain += comparison_.isPage(i, k);
+                    e_.upright += comparison_.isUpright(i, k);
+                }
         }
     }
 

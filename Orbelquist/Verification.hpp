@@ -19,6 +19,7 @@ struct Examination {
     std::int64_t pageRows = 0;        ///< its rows without those of bars
 
     std::int64_t agreeing = 0;      ///< blocks of the stretch
+    std::int64_t upright = 0;       ///< of these, the sides of cards and the like, which tell no row
     std::int64_t certain = 0;       ///< of these, the page for certain and not a picture behind it
     std::int64_t agreeingBands = 0; ///< bands with such blocks
     std::int64_t unclear = 0;       ///< blocks of the stretch that are neither alike nor not
@@ -36,8 +37,8 @@ struct Examination {
     std::int64_t bar = 0;         ///< blocks outside that a bar explains
     std::int64_t buttons = 0;     ///< blocks that a button or the like explains
     std::int64_t barBands = 0;    ///< bands of bars that only one of the frames shows
-    std::int64_t regionBands = 0; ///< bands of regions that change all through
-    std::int64_t filmBands = 0;   ///< of these, where no bar may be
+    std::int64_t regionBands = 0; ///< bands of regions that change all through, without these
+    std::int64_t filmBands = 0;   ///< of these, behind no window that stands still
     std::vector<Rows> leftOut;    ///< the rows of all these bars and regions
 
     /// Blocks that agree. What may be a picture behind the page, which agrees with itself in many places, counts a

@@ -267,9 +267,10 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
              {"a screen that was dimmed",
               [&](auto x, auto y, bool second) { return shown(x, y, second) * (second ? 94 : 100) / 100; }},
              {"a faint screen", // of pale words
-              [&](auto x, auto y, bool second) { return y < 8                       ? 110
-                                                        : shown(x, y, second) < 255 ? 150
-                                                                                    : 160; }},
+              [&](auto x, auto y, bool second) {
+                  const int word = shown(x, y, second) < 255 ? 150 : 160;
+                  return y < 8 ? 90 : word;
+              }},
              {"half a row",
               [&](auto x, auto y, bool second) {
                   return second ? (page.luma(x, y + down) + page.luma(x, y + down + 1)) / 2 : page.luma(x, y);
