@@ -118,14 +118,14 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
         const auto isPageThere = [&](const Examination& other) { // what is left out here
             return (other.evidence() - price * other.against()) * 100 > exact->evidence() * secondWhereMuchIsLeftOut;
         };
+        const auto isRivalInRest = [&](const Examination& other) {
+            const auto e = examine(rest, other.shift);
+            return e && isRival(*e);
+        };
         for (const auto* others : {&held, &refused})
-            for (const Examination& other : *others) {
-                if (isWithinStroke(other))
-                    continue;
-                const auto e = examine(rest, other.shift);
-                if (isPageThere(other) || (e && isRival(*e)))
+            for (const Examination& other : *others)
+                if (!isWithinStroke(other) && (isPageThere(other) || isRivalInRest(other)))
                     return openTo(other);
-            }
     }
     if (isRepeated(pair, *exact))
         return {.verdict = verdictOn(*exact, Kind::repeated, pair)};

@@ -17,7 +17,8 @@ constexpr std::int64_t bandRows = 24;
 /// The first band of so many rows that agree is taken; where there is none, the longest.
 constexpr std::int64_t leastRows = 12;
 
-/// The tolerance of equal pixels over what three quarters of the edge pixels stay within.
+/// Levels by which equal pixels may differ, and where no band of these is, so many times what three quarters of the
+/// edge pixels stay within more.
 constexpr int losslessTolerance = 6, toleranceOverNoise = 6, noisiest = 7; // levels
 
 /// Rows of the stretch whose edges are looked at.

@@ -5,8 +5,9 @@
 
 namespace orbelquist {
 
-/// The pattern of a verified shift: its band is made of the first rows that agree over their whole width, as high up as
-/// they come, so that what hangs over the upper image (a button, a toast, a bar) is covered by the lower one.
+/// The pattern of a verified shift: its band is made of the first rows that are equal over their whole width, or else
+/// agree within the frames' noise, as high up as they come, so that what hangs over the upper image (a button, a toast,
+/// a bar) is covered by the lower one.
 KSVPattern seamAt(const FramePair& pair, const Examination& verified);
 
 } // namespace orbelquist
