@@ -1,8 +1,10 @@
 #include "Orbelquist/BarEvidence.hpp"
 
+#include "Orbelquist/Kernels/CompareCells.hpp"
 #include "Orbelquist/Kernels/ScreenSums.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <vector>
 
 namespace orbelquist {
@@ -81,6 +83,9 @@ private:
     double count_ = 0;
 };
 
+/// By so many levels a window's edge differs from the page beside it.
+constexpr std::uint8_t plainStep = 8;
+
 } // namespace
 
 bool standsStill(const ScreenBlock& block) {
@@ -98,6 +103,21 @@ bool mayBeBar(const ScreenBlock& block, bool shapeless) {
 bool followsFromBoth(const ScreenBlock& block) {
     const Moments moments(block);
     return !moments.isEmpty() && moments.followsFromBoth();
+}
+
+bool hasStandingEdge(const Frame& a, const Frame& b, const Furniture& furniture, std::int64_t row, std::int64_t reach) {
+    const auto isStep = [](const Frame& frame, std::int64_t y) {
+        const RowSignature &above = frame.signature[static_cast<std::size_t>(y - 1)],
+                           &below = frame.signature[static_cast<std::size_t>(y + 1)];
+        return std::popcount(equalCells(above, below, plainStep)) * 2 < cellCount;
+    };
+    const std::int64_t first = 1 + reach + std::max(furniture.topBar, furniture.topRows);
+    const std::int64_t last =
+        std::min(a.height, b.height) - 2 - reach - std::max(furniture.bottomBar, furniture.bottomRows);
+    for (std::int64_t y = std::max(first, row - reach); y <= std::min(last, row + reach); ++y)
+        if (isStep(a, y) && isStep(b, y))
+            return true;
+    return false;
 }
 
 } // namespace orbelquist

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Orbelquist/Frame.hpp"
+#include "Orbelquist/Furniture.hpp"
 
 #include <cstdint>
 
@@ -27,5 +28,9 @@ bool mayBeBar(const ScreenBlock& block, bool shapeless);
 /// Whether the block's pixels follow from what stands there in the other frame, from what the page has there, or from
 /// both, as of glass.
 bool followsFromBoth(const ScreenBlock& block);
+
+/// Whether both frames step from one level to another over most of their width at the same row of the screen, within
+/// `reach` rows of one and further than that from the bars, whose edges are no window's.
+bool hasStandingEdge(const Frame& a, const Frame& b, const Furniture& furniture, std::int64_t row, std::int64_t reach);
 
 } // namespace orbelquist

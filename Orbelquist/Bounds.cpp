@@ -8,6 +8,8 @@ namespace {
 
 /// Fewer rows are chance.
 constexpr std::int64_t leastRows = 12;
+/// At least one of so many blocks that agree is other than the side of a card, which agrees at any row.
+constexpr std::int64_t leastPinning = 4;
 /// A single line of text is no higher than one of so many parts of the screen.
 constexpr std::int64_t lineShare = 24;
 /// Where nothing else agrees nearly as much, one block of so many may have changed meanwhile, a price or a count: where
@@ -28,9 +30,6 @@ constexpr std::int64_t mostUnclear = 5, hardlyShare = 12;
 std::int64_t weightOf(const Examination& e) {
     return std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
 }
-
-/// At least one of so many blocks that agree is other than the side of a card, which agrees at any row.
-constexpr std::int64_t leastPinning = 4;
 
 /// A few letters, over a quarter of a line of text; no more than that is nothing if anything contradicts.
 bool isEnough(const Examination& e, std::int64_t height) {

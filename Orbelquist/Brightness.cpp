@@ -96,10 +96,11 @@ struct Extent {
 std::optional<Dimming> spreadingOf(const Frame& a, const Frame& b) {
     Extent cells, pixels;
     for (const Frame* frame : {&a, &b})
-        for (const RowSignature& row : frame->signature)
+        for (const RowSignature& row : frame->signature) {
             cells.add(row);
-    if (cells.levels() >= mostFaint) // as those of nearly all screens are
-        return std::nullopt;
+            if (cells.levels() >= mostFaint) // as nearly all screens are, within a few rows
+                return std::nullopt;
+        }
     for (const Frame* frame : {&a, &b})
         pixels.add({frame->luma.get(), static_cast<std::size_t>(frame->width * frame->height)});
     if (pixels.levels() < leastFaint || pixels.levels() >= mostFaint)

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -72,10 +73,12 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
         }
         return std::pair(alike, against);
     };
-    const std::int64_t againstHere = blocksAt(pair.a(), e.first + e.shift).second;
+    std::optional<std::int64_t> againstHere; // asked for only where the rows may lie elsewhere
     const auto liesAt = [&](const Frame& frame, std::int64_t start) {
+        if (!againstHere)
+            againstHere = blocksAt(pair.a(), e.first + e.shift).second;
         const auto [alike, against] = blocksAt(frame, start);
-        return alike * 10 >= e.agreeing * 9 && against <= std::max(alike / repeatedRoom, againstHere);
+        return alike * 10 >= e.agreeing * 9 && against <= std::max(alike / repeatedRoom, *againstHere);
     };
     for (const Frame* frame : {&pair.a(), &b}) {
         const std::int64_t own = frame == &b ? e.first : e.first + e.shift;

@@ -20,17 +20,18 @@ constexpr int changingCells = 4;
 constexpr std::int64_t codedShare = 2;
 
 /// The rows from the screen's edge inwards that stand still, up to the last one with an edge: blank rows behind the bar
-/// may be the page's. `row(i)` is the i-th row from that edge; `equal` and `nearly` are masks of the cells.
-template <class Row>
-std::int64_t stillRows(std::int64_t height, const std::vector<CellMask>& equal, const std::vector<CellMask>& nearly,
-                       const std::vector<CellMask>& informed, Row row) {
+/// may be the page's. `row(i)` is the i-th row from that edge, `nearly(y)` its cells that are equal but for coding.
+template <class Nearly, class Row>
+std::int64_t stillRows(std::int64_t height, const std::vector<CellMask>& equal, const std::vector<CellMask>& informed,
+                       Nearly nearly, Row row) {
     const auto standsStill = [](CellMask cells) { return std::popcount(cells) >= cellCount - changingCells; };
     std::int64_t still = 0, edges = 0, coded = 0;
     for (std::int64_t i = 0; i < height; ++i) {
         const auto y = static_cast<std::size_t>(row(i));
         edges += informed[y] != 0;
-        coded += !standsStill(equal[y]);
-        if (!standsStill(nearly[y]) || coded * codedShare > edges)
+        const bool isCoded = !standsStill(equal[y]);
+        coded += isCoded;
+        if ((isCoded && !standsStill(nearly(y))) || coded * codedShare > edges)
             break;
         if (informed[y] != 0)
             still = i + 1;
@@ -96,16 +97,18 @@ void fill(std::vector<CellMask>& cells, const std::vector<CellMask>& equal, std:
 
 Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     const std::int64_t height = std::min(a.height, b.height);
-    std::vector<CellMask> equal(static_cast<std::size_t>(height)), informed(equal.size()), nearly(equal.size());
+    std::vector<CellMask> equal(static_cast<std::size_t>(height)), informed(equal.size());
     Furniture furniture{.cells = std::vector<CellMask>(equal.size())};
     for (std::size_t y = 0; y < equal.size(); ++y) {
         equal[y] = equalCells(a.signature[y], b.signature[y], tolerance);
-        nearly[y] = equalCells(a.signature[y], b.signature[y], static_cast<std::uint8_t>(2 * tolerance));
         informed[y] = a.informed[y] | b.informed[y];
         furniture.cells[y] = equal[y] & informed[y];
     }
-    furniture.topRows = stillRows(height, equal, nearly, informed, [](std::int64_t i) { return i; });
-    furniture.bottomRows = stillRows(height, equal, nearly, informed, [&](std::int64_t i) { return height - 1 - i; });
+    const auto nearly = [&](std::size_t y) {
+        return equalCells(a.signature[y], b.signature[y], static_cast<std::uint8_t>(2 * tolerance));
+    };
+    furniture.topRows = stillRows(height, equal, informed, nearly, [](std::int64_t i) { return i; });
+    furniture.bottomRows = stillRows(height, equal, informed, nearly, [&](std::int64_t i) { return height - 1 - i; });
     dropSlight(furniture.cells);
     fill(furniture.cells, equal, height / barsPerScreen);
     furniture.topBar = barRows(furniture, height, [](std::int64_t i) { return i; });

@@ -27,8 +27,6 @@ constexpr std::int64_t reachShare = 30;
 constexpr std::size_t reachCells = 4;
 /// It is at least so many bands high.
 constexpr std::size_t leastButton = 3;
-/// By so many levels a window's edge differs from the page beside it.
-constexpr std::uint8_t plainStep = 8;
 /// A band of a bar holds at least so many blocks that stand still: one alone is chance.
 constexpr int leastStill = 2;
 
@@ -235,30 +233,14 @@ private:
                 std::none_of(bands_.begin() + static_cast<std::ptrdiff_t>(end), bands_.end(), agrees));
     }
 
-    /// Whether both frames step from one level to another over most of their width at the same row of the screen,
-    /// within a band of a row.
-    bool hasStandingEdge(std::int64_t row) const {
-        const auto isStep = [](const Frame& frame, std::int64_t y) {
-            return std::popcount(equalCells(frame.signature[static_cast<std::size_t>(y - 1)],
-                                            frame.signature[static_cast<std::size_t>(y + 1)], plainStep)) *
-                       2 <
-                   cellCount;
-        };
-        const std::int64_t height = std::min(layout().a.height, layout().b.height), reach = comparison_.bandRows();
-        const Furniture& furniture = pair_.furniture(); // its edges are no window's
-        const std::int64_t first = 1 + reach + std::max(furniture.topBar, furniture.topRows);
-        const std::int64_t last = height - 2 - reach - std::max(furniture.bottomBar, furniture.bottomRows);
-        for (std::int64_t y = std::max(first, row - reach); y <= std::min(last, row + reach); ++y)
-            if (isStep(layout().a, y) && isStep(layout().b, y))
-                return true;
-        return false;
-    }
-
     /// Whether a region is seen through a window that stands still, such as that of a film above the page: its upper
     /// edge is that of the screen further up, its lower edge the other's.
     bool isWindow(std::size_t begin, std::size_t end) const {
         const std::int64_t top = comparison_.rowOf(begin), bottom = comparison_.endOf(end - 1);
-        return hasStandingEdge(std::max(top, top + e_.shift)) || hasStandingEdge(std::min(bottom, bottom + e_.shift));
+        const auto standsStill = [&](std::int64_t row) {
+            return hasStandingEdge(layout().a, layout().b, pair_.furniture(), row, comparison_.bandRows());
+        };
+        return standsStill(std::max(top, top + e_.shift)) || standsStill(std::min(bottom, bottom + e_.shift));
     }
 
     /// Takes out of account what changes all through: many bands in a row that are covered over most of their width. A
