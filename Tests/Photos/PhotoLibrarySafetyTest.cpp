@@ -20,8 +20,10 @@ using testing::SizeIs;
 
 class PhotoLibrarySafetyTest : public testing::Test {
 protected:
+    /// As another program would; the library's own threads may be reading.
     void inCatalogue(const std::string& sql) const {
-        SQLite::Database(catalogue.native(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE).exec(sql);
+        constexpr int busyMilliseconds = 10'000;
+        SQLite::Database(catalogue.native(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, busyMilliseconds).exec(sql);
     }
 
     const TestDevice device;
