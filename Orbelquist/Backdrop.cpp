@@ -27,20 +27,6 @@ constexpr std::int64_t groundShare = 100, groundPeak = 3;
 constexpr std::int64_t standingShare = 16, standingOnLevelShare = 20;
 constexpr int sameLevel = 2;
 
-/// Whether a photograph may lie behind the page: between the bars no one level, give or take what coding does to it,
-/// takes two fifths of the screen, as that of paper does.
-bool isUneven(const Frame& frame, std::uint8_t tolerance) {
-    std::vector<std::int64_t> cells(256 + tolerance);
-    const std::int64_t first = frame.height / tallestBar, last = frame.height - first;
-    for (std::int64_t y = first; y < last; ++y)
-        for (const std::uint8_t level : frame.signature[static_cast<std::size_t>(y)])
-            ++cells[level];
-    std::int64_t most = 0;
-    for (auto level = cells.begin(); level + tolerance < cells.end(); ++level)
-        most = std::max(most, std::accumulate(level, level + tolerance + 1, std::int64_t{0}));
-    return most * 5 < (last - first) * cellCount * 2;
-}
-
 /// The cells that are lighter or darker than all that is seen of the picture nearby, by half of what the picture itself
 /// varies by: what lies in front of it, such as a bubble.
 std::vector<CellMask> cellsInFront(const Frame& frame, const Furniture& picture, std::uint8_t tolerance) {
@@ -137,6 +123,8 @@ private:
                 if (block == Block::blank)
                     continue;
                 const bool stands = block == Block::alike || block == Block::lines;
+                if (stands && unmoved.isUpright(i, cell / 2)) // the side of a card, at whatever rows it lies
+                    continue;
                 for (const Grounds& ground : grounds) {
                     const int level = ground[patch][cell];
                     allStanding_ += stands;
@@ -173,7 +161,23 @@ CellMask withoutEdges(CellMask row) {
     return row & toLeft & toRight;
 }
 
+bool isUneven(const Frame& frame, std::uint8_t tolerance) {
+    std::vector<std::int64_t> cells(256 + tolerance);
+    const std::int64_t first = frame.height / tallestBar, last = frame.height - first;
+    for (std::int64_t y = first; y < last; ++y)
+        for (const std::uint8_t level : frame.signature[static_cast<std::size_t>(y)])
+            ++cells[level];
+    std::int64_t most = 0;
+    for (auto level = cells.begin(); level + tolerance < cells.end(); ++level)
+        most = std::max(most, std::accumulate(level, level + tolerance + 1, std::int64_t{0}));
+    return most * 5 < (last - first) * cellCount * 2;
+}
+
 } // namespace
+
+bool areUneven(const Frame& a, const Frame& b, std::uint8_t tolerance) {
+    return isUneven(a, tolerance) && isUneven(b, tolerance);
+}
 
 std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours,
                                        const Furniture& furniture, std::uint8_t tolerance) {
@@ -182,7 +186,7 @@ std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span
     Backdrop backdrop;
     for (const Band& band : unmoved.bands())
         backdrop.blocks += band.count(Block::alike) + band.count(Block::lines);
-    if (isUneven(a, tolerance) && isUneven(b, tolerance)) // a photograph may have no edges
+    if (areUneven(a, b, tolerance)) // a photograph may have no edges
         backdrop.blocks = bandsPerScreen * blocksAcross;
     if (backdrop.blocks < leastBlocks)
         return std::nullopt;

@@ -25,4 +25,8 @@ struct Backdrop {
 std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours,
                                        const Furniture& furniture, std::uint8_t tolerance);
 
+/// Whether a photograph may lie behind the page of both frames: between the bars no one level, give or take what coding
+/// does to it, takes two fifths of either screen, as that of paper does.
+bool areUneven(const Frame& a, const Frame& b, std::uint8_t tolerance);
+
 } // namespace orbelquist

@@ -41,6 +41,11 @@ constexpr double unclear = 2, leastContradiction = 0.12;
 constexpr std::int64_t pagePercent = 87;
 constexpr float shiningThrough = 8;
 
+/// Strokes before different parts of a photograph differ at their edges, by this part of their variance; a block that
+/// varies so many times less has lost its own.
+constexpr double edgesBeforePhotograph = 0.06;
+constexpr float lostStrokes = 8;
+
 /// A line down through so many bands, higher than a letter, is the same at other rows, too.
 constexpr std::size_t longLine = 4;
 
@@ -215,7 +220,7 @@ void BlockComparison::judge() {
         for (const Measure& m : band)
             if (isInformed(m) && differenceOf(m) < mostDifference)
                 differences.push_back(static_cast<float>(differenceOf(m)));
-    difference_ = percentile(differences, 50);
+    difference_ = std::max<double>(layout_.areStrokes ? edgesBeforePhotograph : 0, percentile(differences, 50));
     const double alike = std::min(mostDifference, leastDifference + overMiddle * difference_);
     const double contradicts = std::max(unclear * alike, leastContradiction);
     std::vector<float> variances; // of the page's like blocks
@@ -238,8 +243,9 @@ void BlockComparison::judge() {
     for (std::size_t i = 0; i < bands_.size(); ++i)
         for (std::size_t k = 0; k < blocksAcross; ++k) {
             const Measure& m = measures_[i][k];
+            const bool isLost = layout_.areStrokes && m.variance() > lostStrokes * std::min(m.varianceA, m.varianceB);
             if (bands_[i].at(k) == Block::unclear && differenceOf(m) >= contradicts && m.difference >= faint &&
-                isPage(i, k, pagePercent))
+                !isLost && isPage(i, k, pagePercent))
                 bands_[i].set(k, Block::shapes);
         }
 }

@@ -60,6 +60,7 @@ public:
         std::int64_t first = 0, last = 0;
         std::span<const CellMask> ignoredInA = {}, ignoredInB = {};
         std::span<const CellMask> pageInA = {}, pageInB = {};
+        bool areStrokes = false; ///< both frames show strokes alone, of which each may have lost some
     };
 
     /// Compares one band of so many; the others stay blank until `compareRest`.

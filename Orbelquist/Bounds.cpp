@@ -25,6 +25,8 @@ constexpr std::int64_t lineOrTwo = 40;
 /// Blocks that may be unclear for each of the picture behind the page that is seen, at most; and the part of what
 /// agrees that next to nothing is.
 constexpr std::int64_t mostUnclear = 5, hardlyShare = 12;
+/// Blocks of strokes before a photograph that agree, at least.
+constexpr std::int64_t leastStrokes = 60;
 
 /// A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
 std::int64_t weightOf(const Examination& e) {
@@ -56,6 +58,12 @@ bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone)
     return e.agreeingBands >= manyBands && e.against() * hardlyShare <= e.agreeing && !isUnclear;
 }
 
+/// Before a photograph strokes may be lost, and parts of it taken for strokes: no other shift does nearly as well then,
+/// a few lines agree, no more is unclear, and other strokes are few.
+bool isBeforePhotograph(const Examination& e, bool isAlone) {
+    return isAlone && e.agreeing >= leastStrokes && e.unclear <= e.agreeing && e.against() * 8 <= e.agreeing;
+}
+
 /// Other text at the same place is no page that moved: next to none in the stretch, little outside.
 bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
@@ -69,10 +77,14 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
            (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing;
 }
 
-/// Bars and overlays that are not known as such may take half as much as agrees, and little amid it.
-bool isCoveredLittle(const Examination& e) {
+/// Bars and overlays that are not known as such may take half as much as agrees, and little amid it: next to nothing
+/// before a photograph, before which other text lies on another ground, too.
+bool isCoveredLittle(const Examination& e, const FramePair& pair) {
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
-    return covered * (weightOf(e) > 0 ? 2 : 5) <= e.agreeing && e.inside.covered * 4 <= e.agreeing;
+    if (covered * (weightOf(e) > 0 ? 2 : 5) > e.agreeing || e.inside.covered * 4 > e.agreeing)
+        return false;
+    return e.inside.covered * 16 <= e.agreeing || pair.hasBackdrop() ||
+           !areUneven(pair.a(), pair.b(), pair.tolerance());
 }
 
 /// What is left out of account is not much more than what agrees. A line or two beside a bar that only one frame shows
@@ -98,8 +110,10 @@ bool isLeftOutLittle(const Examination& e, bool isAlone) {
 
 bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
     const std::int64_t height = std::min(pair.a().height, pair.b().height);
+    if (pair.isForeground())
+        return isBeforePhotograph(e, isAlone);
     return isEnough(e, height) && (!pair.hasBackdrop() || isBeforeBackdrop(e, pair, isAlone)) &&
-           !isOtherText(e, height, isAlone) && isCoveredLittle(e) && isLeftOutLittle(e, isAlone);
+           !isOtherText(e, height, isAlone) && isCoveredLittle(e, pair) && isLeftOutLittle(e, isAlone);
 }
 
 } // namespace orbelquist

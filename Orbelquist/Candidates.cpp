@@ -23,8 +23,8 @@ constexpr std::size_t shortlistedPlaces = 16, examinedPlaces = 10;
 /// so many.
 constexpr std::int64_t negligibleShare = 16;
 
-/// Some rows alone, or the row beside it, tell a place that agrees so many times as much, at most.
-constexpr std::int64_t mostFoundNearby = 2;
+/// Some rows alone, or a row of the same place, tell a place that agrees so many times as much, at most.
+constexpr std::int64_t mostFoundNearby = 4;
 
 /// The best places by score; by score over contradictions: in dense tables the truth stands far down the first list;
 /// and by score over those of the whole overlap: where two frames share a line or two, little can contradict. By score,

@@ -159,6 +159,20 @@ std::optional<KSVPatternPair> matchBeforeBackdrop(const FramePair& pair, std::sp
     return std::nullopt;
 }
 
+/// The pair as of strokes before a photograph that stands still. A page that moved by less than two lines of text lies
+/// on itself: what is left of the strokes fits elsewhere.
+std::optional<KSVPatternPair> matchBeforePhotograph(const FramePair& pair) {
+    const auto foreground = foregroundOf(pair.a(), pair.b(), pair.tolerance());
+    if (!foreground)
+        return std::nullopt;
+    const FramePair strokes = pair.withForeground(*foreground);
+    const KSVPatternPair answer = match(strokes, 0);
+    const bool isOnItself = std::abs(answer.verdict.offset) <= nearbyStrokes * strokeOf(pair);
+    if (answer.verdict.kind != KSVVerdict::Kind::matched || isOnItself)
+        return std::nullopt;
+    return joinedAt(*examine(strokes, answer.verdict.offset), answer.verdict, pair);
+}
+
 /// Of frames of one brightness.
 KSVPatternPair matchAlike(const Frame& a, const Frame& b) {
     const FramePair pair(a, b, cellTolerance);
@@ -169,6 +183,8 @@ KSVPatternPair matchAlike(const Frame& a, const Frame& b) {
         return *std::move(before);
     if (!findsNothing(sharp.verdict) || sharp.verdict.kind == KSVVerdict::Kind::repeated)
         return sharp;
+    if (auto before = matchBeforePhotograph(pair))
+        return *std::move(before);
     const Frame softA = softened(a), softB = softened(b);
     KSVPatternPair soft = match(FramePair(softA, softB, softTolerance), leastSoftAgreement);
     if (soft.verdict.kind != KSVVerdict::Kind::matched || std::abs(soft.verdict.offset) <= onePlace) // bars, softened

@@ -1,6 +1,7 @@
 #include "Orbelquist/ShiftProfile.hpp"
 
 #include <algorithm>
+#include <functional>
 
 namespace orbelquist {
 
@@ -29,6 +30,16 @@ std::optional<FramePair> FramePair::withBackdrop(std::span<const Frame* const> n
     pair.blocksOfBackdrop_ = backdrop->blocks;
     pair.ignoredInA_ = std::move(backdrop->ignoredInA), pair.ignoredInB_ = std::move(backdrop->ignoredInB);
     pair.pageInA_ = std::move(backdrop->pageInA), pair.pageInB_ = std::move(backdrop->pageInB);
+    return pair;
+}
+
+FramePair FramePair::withForeground(const Foreground& foreground) const {
+    FramePair pair(foreground.a, foreground.b, tolerance_, withBarsAlone().furniture_);
+    const auto ignore = [](std::vector<CellMask>& ignored, const std::vector<CellMask>& unknown) {
+        std::ranges::transform(ignored, unknown, ignored.begin(), std::bit_or());
+    };
+    ignore(pair.ignoredInA_, foreground.unknownInA), ignore(pair.ignoredInB_, foreground.unknownInB);
+    pair.isForeground_ = true;
     return pair;
 }
 

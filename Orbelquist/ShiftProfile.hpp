@@ -2,6 +2,7 @@
 
 #include "Orbelquist/Backdrop.hpp"
 #include "Orbelquist/BlockComparison.hpp"
+#include "Orbelquist/Foreground.hpp"
 #include "Orbelquist/Frame.hpp"
 #include "Orbelquist/Furniture.hpp"
 #include "Orbelquist/Kernels/CompareCells.hpp"
@@ -34,6 +35,10 @@ public:
     /// stands there. Other frames of the run, of the same width, may show more of it.
     std::optional<FramePair> withBackdrop(std::span<const Frame* const> neighbours) const;
 
+    /// What is told of the page before a photograph in place of the frames, with the bars that stand still over their
+    /// whole width as the only furniture.
+    FramePair withForeground(const Foreground& foreground) const;
+
     /// The same frames without some rows of the second one, nor those of the first that they lie on at a shift.
     FramePair withoutRows(std::span<const Rows> rows, std::int64_t shift) const;
 
@@ -44,6 +49,7 @@ public:
     const Furniture& furniture() const { return furniture_; }
     bool hasBackdrop() const { return blocksOfBackdrop_ > 0; }
     std::int64_t blocksOfBackdrop() const { return blocksOfBackdrop_; }
+    bool isForeground() const { return isForeground_; }
     std::uint8_t tolerance() const { return tolerance_; }
 
     /// The cells of a row of the screen that stand still.
@@ -62,7 +68,16 @@ public:
 
     /// The frames laid over each other, without the furniture of either.
     BlockComparison::Layout layout(std::int64_t shift) const {
-        return {a_, b_, shift, firstRow(shift), lastRow(shift), ignoredInA_, ignoredInB_, pageInA_, pageInB_};
+        return {.a = a_,
+                .b = b_,
+                .shift = shift,
+                .first = firstRow(shift),
+                .last = lastRow(shift),
+                .ignoredInA = ignoredInA_,
+                .ignoredInB = ignoredInB_,
+                .pageInA = pageInA_,
+                .pageInB = pageInB_,
+                .areStrokes = isForeground_};
     }
 
     /// How these rows compare, in order, without the furniture of either. `rows` is reused memory.
@@ -87,6 +102,7 @@ private:
     std::vector<CellMask> ignoredInA_, ignoredInB_; ///< as high as the frames
     std::vector<CellMask> pageInA_, pageInB_;       ///< likewise, or empty: all of it may be
     std::int64_t blocksOfBackdrop_ = 0;
+    bool isForeground_ = false;
 };
 
 /// The stretch of rows in which the page lies at a shift: agreement minus twice the contradiction is greatest. Blank

@@ -3,6 +3,7 @@
 #include "Tests/Support/TestPages.hpp"
 
 #include <algorithm>
+#include <cstdlib>
 #include <random>
 
 namespace orbelquist {
@@ -42,6 +43,7 @@ public:
         seed_ = number(random);
         glass_ = oneIn(6) && !repeats;
         pinned_ = oneIn(8) ? between(100, 360) : 0;
+        onPhotograph_ = oneIn(8) && !repeats; // equal screens before one are the same view
     }
 
     platform::CGImage screen(bool second) const {
@@ -80,12 +82,20 @@ private:
         if (sparse_ && line % 3 != 0)
             return 255;
         const bool isOther = second && !shared && !(likeTemplate_ && line % 2 == 0);
-        return (isOther ? other_ : page_).luma(x, period_ > 0 ? row % period_ : row);
+        const int luma = (isOther ? other_ : page_).luma(x, period_ > 0 ? row % period_ : row);
+        return onPhotograph_ && luma > 127 ? photographAt(x, y) : luma;
+    }
+
+    /// Stands still behind the page, of which the strokes alone are seen.
+    static int photographAt(std::int64_t x, std::int64_t y) {
+        const auto wave = [](std::int64_t at) { return std::abs(at % 140 - 70); };
+        return static_cast<int>(100 + wave(x + y / 2) + wave(height + y / 3 - 2 * x + (x * y % 7)) / 2);
     }
 
     Page page_, other_, bars_, films_[2];
     std::int64_t period_ = 0, film_ = -1, toast_ = -1;
     std::int64_t pinned_ = 0; ///< the row to which a film lies above the page
+    bool onPhotograph_ = false;
     bool likeTemplate_ = false, sparse_ = false, barsOfFirst_ = true, barsOfSecond_ = true, glass_ = false;
     int noise_ = 0, dimmed_ = 0;
     unsigned seed_ = 0;
@@ -93,9 +103,9 @@ private:
 
 } // namespace
 
-/// Pages, bars, overlays, see-through buttons, films within and above the page, noise, repeats, blanks, strangers of
-/// one template and shifts of both signs by chance: whatever is answered is right to the row, and the band lies where
-/// both screens show the page.
+/// Pages, bars, overlays, see-through buttons, films within and above the page, photographs behind it, noise, repeats,
+/// blanks, strangers of one template and shifts of both signs by chance: whatever is answered is right to the row, and
+/// the band lies where both screens show the page.
 TEST(PagesByChance, AreJoinedRightOrNotAtAll) {
     unsigned joined = 0, joinable = 0;
     const unsigned rounds = chance::numberFrom("VELMORANT_ROUNDS", 60); // more are asked for now and then

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <functional>
 #include <optional>
 #include <random>
@@ -89,6 +90,20 @@ TEST(KSVPatternMaker, TellsCardsFromAPhotographBehindThem) {
     };
     EXPECT_EQ(offsetOf(match({cards(page, 0), cards(page, 230)})[0]), "+230");
     EXPECT_EQ(offsetOf(match({cards(page, 0), cards(other, 230)})[0]), "x");
+}
+
+/// Text without a ground of its own, before a photograph.
+TEST(KSVPatternMaker, TellsTextFromAPhotographBehindIt) {
+    const auto text = [&](unsigned seed, std::int64_t top, std::int64_t rows = height) {
+        return platform::imageOf(width, rows, [page = Page(seed), top](std::int64_t x, std::int64_t y) {
+            const std::int64_t hills = 60 + std::abs((x + y / 2) % 140 - 70) + (x * y / 7) % 5;
+            const auto level = page.luma(x, y + top) < 128 ? 240u : static_cast<std::uint32_t>(hills);
+            return level * 0x1010100u | 255u;
+        });
+    };
+    EXPECT_EQ(offsetOf(match({text(7, 0), text(7, 230)})[0]), "+230");
+    EXPECT_EQ(offsetOf(match({text(7, 330), text(7, 30, height - 50)})[0]), "-300");
+    EXPECT_EQ(offsetOf(match({text(7, 0), text(8, 230)})[0]), "x");
 }
 
 /// What two shots share is blank, and a third shows more of either.

@@ -1,0 +1,176 @@
+#include "Orbelquist/Foreground.hpp"
+
+#include "Orbelquist/Backdrop.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <span>
+#include <utility>
+
+namespace orbelquist {
+
+namespace {
+
+/// What the photograph is behind a stroke is told by what both frames show of it around: within one of so many parts of
+/// the screen, or twice or four times as far, where a sixth of that is seen. Where it is not for more than a quarter of
+/// the pixels, nothing is told.
+constexpr std::int64_t reachShare = 200, furthest = 4, seenShare = 6, unseenShare = 4;
+
+/// A stroke differs from the photograph by more levels than this: what is fainter is its texture, or coding.
+constexpr int strokeStep = 16;
+
+/// A cell of a row is unknown where one of so many of its pixels are.
+constexpr int unknownInCell = 4;
+
+/// No screen has more.
+constexpr std::int64_t mostPixels = 1 << 24;
+
+constexpr std::uint8_t ground = 128;
+
+/// Darker than the ground or lighter, and the lighter the lighter it is.
+std::uint8_t strokeOn(int photograph, int level) {
+    return static_cast<std::uint8_t>((level > photograph ? 192 : 0) + level / 4);
+}
+
+enum class Pixel { photograph, stroke, unknown };
+
+/// What a pixel of one frame is, of which the other frame shows something else.
+Pixel pixelBefore(int photograph, int level, int other) {
+    const int step = std::abs(level - photograph);
+    if (step <= strokeStep)
+        return Pixel::photograph;
+    const bool isBetween = (level > photograph) != (other > photograph); // one of the two may be the photograph
+    return isBetween && step < std::abs(other - photograph) ? Pixel::unknown : Pixel::stroke;
+}
+
+/// The pixels that both frames show alike: the photograph, as a rule.
+class Photograph {
+public:
+    Photograph(const Frame& a, const Frame& b, std::uint8_t tolerance)
+        : width_(a.width), height_(std::min(a.height, b.height)),
+          reach_(std::max<std::int64_t>(3, height_ / reachShare)),
+          sums_(static_cast<std::size_t>((width_ + 1) * (height_ + 1))) {
+        for (std::int64_t y = 0; y < height_; ++y) {
+            Seen row;
+            for (std::int64_t x = 0; x < width_; ++x) {
+                const int p = a.row(y)[x], q = b.row(y)[x];
+                if (std::abs(p - q) <= tolerance) {
+                    row.level += static_cast<std::uint32_t>(p + q) / 2;
+                    ++row.count;
+                }
+                const Seen& above = at(x + 1, y);
+                sums_[index(x + 1, y + 1)] = {above.level + row.level, above.count + row.count};
+            }
+        }
+    }
+
+    std::int64_t height() const { return height_; }
+
+    /// Their mean around a pixel; nothing where next to none are near.
+    std::optional<int> around(std::int64_t x, std::int64_t y) const {
+        for (std::int64_t reach = reach_; reach <= furthest * reach_; reach *= 2) {
+            const std::int64_t left = std::max<std::int64_t>(0, x - reach), right = std::min(width_, x + reach + 1);
+            const std::int64_t top = std::max<std::int64_t>(0, y - reach), bottom = std::min(height_, y + reach + 1);
+            const Seen &a = at(left, top), &b = at(right, top), &c = at(left, bottom), &d = at(right, bottom);
+            const std::uint32_t count = d.count - b.count - c.count + a.count;
+            if (count * seenShare >= (right - left) * (bottom - top))
+                return static_cast<int>((d.level - b.level - c.level + a.level) / count);
+        }
+        return std::nullopt;
+    }
+
+private:
+    /// Of the pixels above and to the left, of which there are no more than 2^24.
+    struct Seen {
+        std::uint32_t level = 0, count = 0;
+    };
+    std::size_t index(std::int64_t x, std::int64_t y) const { return static_cast<std::size_t>(y * (width_ + 1) + x); }
+    const Seen& at(std::int64_t x, std::int64_t y) const { return sums_[index(x, y)]; }
+
+    const std::int64_t width_, height_, reach_;
+    std::vector<Seen> sums_;
+};
+
+/// The strokes of one frame, row by row from the top.
+class Strokes {
+public:
+    explicit Strokes(const Frame& frame)
+        : builder_(frame.width, frame.height), row_(static_cast<std::size_t>(frame.width)) {
+        beginRow();
+    }
+
+    void setStroke(std::int64_t x, std::uint8_t level) { row_[static_cast<std::size_t>(x)] = level; }
+    void setUnknown(std::int64_t x) { ++unknownPixels_[static_cast<std::size_t>(x * cellCount / std::ssize(row_))]; }
+
+    void endRow() {
+        CellMask cells = 0;
+        for (std::size_t cell = 0; cell < cellCount; ++cell)
+            cells |= CellMask{unknownPixels_[cell] * unknownInCell * cellCount > std::ssize(row_)} << cell;
+        add(cells);
+        beginRow();
+    }
+
+    /// All that is left down to a height is unknown: the other screen ends there.
+    Frame finish(std::int64_t height, std::vector<CellMask>& unknown) {
+        while (std::ssize(unknown_) < height)
+            add(~CellMask{0});
+        unknown = std::move(unknown_);
+        return builder_.finish();
+    }
+
+private:
+    void beginRow() {
+        std::ranges::fill(row_, ground);
+        unknownPixels_ = {};
+    }
+
+    void add(CellMask unknown) {
+        builder_.addLuma([&](std::span<std::uint8_t> luma) { std::ranges::copy(row_, luma.begin()); });
+        unknown_.push_back(unknown);
+    }
+
+    FrameBuilder builder_;
+    std::vector<std::uint8_t> row_;
+    std::array<std::int64_t, cellCount> unknownPixels_ = {};
+    std::vector<CellMask> unknown_;
+};
+
+} // namespace
+
+std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
+    if (a.width * std::min(a.height, b.height) > mostPixels || !areUneven(a, b, tolerance))
+        return std::nullopt;
+    const Photograph photograph(a, b, tolerance);
+    Strokes inA(a), inB(b);
+    std::int64_t unseen = 0;
+    for (std::int64_t y = 0; y < photograph.height(); ++y) {
+        for (std::int64_t x = 0; x < a.width; ++x) {
+            const auto tell = [&](Strokes& strokes, Pixel pixel, int behind, int level) {
+                if (pixel == Pixel::stroke)
+                    strokes.setStroke(x, strokeOn(behind, level));
+                else if (pixel == Pixel::unknown)
+                    strokes.setUnknown(x);
+            };
+            const int p = a.row(y)[x], q = b.row(y)[x];
+            const std::optional<int> behind = photograph.around(x, y);
+            unseen += !behind;
+            if (!behind) {
+                inA.setUnknown(x), inB.setUnknown(x);
+            } else if (std::abs(p - q) > tolerance) {
+                tell(inA, pixelBefore(*behind, p, q), *behind, p), tell(inB, pixelBefore(*behind, q, p), *behind, q);
+            } else if (std::abs(p - *behind) > strokeStep) { // strokes of both, perhaps
+                inA.setUnknown(x), inB.setUnknown(x);
+            }
+        }
+        inA.endRow(), inB.endRow();
+    }
+    if (unseen * unseenShare > a.width * photograph.height())
+        return std::nullopt;
+    Foreground foreground;
+    foreground.a = inA.finish(a.height, foreground.unknownInA);
+    foreground.b = inB.finish(b.height, foreground.unknownInB);
+    return foreground;
+}
+
+} // namespace orbelquist
