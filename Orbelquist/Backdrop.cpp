@@ -26,6 +26,8 @@ constexpr std::int64_t groundShare = 100, groundPeak = 3;
 /// it stand still: one of its patterns shows in many places of both frames.
 constexpr std::int64_t standingShare = 16, standingOnLevelShare = 20;
 constexpr int sameLevel = 2;
+/// Text on such a ground has none of its own in so many cells in a row, at most.
+constexpr std::size_t letterCells = 3;
 
 /// The cells that are lighter or darker than all that is seen of the picture nearby, by half of what the picture itself
 /// varies by: what lies in front of it, such as a bubble.
@@ -90,12 +92,11 @@ class PageLevels {
 public:
     /// `unmoved`: the two frames laid on each other as they are, without their bars.
     PageLevels(const BlockComparison& unmoved, const std::array<Grounds, 2>& grounds, std::int64_t patchRows) {
-        std::int64_t patches = 0;
         for (const Grounds& ground : grounds)
             for (std::size_t patch = ground.size() / tallestBar; patch < ground.size() - ground.size() / tallestBar;
                  ++patch)
                 for (const std::int16_t level : ground[patch]) {
-                    ++patches;
+                    ++allPatches_;
                     if (level >= 0)
                         ++patches_[static_cast<std::size_t>(level)];
                 }
@@ -107,9 +108,12 @@ public:
             const bool isPictures = standing_[level] * standingShare >= allStanding_ &&
                                     standing_[level] * standingOnLevelShare >= blocks_[level];
             isPage_[level] =
-                patches_[level] * groundShare >= patches && patches_[level] > groundPeak * near && !isPictures;
+                patches_[level] * groundShare >= allPatches_ && patches_[level] > groundPeak * near && !isPictures;
         }
     }
+
+    /// What most of the screen lies on.
+    bool isMost(int level) const { return has(level) && patches_[static_cast<std::size_t>(level)] * 2 > allPatches_; }
 
     bool has(int level) const { return level >= 0 && isPage_[static_cast<std::size_t>(level)]; }
 
@@ -140,18 +144,27 @@ private:
     }
 
     std::array<std::int64_t, 256> patches_ = {}, blocks_ = {}, standing_ = {};
-    std::int64_t allStanding_ = 0;
+    std::int64_t allStanding_ = 0, allPatches_ = 0;
     std::array<bool, 256> isPage_ = {};
 };
 
-/// The cells that lie on a level of the page.
-std::vector<CellMask> cellsOnGround(const Frame& frame, const Grounds& grounds, const PageLevels& levels,
-                                    std::int64_t patchRows) {
+/// The cells that lie on a level that `isWanted(level)`.
+template <class Wanted>
+std::vector<CellMask> cellsOnGround(const Frame& frame, const Grounds& grounds, std::int64_t patchRows,
+                                    Wanted isWanted) {
     std::vector<CellMask> cells(static_cast<std::size_t>(frame.height));
     for (std::size_t y = 0; y < cells.size(); ++y)
         for (std::size_t cell = 0; cell < cellCount; ++cell)
-            cells[y] |= CellMask{levels.has(grounds[y / static_cast<std::size_t>(patchRows)][cell])} << cell;
+            cells[y] |= CellMask{isWanted(grounds[y / static_cast<std::size_t>(patchRows)][cell])} << cell;
     return cells;
+}
+
+/// With what lies between two cells of a row no further apart than a few letters: text on the ground.
+CellMask withLetters(CellMask row) {
+    CellMask left = 0, right = 0;
+    for (std::size_t letter = 1; letter <= letterCells; ++letter)
+        left |= row << letter, right |= row >> letter;
+    return row | (left & right);
 }
 
 /// Without the outermost cells of each row's runs: at the edge of what lies in front of a picture, half a cell is
@@ -216,14 +229,17 @@ std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span
     const std::array<Grounds, 2> grounds{groundsOf(a, patchRows), groundsOf(b, patchRows)};
     const PageLevels levels(unmoved, grounds, patchRows);
     const auto pageIn = [&](std::size_t i) {
-        std::vector<CellMask> page = cellsOnGround(*all[i], grounds[i], levels, patchRows);
-        for (std::size_t y = 0; y < page.size(); ++y)
-            page[y] = withoutEdges((page[y] | front[i][y] | known[y]) & ~still[i][y]);
+        const auto onGround = [&](auto isWanted) { return cellsOnGround(*all[i], grounds[i], patchRows, isWanted); };
+        std::vector<CellMask> page = onGround([&](int level) { return levels.has(level); });
+        const std::vector<CellMask> cards = onGround([&](int level) { return levels.isMost(level); });
+        for (std::size_t y = 0; y < page.size(); ++y) {
+            still[i][y] &= ~cards[y]; // the flat of two cards is equal, too
+            if (y < furniture.cells.size())
+                still[i][y] |= furniture.cells[y];
+            page[y] = withoutEdges((withLetters(page[y]) | front[i][y] | known[y]) & ~still[i][y]);
+        }
         return page;
     };
-    for (std::size_t i = 0; i < 2; ++i)
-        for (std::size_t y = 0; y < std::min(still[i].size(), furniture.cells.size()); ++y)
-            still[i][y] |= furniture.cells[y];
     backdrop.pageInA = pageIn(0), backdrop.pageInB = pageIn(1);
     backdrop.ignoredInA = std::move(still[0]), backdrop.ignoredInB = std::move(still[1]);
     return backdrop;

@@ -46,6 +46,10 @@ public:
         const double mixed = determinant > 1 ? (xs * xs * p - 2 * xs * xp * sp + xp * xp * s) / determinant : 0;
         return follows(std::max({screen(), p > 1 ? xp * xp / p : 0, mixed}));
     }
+    bool followsFromPage() const {
+        const double xp = covariance(sums_.xp, sums_.x, sums_.p), p = varianceP();
+        return p > 1 && follows(xp * xp / p);
+    }
     /// Pixel by pixel from the one or the other: something small in front of the page.
     bool isComposed() const {
         return static_cast<double>(sums_.nearest) / count_ - 2 * block_.noise < (1 - explained) * varianceX();
@@ -103,6 +107,11 @@ bool mayBeBar(const ScreenBlock& block, bool shapeless) {
 bool followsFromBoth(const ScreenBlock& block) {
     const Moments moments(block);
     return !moments.isEmpty() && moments.followsFromBoth();
+}
+
+bool followsFromPage(const ScreenBlock& block) {
+    const Moments moments(block);
+    return !moments.isEmpty() && !moments.isFlat() && moments.followsFromPage();
 }
 
 bool hasStandingEdge(const Frame& a, const Frame& b, const Furniture& furniture, std::int64_t row, std::int64_t reach) {

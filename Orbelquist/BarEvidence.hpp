@@ -29,6 +29,9 @@ bool mayBeBar(const ScreenBlock& block, bool shapeless);
 /// both, as of glass.
 bool followsFromBoth(const ScreenBlock& block);
 
+/// Whether the block's pixels follow from what the page has there, lighter or darker.
+bool followsFromPage(const ScreenBlock& block);
+
 /// Whether both frames step from one level to another over most of their width at the same row of the screen, within
 /// `reach` rows of one and further than that from the bars, whose edges are no window's.
 bool hasStandingEdge(const Frame& a, const Frame& b, const Furniture& furniture, std::int64_t row, std::int64_t reach);

@@ -22,8 +22,8 @@ constexpr std::int64_t mostBars = 4, mostBarsBeyondDoubt = 12;
 
 /// So few blocks are a line or two, whatever they lie beside.
 constexpr std::int64_t lineOrTwo = 40;
-/// Blocks that may be unclear for each of the picture behind the page that is seen, at most; and the part of what
-/// agrees that next to nothing is.
+/// Blocks that may be unclear for each of the picture behind the page that is seen, if they are more than agree; and
+/// the part of what agrees that next to nothing is.
 constexpr std::int64_t mostUnclear = 5, hardlyShare = 12;
 /// Blocks of strokes before a photograph that agree, at least.
 constexpr std::int64_t leastStrokes = 60;
@@ -50,7 +50,7 @@ bool isEnough(const Examination& e, std::int64_t height) {
 /// few letters are the page for certain, or there are many lines that hardly anything contradicts. What is unclear is
 /// the picture's doing, so no more of it than is seen of that.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
-    if (!isAlone || e.unclear > mostUnclear * pair.blocksOfBackdrop())
+    if (!isAlone || e.unclear > std::max(e.agreeing, mostUnclear * pair.blocksOfBackdrop()))
         return false;
     const bool isUnclear = e.unclear * 2 > e.agreeing;
     if (e.certain >= 2 * leastAgreeing && e.against() * (isUnclear ? 6 : 4) <= e.certain)

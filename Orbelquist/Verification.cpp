@@ -7,6 +7,8 @@
 #include <array>
 #include <bit>
 #include <cstdlib>
+#include <functional>
+#include <numeric>
 #include <vector>
 
 namespace orbelquist {
@@ -149,36 +151,30 @@ private:
         }
     }
 
-    /// What contradicts but belongs to a button that stands still and lets the page shine through says nothing: on
-    /// another ground it is higher than a line of text, and as wide as a block at least, but for its rim.
+    /// What contradicts but belongs to a button that stands still and lets the page shine through says nothing: the
+    /// page's own shapes, lighter or darker; and another ground, higher than a line of text, with its rim.
     void explainButtons() {
         using Blocks = std::uint32_t; // of a band, the leftmost lowest
         static_assert(blocksAcross == 32);
-        std::vector<Blocks> explained(bands_.size()), inner(bands_.size());
+        std::vector<Blocks> near(bands_.size()), ground(near), dimmed(near), button(near);
         for (std::size_t i = 0; i < bands_.size(); ++i)
-            for (std::size_t k = 0; k < blocksAcross; ++k) {
-                const auto explains = [&](bool second) {
-                    return isNearStill(i, k, second) && followsFromBoth(onScreen(i, k, second));
-                };
-                if (!bands_[i].contradicts(k) || !(explains(true) || explains(false)))
-                    continue;
-                explained[i] |= Blocks{1} << k;
-                if (bands_[i].at(k) == Block::covered)
-                    inner[i] |= Blocks{1} << k;
-            }
-        const auto near = [&](std::size_t i) { // those of a button, and the ones beside them
-            Blocks all = 0;
-            for (std::size_t first = i < leastButton ? 0 : i - leastButton;
-                 first <= i + 1 && first + leastButton <= inner.size(); ++first) {
-                Blocks high = ~Blocks{0};
-                for (std::size_t k = first; k < first + leastButton; ++k)
-                    high &= inner[k];
-                all |= high;
-            }
-            return all | all << 1 | all >> 1;
-        };
+            for (std::size_t k = 0; k < blocksAcross; ++k)
+                for (const bool second : {false, true}) {
+                    if (!bands_[i].contradicts(k) || !isNearStill(i, k, second))
+                        continue;
+                    near[i] |= Blocks{1} << k;
+                    if (bands_[i].at(k) == Block::shapes)
+                        dimmed[i] |= Blocks{followsFromPage(onScreen(i, k, second))} << k;
+                    else
+                        ground[i] |= Blocks{followsFromBoth(onScreen(i, k, second))} << k;
+                }
+        for (std::size_t i = 0; i + leastButton <= bands_.size(); ++i) {
+            const Blocks high = std::accumulate(&ground[i], &ground[i] + leastButton, ~Blocks{0}, std::bit_and());
+            for (std::size_t k = i > 0 ? i - 1 : 0; k < std::min(i + leastButton + 1, bands_.size()); ++k)
+                button[k] |= high | high << 1 | high >> 1;
+        }
         for (std::size_t i = 0; i < bands_.size(); ++i)
-            for (Blocks blocks = explained[i] & near(i); blocks != 0; blocks &= blocks - 1) {
+            for (Blocks blocks = (near[i] & button[i]) | dimmed[i]; blocks != 0; blocks &= blocks - 1) {
                 bands_[i].set(static_cast<std::size_t>(std::countr_zero(blocks)), Block::blank);
                 ++e_.buttons;
             }

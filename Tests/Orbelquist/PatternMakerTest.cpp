@@ -273,6 +273,15 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
                   const bool isSign = left >= 24 && left < 40 && top >= 24 && top < 40;
                   return isSign ? 255 - static_cast<int>(bars.luma(x, y)) / 2 : behind / 4 + 40;
               }},
+             {"black ones on a black page",
+              [&](auto x, auto y, bool second) {
+                  const bool isLine = (second ? y + down : y) / 20 % 3 == 0;
+                  const auto behind = isLine && x >= 140 ? 255 - static_cast<int>(shown(x, y, second)) : 0;
+                  const auto left = x - 164, top = (y - 330) % 100;
+                  const bool isSign = left >= 24 && left < 40 && top >= 24 && top < 40 && y >= 330 && y < 502;
+                  const bool isButton = left >= 0 && left < 72 && top < 72 && y >= 330 && y < 502;
+                  return isSign ? 255 - static_cast<int>(bars.luma(x, y)) / 2 : isButton ? behind / 3 : behind;
+              }},
              {"values that changed meanwhile", // in every fourth line, at its end
               [&](auto x, auto y, bool second) {
                   const auto at = second ? y + down : y;
