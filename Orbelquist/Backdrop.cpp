@@ -27,7 +27,7 @@ constexpr std::int64_t groundShare = 100, groundPeak = 3;
 constexpr std::int64_t standingShare = 16, standingOnLevelShare = 20;
 constexpr int sameLevel = 2;
 /// Text on such a ground has none of its own in so many cells in a row, at most.
-constexpr std::size_t letterCells = 3;
+constexpr std::size_t letterCells = 4;
 
 /// The cells that are lighter or darker than all that is seen of the picture nearby, by half of what the picture itself
 /// varies by: what lies in front of it, such as a bubble.
@@ -115,6 +115,13 @@ public:
     /// What most of the screen lies on.
     bool isMost(int level) const { return has(level) && patches_[static_cast<std::size_t>(level)] * 2 > allPatches_; }
 
+    bool hasMost() const {
+        for (int level = 0; level < 256; ++level)
+            if (isMost(level))
+                return true;
+        return false;
+    }
+
     bool has(int level) const { return level >= 0 && isPage_[static_cast<std::size_t>(level)]; }
 
 private:
@@ -159,12 +166,13 @@ std::vector<CellMask> cellsOnGround(const Frame& frame, const Grounds& grounds, 
     return cells;
 }
 
-/// With what lies between two cells of a row no further apart than a few letters: text on the ground.
+/// With the gaps of a row that are no wider than a few letters: text on the ground.
 CellMask withLetters(CellMask row) {
-    CellMask left = 0, right = 0;
-    for (std::size_t letter = 1; letter <= letterCells; ++letter)
-        left |= row << letter, right |= row >> letter;
-    return row | (left & right);
+    CellMask letters = 0;
+    for (std::size_t left = 1; left <= letterCells; ++left)
+        for (std::size_t right = 1; left + right <= letterCells + 1; ++right)
+            letters |= row << left & row >> right;
+    return row | letters;
 }
 
 /// Without the outermost cells of each row's runs: at the edge of what lies in front of a picture, half a cell is
@@ -174,22 +182,29 @@ CellMask withoutEdges(CellMask row) {
     return row & toLeft & toRight;
 }
 
-bool isUneven(const Frame& frame, std::uint8_t tolerance) {
-    std::vector<std::int64_t> cells(256 + tolerance);
-    const std::int64_t first = frame.height / tallestBar, last = frame.height - first;
-    for (std::int64_t y = first; y < last; ++y)
+bool isUnevenBetweenBars(const Frame& frame, std::uint8_t tolerance) {
+    std::array<std::int64_t, 256> cells = {};
+    const std::int64_t first = frame.height / tallestBar;
+    for (std::int64_t y = first; y < frame.height - first; ++y)
         for (const std::uint8_t level : frame.signature[static_cast<std::size_t>(y)])
             ++cells[level];
-    std::int64_t most = 0;
-    for (auto level = cells.begin(); level + tolerance < cells.end(); ++level)
-        most = std::max(most, std::accumulate(level, level + tolerance + 1, std::int64_t{0}));
-    return most * 5 < (last - first) * cellCount * 2;
+    return isUneven(cells, tolerance);
 }
 
 } // namespace
 
+bool isUneven(std::span<const std::int64_t> levels, std::uint8_t tolerance) {
+    std::int64_t all = 0, most = 0;
+    for (std::size_t level = 0; level < levels.size(); ++level) {
+        all += levels[level];
+        const auto near = levels.subspan(level, std::min<std::size_t>(tolerance + 1u, levels.size() - level));
+        most = std::max(most, std::accumulate(near.begin(), near.end(), std::int64_t{0}));
+    }
+    return most * 5 < all * 2;
+}
+
 bool areUneven(const Frame& a, const Frame& b, std::uint8_t tolerance) {
-    return isUneven(a, tolerance) && isUneven(b, tolerance);
+    return isUnevenBetweenBars(a, tolerance) && isUnevenBetweenBars(b, tolerance);
 }
 
 std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours,
@@ -228,6 +243,7 @@ std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span
     const std::int64_t patchRows = std::max(leastPatchRows, height / patchesPerScreen);
     const std::array<Grounds, 2> grounds{groundsOf(a, patchRows), groundsOf(b, patchRows)};
     const PageLevels levels(unmoved, grounds, patchRows);
+    backdrop.isCovered = levels.hasMost();
     const auto pageIn = [&](std::size_t i) {
         const auto onGround = [&](auto isWanted) { return cellsOnGround(*all[i], grounds[i], patchRows, isWanted); };
         std::vector<CellMask> page = onGround([&](int level) { return levels.has(level); });

@@ -14,6 +14,7 @@ namespace orbelquist {
 /// a row of each frame.
 struct Backdrop {
     std::int64_t blocks = 0;                      ///< that show it in both frames, at most
+    bool isCovered = false;                       ///< most of it, by cards of one level
     std::vector<CellMask> ignoredInA, ignoredInB; ///< cells of it, and of bars: they say nothing of the page
     std::vector<CellMask> pageInA, pageInB;       ///< cells that show the page for certain
 };
@@ -25,8 +26,11 @@ struct Backdrop {
 std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours,
                                        const Furniture& furniture, std::uint8_t tolerance);
 
-/// Whether a photograph may lie behind the page of both frames: between the bars no one level, give or take what coding
-/// does to it, takes two fifths of either screen, as that of paper does.
+/// Whether of so many pixels of each level, or cells, less than two fifths have any one level, give or take what coding
+/// does to it: those of a photograph, not of paper.
+bool isUneven(std::span<const std::int64_t> levels, std::uint8_t tolerance);
+
+/// Whether a photograph may lie behind the page of both frames: their cells between the bars are uneven.
 bool areUneven(const Frame& a, const Frame& b, std::uint8_t tolerance);
 
 } // namespace orbelquist

@@ -46,9 +46,10 @@ public:
         const double mixed = determinant > 1 ? (xs * xs * p - 2 * xs * xp * sp + xp * xp * s) / determinant : 0;
         return follows(std::max({screen(), p > 1 ? xp * xp / p : 0, mixed}));
     }
+    /// Weaker than there: what lets it shine through adds nothing to it.
     bool followsFromPage() const {
         const double xp = covariance(sums_.xp, sums_.x, sums_.p), p = varianceP();
-        return p > 1 && follows(xp * xp / p);
+        return p > 1 && xp > 0 && xp < p && follows(xp * xp / p);
     }
     /// Pixel by pixel from the one or the other: something small in front of the page.
     bool isComposed() const {

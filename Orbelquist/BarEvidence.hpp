@@ -29,7 +29,7 @@ bool mayBeBar(const ScreenBlock& block, bool shapeless);
 /// both, as of glass.
 bool followsFromBoth(const ScreenBlock& block);
 
-/// Whether the block's pixels follow from what the page has there, lighter or darker.
+/// Whether the block's pixels follow from what the page has there, with less contrast.
 bool followsFromPage(const ScreenBlock& block);
 
 /// Whether both frames step from one level to another over most of their width at the same row of the screen, within

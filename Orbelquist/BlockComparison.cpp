@@ -41,10 +41,9 @@ constexpr double unclear = 2, leastContradiction = 0.12;
 constexpr std::int64_t pagePercent = 87;
 constexpr float shiningThrough = 8;
 
-/// Strokes before different parts of a photograph differ at their edges, by this part of their variance; a block that
-/// varies so many times less has lost its own.
-constexpr double edgesBeforePhotograph = 0.06;
-constexpr float lostStrokes = 8;
+/// A block that varies so many times less than the other one, about the ground, give or take so many levels, has lost
+/// its strokes.
+constexpr float lostShare = 8, nearGround = 32;
 
 /// A line down through so many bands, higher than a letter, is the same at other rows, too.
 constexpr std::size_t longLine = 4;
@@ -65,6 +64,12 @@ float percentile(std::vector<float>& values, std::ptrdiff_t percent) {
 }
 
 } // namespace
+
+bool BlockComparison::Measure::hasLostStrokes() const {
+    const bool isOfA = varianceA < varianceB;
+    return (isOfA ? varianceA : varianceB) * lostShare < variance() &&
+           std::abs((isOfA ? mean : meanB) - strokeGround) <= nearGround;
+}
 
 BlockComparison::BlockComparison(const Layout& layout, std::size_t every)
     : layout_(layout),
@@ -115,6 +120,7 @@ BlockComparison::Measures BlockComparison::measure(std::size_t band) const {
             return static_cast<float>(static_cast<double>(squares) / count - mean * mean);
         };
         measures[k] = {.mean = static_cast<float>(static_cast<double>(s.a) / count),
+                       .meanB = static_cast<float>(static_cast<double>(s.b) / count),
                        .difference = static_cast<float>(static_cast<double>(s.difference) / count),
                        .varianceA = variance(s.a, s.aa),
                        .varianceB = variance(s.b, s.bb),
@@ -220,8 +226,10 @@ void BlockComparison::judge() {
         for (const Measure& m : band)
             if (isInformed(m) && differenceOf(m) < mostDifference)
                 differences.push_back(static_cast<float>(differenceOf(m)));
-    difference_ = std::max<double>(layout_.areStrokes ? edgesBeforePhotograph : 0, percentile(differences, 50));
-    const double alike = std::min(mostDifference, leastDifference + overMiddle * difference_);
+    difference_ = percentile(differences, 50);
+    const double alike = layout_.areStrokes // their edges differ before different parts of a photograph
+                             ? mostDifference
+                             : std::min(mostDifference, leastDifference + overMiddle * difference_);
     const double contradicts = std::max(unclear * alike, leastContradiction);
     std::vector<float> variances; // of the page's like blocks
     for (std::size_t i = 0; i < bands_.size(); ++i) {
@@ -243,9 +251,8 @@ void BlockComparison::judge() {
     for (std::size_t i = 0; i < bands_.size(); ++i)
         for (std::size_t k = 0; k < blocksAcross; ++k) {
             const Measure& m = measures_[i][k];
-            const bool isLost = layout_.areStrokes && m.variance() > lostStrokes * std::min(m.varianceA, m.varianceB);
             if (bands_[i].at(k) == Block::unclear && differenceOf(m) >= contradicts && m.difference >= faint &&
-                !isLost && isPage(i, k, pagePercent))
+                !(layout_.areStrokes && m.hasLostStrokes()) && isPage(i, k, pagePercent))
                 bands_[i].set(k, Block::shapes);
         }
 }

@@ -14,6 +14,9 @@ namespace orbelquist {
 /// A row of blocks is a band.
 inline constexpr std::int64_t bandsPerScreen = 100;
 
+/// The level of the even ground that strokes lie on.
+inline constexpr std::uint8_t strokeGround = 128;
+
 /// What a block says of two frames laid over each other.
 enum class Block : std::uint8_t {
     blank,   ///< nothing: without information, or furniture
@@ -100,10 +103,11 @@ private:
 
     /// Of a block, per pixel: levels, and square levels.
     struct Measure {
-        float mean = 0, difference = 0, varianceA = 0, varianceB = 0;
+        float mean = 0, meanB = 0, difference = 0, varianceA = 0, varianceB = 0;
         bool isCounted = false;
 
         float variance() const { return std::max(varianceA, varianceB); }
+        bool hasLostStrokes() const; ///< one of the frames, which shows the ground alone
     };
     using Measures = std::array<Measure, blocksAcross>;
 

@@ -22,8 +22,8 @@ constexpr std::int64_t mostBars = 4, mostBarsBeyondDoubt = 12;
 
 /// So few blocks are a line or two, whatever they lie beside.
 constexpr std::int64_t lineOrTwo = 40;
-/// Blocks that may be unclear for each of the picture behind the page that is seen, if they are more than agree; and
-/// the part of what agrees that next to nothing is.
+/// Blocks that may be unclear for each of the picture behind the page that is seen, at most; and the part of what
+/// agrees that next to nothing is.
 constexpr std::int64_t mostUnclear = 5, hardlyShare = 12;
 /// Blocks of strokes before a photograph that agree, at least.
 constexpr std::int64_t leastStrokes = 60;
@@ -33,11 +33,16 @@ std::int64_t weightOf(const Examination& e) {
     return std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
 }
 
-/// A few letters, over a quarter of a line of text; no more than that is nothing if anything contradicts.
-bool isEnough(const Examination& e, std::int64_t height) {
+/// A few letters, over a quarter of a line of text.
+bool isPinned(const Examination& e, std::int64_t height) {
     const std::int64_t pinning = e.agreeing - e.upright;
-    if (pinning < leastAgreeing || pinning * leastPinning < e.agreeing ||
-        e.pageRows < std::max(leastRows, height / (2 * bandsPerScreen)))
+    return pinning >= leastAgreeing && pinning * leastPinning >= e.agreeing &&
+           e.pageRows >= std::max(leastRows, height / (2 * bandsPerScreen));
+}
+
+/// No more than that is nothing if anything contradicts.
+bool isEnough(const Examination& e, std::int64_t height) {
+    if (!isPinned(e, height))
         return false;
     if (weightOf(e) > 0)
         return true;
@@ -48,12 +53,15 @@ bool isEnough(const Examination& e, std::int64_t height) {
 
 /// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
 /// few letters are the page for certain, or there are many lines that hardly anything contradicts. What is unclear is
-/// the picture's doing, so no more of it than is seen of that.
+/// the picture's doing, so no more of it than is seen of that; or than agrees where cards cover most of it, whose text
+/// next to nothing contradicts.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
-    if (!isAlone || e.unclear > std::max(e.agreeing, mostUnclear * pair.blocksOfBackdrop()))
+    const bool isCovered = pair.isBackdropCovered();
+    if (!isAlone || e.unclear > std::max(isCovered ? e.agreeing : 0, mostUnclear * pair.blocksOfBackdrop()))
         return false;
     const bool isUnclear = e.unclear * 2 > e.agreeing;
-    if (e.certain >= 2 * leastAgreeing && e.against() * (isUnclear ? 6 : 4) <= e.certain)
+    const std::int64_t share = isCovered ? hardlyShare : isUnclear ? 6 : 4;
+    if (e.certain >= 2 * leastAgreeing && e.against() * share <= e.certain)
         return true;
     return e.agreeingBands >= manyBands && e.against() * hardlyShare <= e.agreeing && !isUnclear;
 }
@@ -68,11 +76,12 @@ bool isBeforePhotograph(const Examination& e, bool isAlone) {
 bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
-    const bool liesTogether = e.overlay.all() == e.against() && (e.last - e.first) * changedScreenShare >= height;
+    const bool liesTogether = e.overlay.all() + e.edge.covered == e.against();
+    const bool isSeen = (e.last - e.first) * changedScreenShare >= height;
     const bool mayHaveChanged =
         isAlone &&
         ((e.agreeingBands >= manyBands && (e.inside.shapes + e.overlay.shapes) * changedShare <= e.agreeing) ||
-         (liesTogether && e.overlay.all() * changedTogetherShare <= e.agreeing));
+         (liesTogether && isSeen && e.overlay.all() * changedTogetherShare <= e.agreeing));
     return (shapes * hardlyShare > std::max<std::int64_t>(0, weightOf(e) - 16) && !mayHaveChanged) ||
            (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing;
 }
@@ -111,7 +120,7 @@ bool isLeftOutLittle(const Examination& e, bool isAlone) {
 bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
     const std::int64_t height = std::min(pair.a().height, pair.b().height);
     if (pair.isForeground())
-        return isBeforePhotograph(e, isAlone);
+        return isPinned(e, height) && isBeforePhotograph(e, isAlone) && isLeftOutLittle(e, isAlone);
     return isEnough(e, height) && (!pair.hasBackdrop() || isBeforeBackdrop(e, pair, isAlone)) &&
            !isOtherText(e, height, isAlone) && isCoveredLittle(e, pair) && isLeftOutLittle(e, isAlone);
 }

@@ -23,7 +23,7 @@ constexpr std::size_t shortlistedPlaces = 16, examinedPlaces = 10;
 /// so many.
 constexpr std::int64_t negligibleShare = 16;
 
-/// Some rows alone, or a row of the same place, tell a place that agrees so many times as much, at most.
+/// What some rows, or a shift some rows off, tell of a place is at least one part of so many of what it has.
 constexpr std::int64_t mostFoundNearby = 4;
 
 /// The best places by score; by score over contradictions: in dense tables the truth stands far down the first list;

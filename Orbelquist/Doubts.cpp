@@ -61,11 +61,18 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
     };
     const auto mayLieAt = [&](const Frame& frame, std::int64_t start) {
         return isThere(some, cellsOfSome / 2, frame, start - e.first) &&
-               isThere(all, cells * (100 - repeatedPercent) / 100, frame, start - e.first);
+               (pair.isForeground() || isThere(all, cells * (100 - repeatedPercent) / 100, frame, start - e.first));
     };
     const auto blocksAt = [&](const Frame& frame, std::int64_t start) {
         const std::span<const CellMask> ignored = &frame == &b ? pair.ignoredInB() : pair.ignoredInA();
-        BlockComparison there({frame, b, start - e.first, e.first, e.last, ignored, pair.ignoredInB()});
+        BlockComparison there({.a = frame,
+                               .b = b,
+                               .shift = start - e.first,
+                               .first = e.first,
+                               .last = e.last,
+                               .ignoredInA = ignored,
+                               .ignoredInB = pair.ignoredInB(),
+                               .areStrokes = pair.isForeground()});
         std::int64_t alike = 0, against = 0;
         for (const Band& band : there.bands()) {
             alike += band.count(Block::alike);

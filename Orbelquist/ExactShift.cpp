@@ -41,7 +41,8 @@ PixelDifference pixelDifferences(const FramePair& pair, const Examination& stret
         count += end - begin;
     };
     for (std::int64_t row = first; row < last; ++row) {
-        if (!pair.hasBackdrop()) { // furniture amid the page may be lines' blank ends: they tell most
+        if (!pair.hasBackdrop() &&
+            !pair.isForeground()) { // furniture amid the page may be lines' blank ends: they tell most
             add(row, 0, width);
             continue;
         }

@@ -1,6 +1,7 @@
 #include "Orbelquist/Foreground.hpp"
 
 #include "Orbelquist/Backdrop.hpp"
+#include "Orbelquist/BlockComparison.hpp"
 
 #include <algorithm>
 #include <array>
@@ -23,10 +24,8 @@ constexpr int strokeStep = 16;
 /// A cell of a row is unknown where one of so many of its pixels are.
 constexpr int unknownInCell = 4;
 
-/// No screen has more.
+/// Their levels add up in 32 bits.
 constexpr std::int64_t mostPixels = 1 << 24;
-
-constexpr std::uint8_t ground = 128;
 
 /// Darker than the ground or lighter, and the lighter the lighter it is.
 std::uint8_t strokeOn(int photograph, int level) {
@@ -40,8 +39,8 @@ Pixel pixelBefore(int photograph, int level, int other) {
     const int step = std::abs(level - photograph);
     if (step <= strokeStep)
         return Pixel::photograph;
-    const bool isBetween = (level > photograph) != (other > photograph); // one of the two may be the photograph
-    return isBetween && step < std::abs(other - photograph) ? Pixel::unknown : Pixel::stroke;
+    const bool liesBetween = (level > photograph) != (other > photograph); // one of the two may be the photograph
+    return liesBetween && step < std::abs(other - photograph) ? Pixel::unknown : Pixel::stroke;
 }
 
 /// The pixels that both frames show alike: the photograph, as a rule.
@@ -56,6 +55,8 @@ public:
             for (std::int64_t x = 0; x < width_; ++x) {
                 const int p = a.row(y)[x], q = b.row(y)[x];
                 if (std::abs(p - q) <= tolerance) {
+                    if (y >= height_ / tallestBar && y < height_ - height_ / tallestBar)
+                        ++pixels_[static_cast<std::size_t>(p)];
                     row.level += static_cast<std::uint32_t>(p + q) / 2;
                     ++row.count;
                 }
@@ -66,6 +67,9 @@ public:
     }
 
     std::int64_t height() const { return height_; }
+
+    /// Whether they are those of a photograph, and not of paper.
+    bool isUneven(std::uint8_t tolerance) const { return orbelquist::isUneven(pixels_, tolerance); }
 
     /// Their mean around a pixel; nothing where next to none are near.
     std::optional<int> around(std::int64_t x, std::int64_t y) const {
@@ -89,6 +93,7 @@ private:
     const Seen& at(std::int64_t x, std::int64_t y) const { return sums_[index(x, y)]; }
 
     const std::int64_t width_, height_, reach_;
+    std::array<std::int64_t, 256> pixels_ = {}; ///< of each level, between the bars
     std::vector<Seen> sums_;
 };
 
@@ -101,7 +106,9 @@ public:
     }
 
     void setStroke(std::int64_t x, std::uint8_t level) { row_[static_cast<std::size_t>(x)] = level; }
-    void setUnknown(std::int64_t x) { ++unknownPixels_[static_cast<std::size_t>(x * cellCount / std::ssize(row_))]; }
+    void setUnknown(std::int64_t x) {
+        ++unknownPixels_[static_cast<std::size_t>(((x + 1) * cellCount - 1) / std::ssize(row_))];
+    }
 
     void endRow() {
         CellMask cells = 0;
@@ -121,7 +128,7 @@ public:
 
 private:
     void beginRow() {
-        std::ranges::fill(row_, ground);
+        std::ranges::fill(row_, strokeGround);
         unknownPixels_ = {};
     }
 
@@ -142,6 +149,8 @@ std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint
     if (a.width * std::min(a.height, b.height) > mostPixels || !areUneven(a, b, tolerance))
         return std::nullopt;
     const Photograph photograph(a, b, tolerance);
+    if (!photograph.isUneven(tolerance))
+        return std::nullopt;
     Strokes inA(a), inB(b);
     std::int64_t unseen = 0;
     for (std::int64_t y = 0; y < photograph.height(); ++y) {
@@ -164,9 +173,9 @@ std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint
             }
         }
         inA.endRow(), inB.endRow();
+        if (unseen * unseenShare > a.width * photograph.height())
+            return std::nullopt;
     }
-    if (unseen * unseenShare > a.width * photograph.height())
-        return std::nullopt;
     Foreground foreground;
     foreground.a = inA.finish(a.height, foreground.unknownInA);
     foreground.b = inB.finish(b.height, foreground.unknownInB);

@@ -66,8 +66,8 @@ KSVPatternPair joinedAt(const Examination& e, const KSVVerdict& verdict, const F
     return e.shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
 }
 
-/// `leastAlike`: blocks that must agree.
-KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
+/// `leastAlike`: blocks that must agree. The seam is that of the frames that are shown.
+KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const FramePair& shown) {
     using Kind = KSVVerdict::Kind;
     if (const auto equal = equalFrames(pair))
         return *equal;
@@ -148,7 +148,11 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     if (pair.hasBackdrop() && exactShift(pair.withoutBackdrop(), *exact) != exact->shift)
         return {.verdict = verdictOn(*exact, Kind::contradicted, pair)};
     verdict.offset = exact->shift;
-    return joinedAt(*exact, verdict, pair);
+    return joinedAt(*exact, verdict, shown);
+}
+
+KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
+    return match(pair, leastAlike, pair);
 }
 
 /// The pair as of a page before a picture that stands still; nothing where there is none, or no place before it.
@@ -159,18 +163,17 @@ std::optional<KSVPatternPair> matchBeforeBackdrop(const FramePair& pair, std::sp
     return std::nullopt;
 }
 
-/// The pair as of strokes before a photograph that stands still. A page that moved by less than two lines of text lies
-/// on itself: what is left of the strokes fits elsewhere.
+/// The pair as of strokes before a photograph that stands still. Those of a page that moved by less than two lines of
+/// text lie on themselves in part, and what is left fits some rows off: there nothing is told.
 std::optional<KSVPatternPair> matchBeforePhotograph(const FramePair& pair) {
     const auto foreground = foregroundOf(pair.a(), pair.b(), pair.tolerance());
     if (!foreground)
         return std::nullopt;
-    const FramePair strokes = pair.withForeground(*foreground);
-    const KSVPatternPair answer = match(strokes, 0);
-    const bool isOnItself = std::abs(answer.verdict.offset) <= nearbyStrokes * strokeOf(pair);
+    KSVPatternPair answer = match(pair.withForeground(*foreground), 0, pair);
+    const bool isOnItself = std::abs(answer.verdict.offset) <= std::max(onePlace, nearbyStrokes * strokeOf(pair));
     if (answer.verdict.kind != KSVVerdict::Kind::matched || isOnItself)
         return std::nullopt;
-    return joinedAt(*examine(strokes, answer.verdict.offset), answer.verdict, pair);
+    return answer;
 }
 
 /// Of frames of one brightness.

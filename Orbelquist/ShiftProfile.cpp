@@ -16,6 +16,8 @@ FramePair::FramePair(const Frame& a, const Frame& b, std::uint8_t tolerance, Fur
 }
 
 FramePair FramePair::withBarsAlone() const {
+    if (isForeground_)
+        return *this;
     Furniture bars = furniture_;
     if (bars.topRows + bars.bottomRows < std::ssize(bars.cells))
         std::fill(bars.cells.begin() + bars.topRows, bars.cells.end() - bars.bottomRows, CellMask{0});
@@ -27,7 +29,7 @@ std::optional<FramePair> FramePair::withBackdrop(std::span<const Frame* const> n
     if (!backdrop)
         return std::nullopt;
     FramePair pair = *this;
-    pair.blocksOfBackdrop_ = backdrop->blocks;
+    pair.blocksOfBackdrop_ = backdrop->blocks, pair.isBackdropCovered_ = backdrop->isCovered;
     pair.ignoredInA_ = std::move(backdrop->ignoredInA), pair.ignoredInB_ = std::move(backdrop->ignoredInB);
     pair.pageInA_ = std::move(backdrop->pageInA), pair.pageInB_ = std::move(backdrop->pageInB);
     return pair;

@@ -48,6 +48,7 @@ public:
     const Frame& b() const { return b_; }
     const Furniture& furniture() const { return furniture_; }
     bool hasBackdrop() const { return blocksOfBackdrop_ > 0; }
+    bool isBackdropCovered() const { return isBackdropCovered_; }
     std::int64_t blocksOfBackdrop() const { return blocksOfBackdrop_; }
     bool isForeground() const { return isForeground_; }
     std::uint8_t tolerance() const { return tolerance_; }
@@ -102,7 +103,7 @@ private:
     std::vector<CellMask> ignoredInA_, ignoredInB_; ///< as high as the frames
     std::vector<CellMask> pageInA_, pageInB_;       ///< likewise, or empty: all of it may be
     std::int64_t blocksOfBackdrop_ = 0;
-    bool isForeground_ = false;
+    bool isBackdropCovered_ = false, isForeground_ = false;
 };
 
 /// The stretch of rows in which the page lies at a shift: agreement minus twice the contradiction is greatest. Blank

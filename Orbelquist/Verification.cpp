@@ -152,21 +152,24 @@ private:
     }
 
     /// What contradicts but belongs to a button that stands still and lets the page shine through says nothing: the
-    /// page's own shapes, lighter or darker; and another ground, higher than a line of text, with its rim.
+    /// page's own shapes, with less contrast; and another ground, higher than a line of text and as wide as a block at
+    /// least, but for its rim.
     void explainButtons() {
         using Blocks = std::uint32_t; // of a band, the leftmost lowest
         static_assert(blocksAcross == 32);
-        std::vector<Blocks> near(bands_.size()), ground(near), dimmed(near), button(near);
+        std::vector<Blocks> explained(bands_.size()), ground(explained), dimmed(explained), button(explained);
         for (std::size_t i = 0; i < bands_.size(); ++i)
             for (std::size_t k = 0; k < blocksAcross; ++k)
                 for (const bool second : {false, true}) {
-                    if (!bands_[i].contradicts(k) || !isNearStill(i, k, second))
+                    if (!bands_[i].contradicts(k) || !isNearStill(i, k, second) ||
+                        !followsFromBoth(onScreen(i, k, second)))
                         continue;
-                    near[i] |= Blocks{1} << k;
-                    if (bands_[i].at(k) == Block::shapes)
-                        dimmed[i] |= Blocks{followsFromPage(onScreen(i, k, second))} << k;
-                    else
-                        ground[i] |= Blocks{followsFromBoth(onScreen(i, k, second))} << k;
+                    const Blocks block = Blocks{1} << k;
+                    explained[i] |= block;
+                    if (bands_[i].at(k) == Block::covered)
+                        ground[i] |= block;
+                    else if (followsFromPage(onScreen(i, k, second)))
+                        dimmed[i] |= block;
                 }
         for (std::size_t i = 0; i + leastButton <= bands_.size(); ++i) {
             const Blocks high = std::accumulate(&ground[i], &ground[i] + leastButton, ~Blocks{0}, std::bit_and());
@@ -174,7 +177,7 @@ private:
                 button[k] |= high | high << 1 | high >> 1;
         }
         for (std::size_t i = 0; i < bands_.size(); ++i)
-            for (Blocks blocks = (near[i] & button[i]) | dimmed[i]; blocks != 0; blocks &= blocks - 1) {
+            for (Blocks blocks = (explained[i] & button[i]) | dimmed[i]; blocks != 0; blocks &= blocks - 1) {
                 bands_[i].set(static_cast<std::size_t>(std::countr_zero(blocks)), Block::blank);
                 ++e_.buttons;
             }

@@ -94,7 +94,7 @@ TEST(KSVPatternMaker, TellsCardsFromAPhotographBehindThem) {
 
 /// Text without a ground of its own, before a photograph.
 TEST(KSVPatternMaker, TellsTextFromAPhotographBehindIt) {
-    const auto text = [&](unsigned seed, std::int64_t top, std::int64_t rows = height) {
+    const auto text = [](unsigned seed, std::int64_t top, std::int64_t rows = height) {
         return platform::imageOf(width, rows, [page = Page(seed), top](std::int64_t x, std::int64_t y) {
             const std::int64_t hills = 60 + std::abs((x + y / 2) % 140 - 70) + (x * y / 7) % 5;
             const auto level = page.luma(x, y + top) < 128 ? 240u : static_cast<std::uint32_t>(hills);
