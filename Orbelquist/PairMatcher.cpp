@@ -34,6 +34,9 @@ constexpr std::int64_t secondAtItsBest = 70, secondToDoubtful = 50, doubtfulShar
 /// So does a place that is refused and has more than this part, in percent, at its best, where anything contradicts the
 /// best one: a page that repeats may be covered at its true place.
 constexpr std::int64_t secondRefused = 50;
+/// So does a page that nearly repeats: where other text contradicts the best place, another with more than this part,
+/// in percent, of its agreement, of which no more than that part is contradicted.
+constexpr std::int64_t secondOfRepeating = 75, contradictedOfRepeating = 40;
 /// Within a stroke's length the place whose pixels differ least is the one, if they differ by so many times as much at
 /// the others, or if these have less than this part, in percent, of its agreement.
 constexpr double clearlyMore = 1.5;
@@ -147,6 +150,14 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
     // What is left out as a picture may be a line's blank ends, and they tell the row.
     if (pair.hasBackdrop() && exactShift(pair.withoutBackdrop(), *exact) != exact->shift)
         return {.verdict = verdictOn(*exact, Kind::contradicted, pair)};
+    const auto mayRepeat = [&](const Examination& other) {
+        return !isWithinStroke(other) && other.evidence() * 100 > exact->evidence() * secondOfRepeating &&
+               other.against() * 100 <= other.evidence() * contradictedOfRepeating;
+    };
+    if (exact->inside.shapes + exact->overlay.shapes > 0)
+        for (const auto* others : {&held, &refused})
+            if (const auto other = std::ranges::find_if(*others, mayRepeat); other != others->end())
+                return openTo(*other);
     verdict.offset = exact->shift;
     return joinedAt(*exact, verdict, shown);
 }
