@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <ranges>
 
 namespace orbelquist {
 
@@ -116,10 +117,7 @@ public:
     bool isMost(int level) const { return has(level) && patches_[static_cast<std::size_t>(level)] * 2 > allPatches_; }
 
     bool hasMost() const {
-        for (int level = 0; level < 256; ++level)
-            if (isMost(level))
-                return true;
-        return false;
+        return std::ranges::any_of(std::views::iota(0, 256), [&](int level) { return isMost(level); });
     }
 
     bool has(int level) const { return level >= 0 && isPage_[static_cast<std::size_t>(level)]; }
