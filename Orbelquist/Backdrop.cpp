@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
-#include <ranges>
 
 namespace orbelquist {
 
@@ -93,11 +92,12 @@ class PageLevels {
 public:
     /// `unmoved`: the two frames laid on each other as they are, without their bars.
     PageLevels(const BlockComparison& unmoved, const std::array<Grounds, 2>& grounds, std::int64_t patchRows) {
+        std::int64_t patches = 0;
         for (const Grounds& ground : grounds)
             for (std::size_t patch = ground.size() / tallestBar; patch < ground.size() - ground.size() / tallestBar;
                  ++patch)
                 for (const std::int16_t level : ground[patch]) {
-                    ++allPatches_;
+                    ++patches;
                     if (level >= 0)
                         ++patches_[static_cast<std::size_t>(level)];
                 }
@@ -109,16 +109,14 @@ public:
             const bool isPictures = standing_[level] * standingShare >= allStanding_ &&
                                     standing_[level] * standingOnLevelShare >= blocks_[level];
             isPage_[level] =
-                patches_[level] * groundShare >= allPatches_ && patches_[level] > groundPeak * near && !isPictures;
+                patches_[level] * groundShare >= patches && patches_[level] > groundPeak * near && !isPictures;
+            if (isPage_[level] && patches_[level] * 2 > patches)
+                most_ = static_cast<int>(level);
         }
     }
 
-    /// What most of the screen lies on.
-    bool isMost(int level) const { return has(level) && patches_[static_cast<std::size_t>(level)] * 2 > allPatches_; }
-
-    bool hasMost() const {
-        return std::ranges::any_of(std::views::iota(0, 256), [&](int level) { return isMost(level); });
-    }
+    /// The one that most of the screen lies on, if any.
+    std::optional<int> most() const { return most_; }
 
     bool has(int level) const { return level >= 0 && isPage_[static_cast<std::size_t>(level)]; }
 
@@ -127,29 +125,31 @@ private:
     void countBlocks(const BlockComparison& unmoved, const std::array<Grounds, 2>& grounds, std::int64_t patchRows) {
         for (std::size_t i = 0; i < unmoved.bands().size(); ++i) {
             const auto patch = static_cast<std::size_t>((unmoved.rowOf(i) + unmoved.endOf(i)) / 2 / patchRows);
-            for (std::size_t cell = 0; cell < cellCount; ++cell) {
-                const Block block = unmoved.bands()[i].at(cell / 2);
-                if (block == Block::blank)
-                    continue;
+            for (std::size_t k = 0; k < blocksAcross; ++k) {
+                const Block block = unmoved.bands()[i].at(k);
                 const bool stands = block == Block::alike || block == Block::lines;
-                if (stands && unmoved.isUpright(i, cell / 2)) // the side of a card, at whatever rows it lies
+                if (block == Block::blank || (stands && unmoved.isUpright(i, k))) // the side of a card, at any rows
                     continue;
-                for (const Grounds& ground : grounds) {
-                    const int level = ground[patch][cell];
-                    allStanding_ += stands;
-                    if (level < 0)
-                        continue;
-                    for (int l = std::max(0, level - sameLevel); l <= std::min(255, level + sameLevel); ++l) {
-                        ++blocks_[static_cast<std::size_t>(l)];
-                        standing_[static_cast<std::size_t>(l)] += stands;
-                    }
-                }
+                for (const Grounds& ground : grounds)
+                    for (const std::size_t cell : {2 * k, 2 * k + 1})
+                        count(ground[patch][cell], stands);
             }
         }
     }
 
+    void count(int ground, bool stands) {
+        allStanding_ += stands;
+        if (ground < 0)
+            return;
+        for (int level = std::max(0, ground - sameLevel); level <= std::min(255, ground + sameLevel); ++level) {
+            ++blocks_[static_cast<std::size_t>(level)];
+            standing_[static_cast<std::size_t>(level)] += stands;
+        }
+    }
+
     std::array<std::int64_t, 256> patches_ = {}, blocks_ = {}, standing_ = {};
-    std::int64_t allStanding_ = 0, allPatches_ = 0;
+    std::int64_t allStanding_ = 0;
+    std::optional<int> most_;
     std::array<bool, 256> isPage_ = {};
 };
 
@@ -241,11 +241,11 @@ std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span
     const std::int64_t patchRows = std::max(leastPatchRows, height / patchesPerScreen);
     const std::array<Grounds, 2> grounds{groundsOf(a, patchRows), groundsOf(b, patchRows)};
     const PageLevels levels(unmoved, grounds, patchRows);
-    backdrop.isCovered = levels.hasMost();
+    backdrop.isCovered = levels.most().has_value();
     const auto pageIn = [&](std::size_t i) {
         const auto onGround = [&](auto isWanted) { return cellsOnGround(*all[i], grounds[i], patchRows, isWanted); };
         std::vector<CellMask> page = onGround([&](int level) { return levels.has(level); });
-        const std::vector<CellMask> cards = onGround([&](int level) { return levels.isMost(level); });
+        const std::vector<CellMask> cards = onGround([&](int level) { return level == levels.most(); });
         for (std::size_t y = 0; y < page.size(); ++y) {
             still[i][y] &= ~cards[y]; // the flat of two cards is equal, too
             if (y < furniture.cells.size())

@@ -44,12 +44,12 @@ public:
         const double xs = covariance(sums_.xs, sums_.x, sums_.s), xp = covariance(sums_.xp, sums_.x, sums_.p),
                      determinant = s * p - sp * sp;
         const double mixed = determinant > 1 ? (xs * xs * p - 2 * xs * xp * sp + xp * xp * s) / determinant : 0;
-        return follows(std::max({screen(), p > 1 ? xp * xp / p : 0, mixed}));
+        return follows(std::max({screen(), page(), mixed}));
     }
     /// Weaker than there: what lets it shine through adds nothing to it.
     bool followsFromPage() const {
-        const double xp = covariance(sums_.xp, sums_.x, sums_.p), p = varianceP();
-        return p > 1 && xp > 0 && xp < p && follows(xp * xp / p);
+        const double xp = covariance(sums_.xp, sums_.x, sums_.p);
+        return xp > 0 && xp < varianceP() && follows(page());
     }
     /// Pixel by pixel from the one or the other: something small in front of the page.
     bool isComposed() const {
@@ -67,6 +67,11 @@ private:
     double screen() const {
         const double xs = covariance(sums_.xs, sums_.x, sums_.s), s = varianceS();
         return s > 1 ? xs * xs / s : 0;
+    }
+    /// And that from p.
+    double page() const {
+        const double xp = covariance(sums_.xp, sums_.x, sums_.p), p = varianceP();
+        return p > 1 ? xp * xp / p : 0;
     }
     bool follows(double variance) const { return variance > explained * (varianceX() - block_.noise); }
 

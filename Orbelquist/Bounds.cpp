@@ -25,8 +25,9 @@ constexpr std::int64_t lineOrTwo = 40;
 /// Blocks that may be unclear for each of the picture behind the page that is seen, at most; and the part of what
 /// agrees that next to nothing is.
 constexpr std::int64_t mostUnclear = 5, hardlyShare = 12;
-/// Blocks of strokes before a photograph that agree, at least.
-constexpr std::int64_t leastStrokes = 60;
+/// Blocks of strokes before a photograph that agree, at least, and for each that contradicts; and blocks that agree for
+/// each amid the page that is covered where a photograph may lie behind.
+constexpr std::int64_t leastStrokes = 60, otherStrokesShare = 8, coveredPhotographShare = 16;
 
 /// A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
 std::int64_t weightOf(const Examination& e) {
@@ -69,7 +70,8 @@ bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone)
 /// Before a photograph strokes may be lost, and parts of it taken for strokes: no other shift does nearly as well then,
 /// a few lines agree, no more is unclear, and other strokes are few.
 bool isBeforePhotograph(const Examination& e, bool isAlone) {
-    return isAlone && e.agreeing >= leastStrokes && e.unclear <= e.agreeing && e.against() * 8 <= e.agreeing;
+    return isAlone && e.agreeing >= leastStrokes && e.unclear <= e.agreeing &&
+           e.against() * otherStrokesShare <= e.agreeing;
 }
 
 /// Other text at the same place is no page that moved: next to none in the stretch, little outside.
@@ -92,7 +94,7 @@ bool isCoveredLittle(const Examination& e, const FramePair& pair) {
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
     if (covered * (weightOf(e) > 0 ? 2 : 5) > e.agreeing || e.inside.covered * 4 > e.agreeing)
         return false;
-    return e.inside.covered * 16 <= e.agreeing || pair.hasBackdrop() ||
+    return e.inside.covered * coveredPhotographShare <= e.agreeing || pair.hasBackdrop() ||
            !areUneven(pair.a(), pair.b(), pair.tolerance());
 }
 

@@ -40,9 +40,10 @@ PixelDifference pixelDifferences(const FramePair& pair, const Examination& stret
         sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, end - begin, 1);
         count += end - begin;
     };
+    // Furniture amid the page may be lines' blank ends: they tell most.
+    const bool isWhole = !pair.hasBackdrop() && !pair.isForeground();
     for (std::int64_t row = first; row < last; ++row) {
-        if (!pair.hasBackdrop() &&
-            !pair.isForeground()) { // furniture amid the page may be lines' blank ends: they tell most
+        if (isWhole) {
             add(row, 0, width);
             continue;
         }

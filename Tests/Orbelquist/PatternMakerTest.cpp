@@ -232,6 +232,14 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
     const Page page(9), film(10), otherFilm(11), bars(4711);
     constexpr std::int64_t down = 230;
     const auto shown = [&](std::int64_t x, std::int64_t y, bool second) { return page.luma(x, second ? y + down : y); };
+    const auto isButton = [](std::int64_t x, std::int64_t y) { // one of two, each with a sign
+        return x >= 164 && x < 236 && y >= 330 && y < 502 && (y - 330) % 100 < 72;
+    };
+    const auto isSign = [&](std::int64_t x, std::int64_t y) {
+        return isButton(x, y) && (x - 164) / 8 >= 3 && (x - 164) / 8 < 5 && (y - 330) % 100 / 8 >= 3 &&
+               (y - 330) % 100 / 8 < 5;
+    };
+    const auto sign = [&](std::int64_t x, std::int64_t y) { return 255 - static_cast<int>(bars.luma(x, y)) / 2; };
     struct Case {
         const char* what;
         std::function<int(std::int64_t x, std::int64_t y, bool second)> luma;
@@ -263,24 +271,17 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
               [&](auto x, auto y, bool second) {
                   return x >= 190 && x < 240 && y >= 480 && y < 530 ? bars.luma(x, y) / 2 : shown(x, y, second);
               }},
-             {"buttons to see through", // each with a sign, before a few lines
+             {"buttons to see through", // before a few lines
               [&](auto x, auto y, bool second) {
                   const bool isLine = (second ? y + down : y) / 20 % 3 == 0;
                   const auto behind = isLine ? static_cast<int>(shown(x, y, second)) : 255;
-                  const auto left = x - 164, top = (y - 330) % 100;
-                  if (left < 0 || left >= 72 || y < 330 || y >= 502 || top >= 72)
-                      return behind;
-                  const bool isSign = left >= 24 && left < 40 && top >= 24 && top < 40;
-                  return isSign ? 255 - static_cast<int>(bars.luma(x, y)) / 2 : behind / 4 + 40;
+                  return isSign(x, y) ? sign(x, y) : isButton(x, y) ? behind / 4 + 40 : behind;
               }},
              {"black ones on a black page",
               [&](auto x, auto y, bool second) {
                   const bool isLine = (second ? y + down : y) / 20 % 3 == 0;
                   const auto behind = isLine && x >= 140 ? 255 - static_cast<int>(shown(x, y, second)) : 0;
-                  const auto left = x - 164, top = (y - 330) % 100;
-                  const bool isSign = left >= 24 && left < 40 && top >= 24 && top < 40 && y >= 330 && y < 502;
-                  const bool isButton = left >= 0 && left < 72 && top < 72 && y >= 330 && y < 502;
-                  return isSign ? 255 - static_cast<int>(bars.luma(x, y)) / 2 : isButton ? behind / 3 : behind;
+                  return isSign(x, y) ? sign(x, y) : isButton(x, y) ? behind / 3 : behind;
               }},
              {"values that changed meanwhile", // in every fourth line, at its end
               [&](auto x, auto y, bool second) {
