@@ -1,10 +1,9 @@
 #include "Orbelquist/BarEvidence.hpp"
 
-#include "Orbelquist/Kernels/CompareCells.hpp"
 #include "Orbelquist/Kernels/ScreenSums.hpp"
 
 #include <algorithm>
-#include <bit>
+#include <cmath>
 #include <vector>
 
 namespace orbelquist {
@@ -15,6 +14,8 @@ namespace {
 constexpr double explained = 0.8;
 /// Less varies next to nothing.
 constexpr double leastVariance = 36; // square levels
+/// Levels by which equal grounds may differ.
+constexpr double sameLevel = 2;
 /// A block without shapes has fewer edge pixels than one of so many.
 constexpr std::int64_t shapelessShare = 100;
 
@@ -36,6 +37,10 @@ public:
 
     bool isEmpty() const { return from_ >= to_ || block_.left >= block_.right; }
     bool isFlat() const { return varianceX() < leastVariance + block_.noise; }
+    bool isStillGround() const {
+        return isFlat() && varianceS() < leastVariance + block_.noise &&
+               std::abs(static_cast<double>(sums_.x) - static_cast<double>(sums_.s)) <= sameLevel * count_;
+    }
     bool isShapeless() const { return isFlat() || static_cast<double>(edges() * shapelessShare) < count_; }
     bool followsFromScreen() const { return follows(screen()); }
     /// From the screen, the page, or the one seen through the other.
@@ -93,14 +98,16 @@ private:
     double count_ = 0;
 };
 
-/// By so many levels a window's edge differs from the page beside it.
-constexpr std::uint8_t plainStep = 8;
-
 } // namespace
 
 bool standsStill(const ScreenBlock& block) {
     const Moments moments(block);
     return !moments.isEmpty() && !moments.isFlat() && moments.followsFromScreen();
+}
+
+bool isStillGround(const ScreenBlock& block) {
+    const Moments moments(block);
+    return !moments.isEmpty() && moments.isStillGround();
 }
 
 bool mayBeBar(const ScreenBlock& block, bool shapeless) {
@@ -121,16 +128,11 @@ bool followsFromPage(const ScreenBlock& block) {
 }
 
 bool hasStandingEdge(const Frame& a, const Frame& b, const Furniture& furniture, std::int64_t row, std::int64_t reach) {
-    const auto isStep = [](const Frame& frame, std::int64_t y) {
-        const RowSignature &above = frame.signature[static_cast<std::size_t>(y - 1)],
-                           &below = frame.signature[static_cast<std::size_t>(y + 1)];
-        return std::popcount(equalCells(above, below, plainStep)) * 2 < cellCount;
-    };
     const std::int64_t first = 1 + reach + std::max(furniture.topBar, furniture.topRows);
     const std::int64_t last =
         std::min(a.height, b.height) - 2 - reach - std::max(furniture.bottomBar, furniture.bottomRows);
     for (std::int64_t y = std::max(first, row - reach); y <= std::min(last, row + reach); ++y)
-        if (isStep(a, y) && isStep(b, y))
+        if (std::min(cellsOfStep(a, y), cellsOfStep(b, y)) * 2 > cellCount)
             return true;
     return false;
 }

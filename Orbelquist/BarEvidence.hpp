@@ -20,6 +20,9 @@ struct ScreenBlock {
 /// Whether the block belongs to what stands still on the screen. Its colours may differ, even be the opposite.
 bool standsStill(const ScreenBlock& block);
 
+/// Whether the block is of one level, and the same at that place of the other frame.
+bool isStillGround(const ScreenBlock& block);
+
 /// Whether the block may belong to a bar, be it of coloured or blurred glass: it stands still, or its pixels follow
 /// from what stands there in the other frame and from what the page has there; with `shapeless`, also where it shows
 /// next to no edges, as blurred glass does.
@@ -32,8 +35,8 @@ bool followsFromBoth(const ScreenBlock& block);
 /// Whether the block's pixels follow from what the page has there, with less contrast.
 bool followsFromPage(const ScreenBlock& block);
 
-/// Whether both frames step from one level to another over most of their width at the same row of the screen, within
-/// `reach` rows of one and further than that from the bars, whose edges are no window's.
+/// Whether both frames step from one level to another at the same row of the screen, within `reach` rows of one and
+/// further than that from the bars, whose edges are no window's.
 bool hasStandingEdge(const Frame& a, const Frame& b, const Furniture& furniture, std::int64_t row, std::int64_t reach);
 
 } // namespace orbelquist

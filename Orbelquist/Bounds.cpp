@@ -12,6 +12,9 @@ constexpr std::int64_t leastRows = 12;
 constexpr std::int64_t leastPinning = 4;
 /// A single line of text is no higher than one of so many parts of the screen.
 constexpr std::int64_t lineShare = 24;
+/// What hides the page is no more than one of so many blocks that agree, and twice its other shapes; else it is other
+/// text.
+constexpr std::int64_t coverShare = 4;
 /// Where nothing else agrees nearly as much, one block of so many may have changed meanwhile, a price or a count: where
 /// lines over all of many bands agree, or where the page is seen over one of so many parts of the screen and all that
 /// contradicts there lies together.
@@ -22,12 +25,17 @@ constexpr std::int64_t mostBars = 4, mostBarsBeyondDoubt = 12;
 
 /// So few blocks are a line or two, whatever they lie beside.
 constexpr std::int64_t lineOrTwo = 40;
+/// Blocks beyond a line or two that prove nothing yet; blocks of other text that may lie outside the stretch, and of
+/// those that agree for each more.
+constexpr std::int64_t fewLetters = 16, changedAtEdge = 4, atEdgeShare = 24;
+/// Where regions that change all through are left out, so many blocks agree, and so many more for two bands of them.
+constexpr std::int64_t leastBesideRegion = 60, perTwoBands = 3;
 /// Blocks that may be unclear for each of the picture behind the page that is seen, at most; and the part of what
 /// agrees that next to nothing is.
 constexpr std::int64_t mostUnclear = 5, hardlyShare = 12;
 /// Blocks of strokes before a photograph that agree, at least, and for each that contradicts; and blocks that agree for
 /// each amid the page that is covered where a photograph may lie behind.
-constexpr std::int64_t leastStrokes = 60, otherStrokesShare = 8, coveredPhotographShare = 16;
+constexpr std::int64_t leastStrokes = 60, otherStrokesShare = 8, throughBarShare = 4, coveredPhotographShare = 16;
 
 /// A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
 std::int64_t weightOf(const Examination& e) {
@@ -68,31 +76,34 @@ bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone)
 }
 
 /// Before a photograph strokes may be lost, and parts of it taken for strokes: no other shift does nearly as well then,
-/// a few lines agree, no more is unclear, and other strokes are few.
+/// a few lines agree, no more is unclear, and other strokes are few but for those that shine through a bar.
 bool isBeforePhotograph(const Examination& e, bool isAlone) {
     return isAlone && e.agreeing >= leastStrokes && e.unclear <= e.agreeing &&
-           e.against() * otherStrokesShare <= e.agreeing;
+           (e.against() - e.edge.all()) * otherStrokesShare <= e.agreeing &&
+           e.edge.all() * throughBarShare <= e.agreeing;
 }
 
 /// Other text at the same place is no page that moved: next to none in the stretch, little outside.
 bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
-    const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * 3 <= e.agreeing;
+    const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * coverShare <= e.agreeing;
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
     const bool liesTogether = e.overlay.all() + e.edge.covered == e.against();
     const bool isSeen = (e.last - e.first) * changedScreenShare >= height;
     const bool mayHaveChanged =
         isAlone &&
-        ((e.agreeingBands >= manyBands && (e.inside.shapes + e.overlay.shapes) * changedShare <= e.agreeing) ||
+        ((e.agreeingBands >= manyBands &&
+          (e.inside.shapes + e.overlay.shapes + e.edge.all() + e.beyond.all()) * changedShare <= e.agreeing) ||
          (liesTogether && isSeen && e.overlay.all() * changedTogetherShare <= e.agreeing));
-    return (shapes * hardlyShare > std::max<std::int64_t>(0, weightOf(e) - 16) && !mayHaveChanged) ||
-           (e.edge.shapes + e.beyond.shapes - 4) * 24 > e.agreeing;
+    return (shapes * hardlyShare > std::max<std::int64_t>(0, weightOf(e) - fewLetters) && !mayHaveChanged) ||
+           (e.edge.shapes + e.beyond.shapes - changedAtEdge) * atEdgeShare > e.agreeing;
 }
 
-/// Bars and overlays that are not known as such may take half as much as agrees, and little amid it: next to nothing
-/// before a photograph, before which other text lies on another ground, too.
+/// Bars and overlays that are not known as such may take half as much as agrees, buttons and boxes twice as much, all
+/// together; and little amid it: next to nothing before a photograph, before which other text lies on another ground,
+/// too.
 bool isCoveredLittle(const Examination& e, const FramePair& pair) {
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
-    if (covered * (weightOf(e) > 0 ? 2 : 5) > e.agreeing || e.inside.covered * 4 > e.agreeing)
+    if (covered * (weightOf(e) > 0 ? 2 : 5) + e.buttons + e.boxes > e.agreeing || e.inside.covered * 4 > e.agreeing)
         return false;
     return e.inside.covered * coveredPhotographShare <= e.agreeing || pair.hasBackdrop() ||
            !areUneven(pair.a(), pair.b(), pair.tolerance());
@@ -110,7 +121,7 @@ bool isLeftOutLittle(const Examination& e, bool isAlone) {
         return false;
     if (e.buttons > e.agreeing)
         return false;
-    if (e.regionBands > 0 && e.agreeing * 2 < 120 + 3 * e.regionBands)
+    if (e.regionBands > 0 && e.agreeing * 2 < 2 * leastBesideRegion + perTwoBands * e.regionBands)
         return false;
     if (e.agreeingBands < manyBands)
         return e.filmBands == 0 && (e.regionBands == 0 || e.against() == 0);

@@ -2,6 +2,7 @@
 
 #include "Orbelquist/Backdrop.hpp"
 #include "Orbelquist/BlockComparison.hpp"
+#include "Orbelquist/Ground.hpp"
 
 #include <algorithm>
 #include <array>
@@ -18,7 +19,8 @@ namespace {
 /// the pixels, nothing is told.
 constexpr std::int64_t reachShare = 200, furthest = 4, seenShare = 6, unseenShare = 4;
 
-/// A stroke differs from the photograph by more levels than this: what is fainter is its texture, or coding.
+/// A stroke differs from the photograph, and from the ground around it, such as a card of glass, by more levels than
+/// this: what is fainter is texture, or coding.
 constexpr int strokeStep = 16;
 
 /// A cell of a row is unknown where one of so many of its pixels are.
@@ -28,17 +30,17 @@ constexpr int unknownInCell = 4;
 constexpr std::int64_t mostPixels = 1 << 24;
 
 /// Darker than the ground or lighter, and the lighter the lighter it is.
-std::uint8_t strokeOn(int photograph, int level) {
-    return static_cast<std::uint8_t>((level > photograph ? 192 : 0) + level / 4);
+std::uint8_t strokeOn(int ground, int level) {
+    return static_cast<std::uint8_t>((level > ground ? 192 : 0) + level / 4);
 }
 
-enum class Pixel { photograph, stroke, unknown };
+enum class Pixel { background, stroke, unknown };
 
 /// What a pixel of one frame is, of which the other frame shows something else.
-Pixel pixelBefore(int photograph, int level, int other) {
+Pixel pixelBefore(int photograph, int ground, int level, int other) {
     const int step = std::abs(level - photograph);
-    if (step <= strokeStep)
-        return Pixel::photograph;
+    if (step <= strokeStep || std::abs(level - ground) <= strokeStep)
+        return Pixel::background;
     const bool liesBetween = (level > photograph) != (other > photograph); // one of the two may be the photograph
     return liesBetween && step < std::abs(other - photograph) ? Pixel::unknown : Pixel::stroke;
 }
@@ -152,22 +154,25 @@ std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint
     if (!photograph.isUneven(tolerance))
         return std::nullopt;
     Strokes inA(a), inB(b);
+    const std::vector<std::uint8_t> groundInA = groundOf(a), groundInB = groundOf(b);
     std::int64_t unseen = 0;
     for (std::int64_t y = 0; y < photograph.height(); ++y) {
         for (std::int64_t x = 0; x < a.width; ++x) {
-            const auto tell = [&](Strokes& strokes, Pixel pixel, int behind, int level) {
+            const int p = a.row(y)[x], q = b.row(y)[x];
+            const std::optional<int> behind = photograph.around(x, y);
+            const auto tell = [&](Strokes& strokes, const std::vector<std::uint8_t>& grounds, int level, int other) {
+                const int ground = grounds[static_cast<std::size_t>(y * a.width + x)];
+                const Pixel pixel = pixelBefore(*behind, ground, level, other);
                 if (pixel == Pixel::stroke)
-                    strokes.setStroke(x, strokeOn(behind, level));
+                    strokes.setStroke(x, strokeOn(ground, level));
                 else if (pixel == Pixel::unknown)
                     strokes.setUnknown(x);
             };
-            const int p = a.row(y)[x], q = b.row(y)[x];
-            const std::optional<int> behind = photograph.around(x, y);
             unseen += !behind;
             if (!behind) {
                 inA.setUnknown(x), inB.setUnknown(x);
             } else if (std::abs(p - q) > tolerance) {
-                tell(inA, pixelBefore(*behind, p, q), *behind, p), tell(inB, pixelBefore(*behind, q, p), *behind, q);
+                tell(inA, groundInA, p, q), tell(inB, groundInB, q, p);
             } else if (std::abs(p - *behind) > strokeStep) { // strokes of both, perhaps
                 inA.setUnknown(x), inB.setUnknown(x);
             }

@@ -93,6 +93,14 @@ void fill(std::vector<CellMask>& cells, const std::vector<CellMask>& equal, std:
     }
 }
 
+/// A pane is higher than one of so many parts of the screen, and leaves a third of it to the page.
+constexpr std::int64_t leastPane = 20, tallestPaneThirds = 2;
+/// In the bar in which it ends so many percent of the cells with edges are equal, and it has as many as a few letters.
+constexpr std::int64_t equalInPane = 80, leastInPane = 60;
+
+/// By so many levels a pane's edge differs from the page beside it.
+constexpr std::uint8_t plainStep = 8;
+
 } // namespace
 
 Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
@@ -118,6 +126,56 @@ Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     for (std::int64_t i = 0; i < furniture.bottomRows; ++i)
         furniture.cells[static_cast<std::size_t>(height - 1 - i)] = ~CellMask{0};
     return furniture;
+}
+
+ScreenEdges barsAmong(const Frame& frame, std::span<const Frame* const> others, std::uint8_t tolerance) {
+    ScreenEdges bars;
+    const std::int64_t tallest = frame.height / tallestToolbars;
+    for (const Frame* other : others) {
+        const Furniture furniture = furnitureOf(frame, *other, tolerance);
+        if (other->height != frame.height || std::max(furniture.topRows, furniture.bottomRows) > tallest)
+            continue; // the page did not move
+        bars.top = std::max(bars.top, furniture.topRows), bars.bottom = std::max(bars.bottom, furniture.bottomRows);
+    }
+    return bars;
+}
+
+ScreenEdges panesBetween(const Frame& a, const Frame& b, const Furniture& furniture, std::uint8_t tolerance) {
+    const std::int64_t height = a.height, barRows = height / barsPerScreen;
+    if (b.height != height)
+        return {};
+    const auto endsAt = [&](std::int64_t row) {
+        return row + 1 < height && std::min(cellsOfStep(a, row), cellsOfStep(b, row)) * 8 >= cellCount * 7;
+    };
+    const auto paneFrom = [&](std::int64_t bar, auto rowAt) { // rowAt(i): the i-th row from that edge of the screen
+        std::int64_t pane = 0, equal = 0, informed = 0;       // cells of the last rows
+        const auto count = [&](std::int64_t i, int sign) {
+            const auto y = static_cast<std::size_t>(rowAt(i));
+            const CellMask edges = a.informed[y] | b.informed[y];
+            equal += sign * std::popcount(equalCells(a.signature[y], b.signature[y], tolerance) & edges);
+            informed += sign * std::popcount(edges);
+        };
+        for (std::int64_t i = bar; i * 3 < height * tallestPaneThirds; ++i) {
+            count(i, 1);
+            if (i - bar >= barRows)
+                count(i - barRows, -1);
+            if ((i - bar) * leastPane > height && informed >= leastInPane && equal * 100 >= informed * equalInPane &&
+                endsAt(rowAt(i)))
+                pane = i;
+        }
+        return pane;
+    };
+    ScreenEdges panes{.top = paneFrom(std::max<std::int64_t>(1, furniture.topRows), [](std::int64_t i) { return i; }),
+                      .bottom = paneFrom(std::max<std::int64_t>(1, furniture.bottomRows),
+                                         [&](std::int64_t i) { return height - 1 - i; })};
+    if ((panes.top + panes.bottom) * 3 > height * tallestPaneThirds) // one of them is the page, up to the other
+        (panes.top > panes.bottom ? panes.top : panes.bottom) = 0;
+    return panes;
+}
+
+int cellsOfStep(const Frame& frame, std::int64_t row) {
+    const auto y = static_cast<std::size_t>(row);
+    return cellCount - std::popcount(equalCells(frame.signature[y - 1], frame.signature[y + 1], plainStep));
 }
 
 std::vector<CellMask> stillCells(const Frame& a, const Frame& b, std::uint8_t tolerance) {

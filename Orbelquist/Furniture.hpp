@@ -3,12 +3,15 @@
 #include "Orbelquist/Frame.hpp"
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace orbelquist {
 
 /// A bar may take this part of the screen.
 inline constexpr std::int64_t tallestBar = 6;
+/// And several above each other this one.
+inline constexpr std::int64_t tallestToolbars = 4;
 
 /// Its shadow may reach one of so many of the screen's rows beyond it.
 inline constexpr std::int64_t shadowShare = 100;
@@ -26,6 +29,22 @@ struct Furniture {
 /// Cell by cell: what is equal in both frames at the same place and holds an edge, and the flat between two such edges.
 /// Levels within `tolerance` are equal.
 Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance);
+
+/// Rows at a screen's top and bottom that show no page.
+struct ScreenEdges {
+    std::int64_t top = 0, bottom = 0;
+};
+
+/// The bars of a frame that stand still over their whole width between it and one of `others`, frames of the same run
+/// and width.
+ScreenEdges barsAmong(const Frame& frame, std::span<const Frame* const> others, std::uint8_t tolerance);
+
+/// Panes beside the page in which something changes while they stand still, such as a film above its comments: they end
+/// in a bar that stands still, and there both frames step from one level to another over nearly all of their width.
+ScreenEdges panesBetween(const Frame& a, const Frame& b, const Furniture& furniture, std::uint8_t tolerance);
+
+/// The cells in which a frame steps from one level to another at a row that is neither its first nor its last.
+int cellsOfStep(const Frame& frame, std::int64_t row);
 
 /// The cells of the screen that are equal in both frames, with edges or not, over the height of a small letter at
 /// least: where something stands behind the page, what shows of it.

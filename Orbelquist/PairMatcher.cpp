@@ -166,6 +166,20 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike) {
     return match(pair, leastAlike, pair);
 }
 
+/// The pair without rows at the edges of its screens; nothing where these are known, or no place for the rest.
+std::optional<KSVPatternPair> matchWithoutEdges(const FramePair& pair, const ScreenEdges& ofA, const ScreenEdges& ofB) {
+    if (const auto rest = pair.withoutEdges(ofA, ofB))
+        if (KSVPatternPair answer = match(*rest, 0); answer.verdict.kind == KSVVerdict::Kind::matched)
+            return answer;
+    return std::nullopt;
+}
+
+/// The pair without panes that change while they stand still.
+std::optional<KSVPatternPair> matchBesidePanes(const FramePair& pair) {
+    const ScreenEdges panes = panesBetween(pair.a(), pair.b(), pair.furniture(), pair.tolerance());
+    return matchWithoutEdges(pair, panes, panes);
+}
+
 /// The pair as of a page before a picture that stands still; nothing where there is none, or no place before it.
 std::optional<KSVPatternPair> matchBeforeBackdrop(const FramePair& pair, std::span<const Frame* const> neighbours) {
     if (const auto before = pair.withBackdrop(neighbours))
@@ -193,6 +207,9 @@ KSVPatternPair matchAlike(const Frame& a, const Frame& b) {
     KSVPatternPair sharp = match(pair, 0);
     if (sharp.verdict.valid())
         return sharp;
+    if (findsNothing(sharp.verdict))
+        if (auto beside = matchBesidePanes(pair))
+            return *std::move(beside);
     if (auto before = matchBeforeBackdrop(pair, {}))
         return *std::move(before);
     if (!findsNothing(sharp.verdict) || sharp.verdict.kind == KSVVerdict::Kind::repeated)
@@ -246,7 +263,11 @@ KSVPatternPair matchFrames(const Frame& a, const Frame& b) {
 }
 
 std::optional<KSVPatternPair> matchAmong(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours) {
-    return matchBeforeBackdrop(FramePair(a, b, cellTolerance), neighbours);
+    const FramePair pair(a, b, cellTolerance);
+    const auto barsOf = [&](const Frame& frame) { return barsAmong(frame, neighbours, cellTolerance); };
+    if (auto apart = matchWithoutEdges(pair, barsOf(a), barsOf(b)))
+        return apart;
+    return matchBeforeBackdrop(pair, neighbours);
 }
 
 std::optional<KSVPatternPair> matchAt(const Frame& a, const Frame& b, std::int64_t shift) {

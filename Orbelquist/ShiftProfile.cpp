@@ -35,6 +35,19 @@ std::optional<FramePair> FramePair::withBackdrop(std::span<const Frame* const> n
     return pair;
 }
 
+std::optional<FramePair> FramePair::withoutEdges(const ScreenEdges& ofA, const ScreenEdges& ofB) const {
+    FramePair pair = *this;
+    bool areMore = false;
+    const auto ignore = [&](const ScreenEdges& edges, std::vector<CellMask>& ignored) {
+        const std::int64_t hardly = std::ssize(ignored) / shadowShare;
+        areMore |= edges.top > furniture_.topRows + hardly || edges.bottom > furniture_.bottomRows + hardly;
+        std::fill(ignored.begin(), ignored.begin() + edges.top, ~CellMask{0});
+        std::fill(ignored.end() - edges.bottom, ignored.end(), ~CellMask{0});
+    };
+    ignore(ofA, pair.ignoredInA_), ignore(ofB, pair.ignoredInB_);
+    return areMore ? std::optional(pair) : std::nullopt;
+}
+
 FramePair FramePair::withForeground(const Foreground& foreground) const {
     FramePair pair(foreground.a, foreground.b, tolerance_, withBarsAlone().furniture_);
     const auto ignore = [](std::vector<CellMask>& ignored, const std::vector<CellMask>& unknown) {

@@ -58,6 +58,9 @@ public:
         return row < std::ssize(furniture_.cells) ? furniture_.cells[static_cast<std::size_t>(row)] : CellMask{0};
     }
 
+    /// The frames without these rows of each; nothing where they are hardly more than the bars that are known.
+    std::optional<FramePair> withoutEdges(const ScreenEdges& ofA, const ScreenEdges& ofB) const;
+
     /// The rows of the second frame that lie on the first: from `first` up to `last`.
     std::int64_t firstRow(std::int64_t shift) const { return shift < 0 ? -shift : 0; }
     std::int64_t lastRow(std::int64_t shift) const { return std::min(b_.height, a_.height - shift); }

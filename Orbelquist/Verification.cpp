@@ -17,6 +17,9 @@ namespace {
 
 /// A region that changes all through (a pinned video, a late picture) is at least so many bands high.
 constexpr std::size_t leastRegion = 8;
+/// Beyond a bar that stands still more of it may change, over one of so many parts of the screen: the line below the
+/// tab that is chosen.
+constexpr std::int64_t beyondBar = 32;
 /// One overlay may take this part of the screen.
 constexpr std::int64_t tallestOverlay = 12;
 /// One band of so many is looked at first. A place is plainly another where in these, amid the page, by so many blocks
@@ -27,8 +30,11 @@ constexpr std::int64_t plainly = 12, nextToNothing = 4;
 /// A round button's middle is no further from its edge than one of so many parts of the screen, and so many cells.
 constexpr std::int64_t reachShare = 30;
 constexpr std::size_t reachCells = 4;
-/// It is at least so many bands high.
-constexpr std::size_t leastButton = 3;
+/// It is at least so many bands high; a box that hides the page so many, higher than a heading.
+constexpr std::size_t leastButton = 3, leastBox = 4;
+/// A bar on the page's own ground contradicts at least so many blocks, more than a letter; the other frame's lines are
+/// no nearer to its edge than so many rows.
+constexpr std::int64_t leastInBar = 5, nearStep = 4;
 /// A band of a bar holds at least so many blocks that stand still: one alone is chance.
 constexpr int leastStill = 2;
 
@@ -48,8 +54,10 @@ public:
         comparison_.findCovered();
         explainBars();
         findLoneBars();
+        findEdgedBars();
         findRegions();
         explainButtons();
+        explainBoxes();
         findStretch();
         if (e_.agreeing == 0)
             return std::nullopt;
@@ -84,7 +92,9 @@ private:
     bool isInZone(std::size_t band, bool second, bool top) const {
         const Frame& frame = second ? layout().b : layout().a;
         const std::int64_t row = comparison_.rowOf(band) + (second ? 0 : e_.shift);
-        const std::int64_t zone = frame.height / tallestBar;
+        const std::int64_t still = top ? pair_.furniture().topRows : pair_.furniture().bottomRows;
+        const std::int64_t zone = std::max(frame.height / tallestBar,
+                                           std::min(frame.height / tallestToolbars, still + frame.height / beyondBar));
         return top ? row < zone : row + comparison_.bandRows() > frame.height - zone;
     }
 
@@ -145,7 +155,8 @@ private:
                     continue;
                 for (std::size_t k = 0; k < blocksAcross; ++k)
                     if (bands_[i].contradicts(k) && (pair_.hasBackdrop() || !isAmidText || isNearStill(i, k, second)) &&
-                        mayBeBar(onScreen(i, k, second), false))
+                        (mayBeBar(onScreen(i, k, second), false) ||
+                         (bands_[i].at(k) == Block::covered && isStillGround(onScreen(i, k, second)))))
                         bands_[i].set(k, Block::bar);
             }
         }
@@ -180,6 +191,54 @@ private:
             for (Blocks blocks = (explained[i] & button[i]) | dimmed[i]; blocks != 0; blocks &= blocks - 1) {
                 bands_[i].set(static_cast<std::size_t>(std::countr_zero(blocks)), Block::blank);
                 ++e_.buttons;
+            }
+    }
+
+    struct Place {
+        std::size_t band, block;
+    };
+
+    /// The blocks that contradict and hang together with one, which comes first; marks them as seen, a bit a block.
+    std::vector<Place> piecesOf(const Place& first, std::vector<std::uint32_t>& seen) const {
+        static_assert(blocksAcross == 32);
+        std::vector<Place> pieces;
+        const auto visit = [&](std::size_t band,
+                               std::size_t block) { // what lies outside is beyond the last, wrapped round
+            if (band >= bands_.size() || block >= blocksAcross || !bands_[band].contradicts(block) ||
+                (seen[band] >> block & 1))
+                return;
+            seen[band] |= std::uint32_t{1} << block;
+            pieces.push_back({band, block});
+        };
+        visit(first.band, first.block);
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+            const auto [band, block] = pieces[i];
+            visit(band - 1, block), visit(band + 1, block), visit(band, block - 1), visit(band, block + 1);
+        }
+        return pieces;
+    }
+
+    /// What contradicts, most of it on another ground, and nearly fills a box higher than a line of text, is one thing
+    /// that lies before the page, such as a toast, or a film that is seen in a corner of the screen.
+    /// Before a picture its parts may look like that.
+    void explainBoxes() {
+        if (pair_.hasBackdrop())
+            return;
+        std::vector<std::uint32_t> seen(bands_.size());
+        for (std::size_t i = 0; i < bands_.size(); ++i)
+            for (std::size_t k = 0; k < blocksAcross; ++k) {
+                const std::vector<Place> pieces = piecesOf({i, k}, seen);
+                std::size_t bottom = i, left = k, right = k, covered = 0;
+                for (const auto [band, block] : pieces) {
+                    bottom = std::max(bottom, band), left = std::min(left, block), right = std::max(right, block);
+                    covered += bands_[band].at(block) == Block::covered;
+                }
+                const std::size_t high = bottom - i + 1, box = high * (right - left + 1);
+                if (high < leastBox || pieces.size() * 4 < box * 3 || covered * 2 < pieces.size())
+                    continue;
+                for (const auto [band, block] : pieces)
+                    bands_[band].set(block, Block::bar);
+                e_.boxes += std::ssize(pieces);
             }
     }
 
@@ -220,6 +279,50 @@ private:
             bar += bar < bands_.size() && isTorn(at(bar));
             leaveOut(top ? 0 : bands_.size() - bar, top ? bar : bands_.size());
         }
+    }
+
+    /// Takes out of account a bar on the page's own ground that only one frame shows: it ends in a line or a step over
+    /// the frame's width which the other frame has not at that row of the page, and hardly anything agrees up to there.
+    /// Before a picture that may be chance.
+    void findEdgedBars() {
+        if (pair_.hasBackdrop())
+            return;
+        for (const bool top : {true, false}) {
+            const bool second = edgeIsOfSecond(top);
+            const auto at = [&](std::size_t n) { return top ? n : bands_.size() - 1 - n; }; // from the edge inwards
+            std::size_t bar = 0;
+            std::int64_t alike = 0, against = 0, inBar = 0;
+            for (std::size_t n = 0; n < bands_.size() && isInZone(at(n), second, top); ++n) {
+                alike += bands_[at(n)].count(Block::alike), against += bands_[at(n)].against();
+                if (against >= leastInBar && alike * 4 <= against && hasLoneStep(at(n), second))
+                    bar = n + 1, inBar = against;
+            }
+            if (bar == 0)
+                continue;
+            e_.barBands += static_cast<std::int64_t>(bar);
+            e_.inEdgedBars += inBar;
+            leaveOut(top ? 0 : bands_.size() - bar, top ? bar : bands_.size());
+        }
+    }
+
+    /// Whether one frame steps over nearly all of its width within a band, and the other one nowhere near that row of
+    /// the page over half of its own.
+    bool hasLoneStep(std::size_t band, bool second) const {
+        const Frame &frame = second ? layout().b : layout().a, &other = second ? layout().a : layout().b;
+        const std::int64_t toFrame = second ? 0 : e_.shift, toOther = second ? e_.shift : 0;
+        const auto stepAt = [](const Frame& of, std::int64_t row) {
+            return row > 0 && row + 1 < of.height ? cellsOfStep(of, row) : 0;
+        };
+        for (std::int64_t row = comparison_.rowOf(band); row < comparison_.endOf(band); ++row) {
+            if (stepAt(frame, row + toFrame) * 8 < cellCount * 7)
+                continue;
+            int step = 0;
+            for (std::int64_t near = row - nearStep; near <= row + nearStep; ++near)
+                step = std::max(step, stepAt(other, near + toOther));
+            if (step * 2 < cellCount)
+                return true;
+        }
+        return false;
     }
 
     /// Whether bands are a bar that only the frame shows which ends there: they reach no further in than one may, and

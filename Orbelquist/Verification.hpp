@@ -36,6 +36,8 @@ struct Examination {
     Against beyond;               ///< outside, further in than a bar is high
     std::int64_t bar = 0;         ///< blocks outside that a bar explains
     std::int64_t buttons = 0;     ///< blocks that a button or the like explains
+    std::int64_t inEdgedBars = 0; ///< blocks that contradict in bars on the page's own ground, which are left out
+    std::int64_t boxes = 0;       ///< blocks of boxes that hide the page
     std::int64_t barBands = 0;    ///< bands of bars that only one of the frames shows
     std::int64_t regionBands = 0; ///< bands of regions that change all through, without these
     std::int64_t filmBands = 0;   ///< of these, behind no window that stands still
@@ -49,11 +51,11 @@ struct Examination {
     /// What would be left of it if most of what covers it were films and bars.
     std::int64_t atBest() const {
         return evidence() - 3 * (inside.shapes + overlay.shapes + edge.shapes + beyond.shapes) -
-               (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2;
+               (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2 - inEdgedBars;
     }
     /// What is left of the agreement when every block that contradicts, or would without a button, takes three with it,
     /// and every bar's one.
-    std::int64_t net() const { return evidence() - 3 * (against() + buttons) - bar; }
+    std::int64_t net() const { return evidence() - 3 * (against() + buttons) - bar - inEdgedBars; }
 };
 
 /// Nothing where nothing speaks for the shift.

@@ -106,6 +106,24 @@ TEST(KSVPatternMaker, TellsTextFromAPhotographBehindIt) {
     EXPECT_EQ(offsetOf(match({text(7, 0), text(8, 230)})[0]), "x");
 }
 
+/// Cards of glass, before a picture that runs from one level into another: hardly a pixel of them is the same in both.
+TEST(KSVPatternMaker, TellsTextOnGlass) {
+    const auto glass = [](unsigned seed, std::int64_t top) {
+        return platform::imageOf(width, height, [page = Page(seed), top](std::int64_t x, std::int64_t y) {
+            const std::int64_t behind = 30 + y / 5 + x / 8, at = (y + top) % 100;
+            const bool isCard = at < 80 && x >= 12 && x < width - 12;
+            const bool isLetter = isCard && at >= 20 && at < 60 && page.luma(x, y + top) < 128;
+            return static_cast<std::uint32_t>(isLetter ? 250
+                                              : isCard ? behind * 3 / 4 + 50
+                                                       : behind) *
+                       0x1010100u |
+                   255u;
+        });
+    };
+    EXPECT_EQ(offsetOf(match({glass(7, 0), glass(7, 230)})[0]), "+230");
+    EXPECT_EQ(offsetOf(match({glass(7, 0), glass(8, 230)})[0]), "x");
+}
+
 /// What two shots share is blank, and a third shows more of either.
 TEST(KSVPatternMaker, NeighboursTellWhatTwoAloneDoNot) {
     const Page page(9);
@@ -123,6 +141,21 @@ TEST(KSVPatternMaker, NeighboursTellWhatTwoAloneDoNot) {
         EXPECT_EQ(offsetOf(pairs[static_cast<std::size_t>(pair)]), offset);
         EXPECT_STREQ(pairs[static_cast<std::size_t>(pair)].verdict.name(), "byNeighbours");
     }
+}
+
+/// The header appears with the second shot, on the page's own ground, and no line tells where it ends.
+TEST(KSVPatternMaker, NeighboursTellABar) {
+    const Page page(9), bars(4711);
+    const auto at = [&](std::int64_t top, bool hasBar) {
+        return platform::imageOf(width, height, [&, top, hasBar](std::int64_t x, std::int64_t y) {
+            return (hasBar && y < 100 ? bars.luma(x, y) : page.luma(x, y + top)) * 0x1010100u | 255u;
+        });
+    };
+    EXPECT_EQ(offsetOf(match({at(0, false), at(350, true)})[0]), "x");
+    const auto pairs = match({at(0, false), at(350, true), at(600, true)});
+    EXPECT_EQ(offsetOf(pairs[0]), "+350");
+    EXPECT_EQ(offsetOf(pairs[1]), "+250");
+    EXPECT_GE(pairs[0].positive.cropPoint(), 100); // below it
 }
 
 TEST(KSVPatternMaker, TakesLongRuns) {
@@ -232,6 +265,9 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
     const Page page(9), film(10), otherFilm(11), bars(4711);
     constexpr std::int64_t down = 230;
     const auto shown = [&](std::int64_t x, std::int64_t y, bool second) { return page.luma(x, second ? y + down : y); };
+    const auto few = [&](std::int64_t x, std::int64_t y, bool second) { // lines, and short ones
+        return (second ? y + down : y) / 20 % 5 == 0 && x < 110 ? static_cast<int>(shown(x, y, second)) : 255;
+    };
     const auto isButton = [](std::int64_t x, std::int64_t y) { // one of two, each with a sign
         return x >= 164 && x < 236 && y >= 330 && y < 502 && (y - 330) % 100 < 72;
     };
@@ -282,6 +318,42 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
                   const bool isLine = (second ? y + down : y) / 20 % 3 == 0;
                   const auto behind = isLine && x >= 140 ? 255 - static_cast<int>(shown(x, y, second)) : 0;
                   return isSign(x, y) ? sign(x, y) : isButton(x, y) ? behind / 3 : behind;
+              }},
+             {"a header on the page's ground that the second alone shows", // above few lines, a line below it
+              [&](auto x, auto y, bool second) {
+                  if (second && y < 68)
+                      return y >= 65 ? 170 : y >= 10 && y < 50 ? static_cast<int>(bars.luma(x, y)) : 255;
+                  const bool isLine = (second ? y + down : y) / 20 % 3 == 0;
+                  return isLine ? static_cast<int>(shown(x, y, second)) : 255;
+              }},
+             {"a floating bar of one level", // with three signs
+              [&](auto x, auto y, bool second) {
+                  if (x >= 52 && x < 204 && y >= 540 && y < 612)
+                      return x / 16 % 5 == 2 && y >= 564 && y < 588 ? 255 - static_cast<int>(bars.luma(x, y)) / 2 : 30;
+                  return few(x, y, second);
+              }},
+             {"a toast on the first",
+              [&](auto x, auto y, bool second) {
+                  if (!second && x >= 80 && x < 176 && y >= 430 && y < 478)
+                      return y >= 448 && y < 458 && x < 112 ? 255 - static_cast<int>(bars.luma(x, y)) : 50;
+                  return few(x, y, second);
+              }},
+             {"a board on which pieces moved, above the page",
+              [&](auto x, auto y, bool second) {
+                  if (y >= 256)
+                      return few(x, y, second);
+                  const std::int64_t square = x / 32 + y / 32 * 8;
+                  const bool isPiece = y >= 224 ? (square % 2 == 0) == second : square * 37 % 11 < 3;
+                  const bool isInk = isPiece && std::abs(x % 32 - 16) + std::abs(y % 32 - 16) < 11;
+                  return isInk ? 30 : (x / 32 + y / 32) % 2 == 0 ? 200 : 130;
+              }},
+             {"a film above the page, and a header between them",
+              [&](auto x, auto y, bool second) {
+                  if (y < 180)
+                      return 40 + static_cast<int>((second ? film : otherFilm).luma(x, y / 20 * 20 + 8)) / 2;
+                  if (y < 230)
+                      return y >= 227 ? 170 : y >= 190 && y < 215 ? static_cast<int>(bars.luma(x, y)) : 255;
+                  return few(x, y, second);
               }},
              {"values that changed meanwhile", // in every fourth line, at its end
               [&](auto x, auto y, bool second) {
