@@ -7,7 +7,7 @@ namespace orbelquist {
 
 namespace {
 
-/// Near are two lines of text above and below, and as far to the sides: one of so many parts of the screen.
+/// Near is half a line of text above and below, and as far to the sides: one of so many parts of the screen.
 constexpr std::int64_t reachShare = 100, leastReach = 3;
 
 /// What differs by more levels from the mean of its surroundings is a stroke, or what lies behind a letter's strokes.
