@@ -144,9 +144,7 @@ ScreenEdges panesBetween(const Frame& a, const Frame& b, const Furniture& furnit
     const std::int64_t height = a.height, barRows = height / barsPerScreen;
     if (b.height != height)
         return {};
-    const auto endsAt = [&](std::int64_t row) {
-        return row + 1 < height && std::min(cellsOfStep(a, row), cellsOfStep(b, row)) * 8 >= cellCount * 7;
-    };
+    const auto endsAt = [&](std::int64_t row) { return stepsAcross(a, row) && stepsAcross(b, row); };
     const auto paneFrom = [&](std::int64_t bar, auto rowAt) { // rowAt(i): the i-th row from that edge of the screen
         std::int64_t pane = 0, equal = 0, informed = 0;       // cells of the last rows
         const auto count = [&](std::int64_t i, int sign) {
@@ -176,6 +174,10 @@ ScreenEdges panesBetween(const Frame& a, const Frame& b, const Furniture& furnit
 int cellsOfStep(const Frame& frame, std::int64_t row) {
     const auto y = static_cast<std::size_t>(row);
     return cellCount - std::popcount(equalCells(frame.signature[y - 1], frame.signature[y + 1], plainStep));
+}
+
+bool stepsAcross(const Frame& frame, std::int64_t row) {
+    return row > 0 && row + 1 < frame.height && cellsOfStep(frame, row) * 8 >= cellCount * 7;
 }
 
 std::vector<CellMask> stillCells(const Frame& a, const Frame& b, std::uint8_t tolerance) {

@@ -46,6 +46,9 @@ ScreenEdges panesBetween(const Frame& a, const Frame& b, const Furniture& furnit
 /// The cells in which a frame steps from one level to another at a row that is neither its first nor its last.
 int cellsOfStep(const Frame& frame, std::int64_t row);
 
+/// Whether these are nearly all of a row's.
+bool stepsAcross(const Frame& frame, std::int64_t row);
+
 /// The cells of the screen that are equal in both frames, with edges or not, over the height of a small letter at
 /// least: where something stands behind the page, what shows of it.
 std::vector<CellMask> stillCells(const Frame& a, const Frame& b, std::uint8_t tolerance);

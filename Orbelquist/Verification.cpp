@@ -202,8 +202,8 @@ private:
     std::vector<Place> piecesOf(const Place& first, std::vector<std::uint32_t>& seen) const {
         static_assert(blocksAcross == 32);
         std::vector<Place> pieces;
-        const auto visit = [&](std::size_t band,
-                               std::size_t block) { // what lies outside is beyond the last, wrapped round
+        // Before the first is beyond the last: they wrap round.
+        const auto visit = [&](std::size_t band, std::size_t block) {
             if (band >= bands_.size() || block >= blocksAcross || !bands_[band].contradicts(block) ||
                 (seen[band] >> block & 1))
                 return;
@@ -314,7 +314,7 @@ private:
             return row > 0 && row + 1 < of.height ? cellsOfStep(of, row) : 0;
         };
         for (std::int64_t row = comparison_.rowOf(band); row < comparison_.endOf(band); ++row) {
-            if (stepAt(frame, row + toFrame) * 8 < cellCount * 7)
+            if (!stepsAcross(frame, row + toFrame))
                 continue;
             int step = 0;
             for (std::int64_t near = row - nearStep; near <= row + nearStep; ++near)

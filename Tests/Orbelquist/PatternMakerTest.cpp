@@ -113,11 +113,8 @@ TEST(KSVPatternMaker, TellsTextOnGlass) {
             const std::int64_t behind = 30 + y / 5 + x / 8, at = (y + top) % 100;
             const bool isCard = at < 80 && x >= 12 && x < width - 12;
             const bool isLetter = isCard && at >= 20 && at < 60 && page.luma(x, y + top) < 128;
-            return static_cast<std::uint32_t>(isLetter ? 250
-                                              : isCard ? behind * 3 / 4 + 50
-                                                       : behind) *
-                       0x1010100u |
-                   255u;
+            const std::int64_t level = isLetter ? 250 : isCard ? behind * 3 / 4 + 50 : behind;
+            return static_cast<std::uint32_t>(level) * 0x1010100u | 255u;
         });
     };
     EXPECT_EQ(offsetOf(match({glass(7, 0), glass(7, 230)})[0]), "+230");
@@ -329,7 +326,7 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
              {"a floating bar of one level", // with three signs
               [&](auto x, auto y, bool second) {
                   if (x >= 52 && x < 204 && y >= 540 && y < 612)
-                      return x / 16 % 5 == 2 && y >= 564 && y < 588 ? 255 - static_cast<int>(bars.luma(x, y)) / 2 : 30;
+                      return x / 16 % 5 == 2 && y >= 564 && y < 588 ? sign(x, y) : 30;
                   return few(x, y, second);
               }},
              {"a toast on the first",
