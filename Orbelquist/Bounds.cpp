@@ -103,7 +103,8 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
 /// too.
 bool isCoveredLittle(const Examination& e, const FramePair& pair) {
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
-    if (covered * (weightOf(e) > 0 ? 2 : 5) + e.buttons + e.boxes > e.agreeing || e.inside.covered * 4 > e.agreeing)
+    if (covered * (weightOf(e) > 0 ? 2 : 5) + e.explained.buttons + e.explained.boxes > e.agreeing ||
+        e.inside.covered * 4 > e.agreeing)
         return false;
     return e.inside.covered * coveredPhotographShare <= e.agreeing || pair.hasBackdrop() ||
            !areUneven(pair.a(), pair.b(), pair.tolerance());
@@ -114,18 +115,18 @@ bool isCoveredLittle(const Examination& e, const FramePair& pair) {
 bool isLeftOutLittle(const Examination& e, bool isAlone) {
     if (e.agreeing < lineOrTwo) {
         const bool isPlain = isAlone && e.against() == 0 && e.agreeing * 2 >= noDoubtBelow;
-        return e.bar * 4 <= e.agreeing && e.regionBands == 0 &&
-               (e.barBands == 0 || (isPlain && e.barBands * 2 <= e.agreeing));
+        return e.bar * 4 <= e.agreeing && e.explained.regionBands == 0 &&
+               (e.explained.barBands == 0 || (isPlain && e.explained.barBands * 2 <= e.agreeing));
     }
     if (e.bar > (weightOf(e) > 0 ? mostBarsBeyondDoubt : mostBars) * e.agreeing)
         return false;
-    if (e.buttons > e.agreeing)
+    if (e.explained.buttons > e.agreeing)
         return false;
-    if (e.regionBands > 0 && e.agreeing * 2 < 2 * leastBesideRegion + perTwoBands * e.regionBands)
+    if (e.explained.regionBands > 0 && e.agreeing * 2 < 2 * leastBesideRegion + perTwoBands * e.explained.regionBands)
         return false;
     if (e.agreeingBands < manyBands)
-        return e.filmBands == 0 && (e.regionBands == 0 || e.against() == 0);
-    return e.filmBands * 2 <= e.agreeingBands * 5;
+        return e.explained.filmBands == 0 && (e.explained.regionBands == 0 || e.against() == 0);
+    return e.explained.filmBands * 2 <= e.agreeingBands * 5;
 }
 
 } // namespace

@@ -115,8 +115,8 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
     };
     if (const auto other = std::ranges::find_if(refused, mayBeIt); other != refused.end())
         return openTo(*other);
-    if (exact->barBands + exact->regionBands >= muchLeftOut) {
-        const FramePair rest = pair.withoutRows(exact->leftOut, exact->shift);
+    if (exact->explained.barBands + exact->explained.regionBands >= muchLeftOut) {
+        const FramePair rest = pair.withoutRows(exact->explained.leftOut, exact->shift);
         const std::int64_t price = exact->agreeingBands >= manyBands ? 2 : 1;
         const auto isPageThere = [&](const Examination& other) { // what is left out here
             return (other.evidence() - price * other.against()) * 100 > exact->evidence() * secondWhereMuchIsLeftOut;

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Orbelquist/Explanation.hpp"
 #include "Orbelquist/ShiftProfile.hpp"
 
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 namespace orbelquist {
 
@@ -30,18 +30,12 @@ struct Examination {
         std::int64_t covered = 0;
         std::int64_t all() const { return shapes + covered; }
     };
-    Against inside;               ///< in the stretch, without the overlay
-    Against overlay;              ///< in the one window in which most contradicts
-    Against edge;                 ///< outside, where a bar may be
-    Against beyond;               ///< outside, further in than a bar is high
-    std::int64_t bar = 0;         ///< blocks outside that a bar explains
-    std::int64_t buttons = 0;     ///< blocks that a button or the like explains
-    std::int64_t inEdgedBars = 0; ///< blocks that contradict in bars on the page's own ground, which are left out
-    std::int64_t boxes = 0;       ///< blocks of boxes that hide the page
-    std::int64_t barBands = 0;    ///< bands of bars that only one of the frames shows
-    std::int64_t regionBands = 0; ///< bands of regions that change all through, without these
-    std::int64_t filmBands = 0;   ///< of these, behind no window that stands still
-    std::vector<Rows> leftOut;    ///< the rows of all these bars and regions
+    Against inside;       ///< in the stretch, without the overlay
+    Against overlay;      ///< in the one window in which most contradicts
+    Against edge;         ///< outside, where a bar may be
+    Against beyond;       ///< outside, further in than a bar is high
+    std::int64_t bar = 0; ///< blocks outside that a bar explains
+    Explained explained;  ///< of the whole overlap
 
     /// Blocks that agree. What may be a picture behind the page, which agrees with itself in many places, counts a
     /// quarter.
@@ -51,11 +45,11 @@ struct Examination {
     /// What would be left of it if most of what covers it were films and bars.
     std::int64_t atBest() const {
         return evidence() - 3 * (inside.shapes + overlay.shapes + edge.shapes + beyond.shapes) -
-               (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2 - inEdgedBars;
+               (inside.covered + overlay.covered + edge.covered + beyond.covered) / 2 - explained.inEdgedBars;
     }
     /// What is left of the agreement when every block that contradicts, or would without a button, takes three with it,
     /// and every bar's one.
-    std::int64_t net() const { return evidence() - 3 * (against() + buttons) - bar - inEdgedBars; }
+    std::int64_t net() const { return evidence() - 3 * (against() + explained.buttons) - bar - explained.inEdgedBars; }
 };
 
 /// Nothing where nothing speaks for the shift.
