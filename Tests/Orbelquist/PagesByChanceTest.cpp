@@ -10,7 +10,7 @@ namespace orbelquist {
 
 namespace {
 
-constexpr std::int64_t width = 256, height = 640;
+constexpr std::int64_t width = screenWidth, height = screenHeight;
 
 /// What is on two screens of one page, by chance. Everything but the page is drawn from `random`.
 class Scene {

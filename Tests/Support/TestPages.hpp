@@ -3,10 +3,12 @@
 #include "Orbelquist/KSVPatternMaker.hpp"
 #include "Platform/CoreGraphics/CGImage.hpp"
 #include "Tests/Support/Page.hpp"
+#include "Tests/Support/TestImages.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <future>
 #include <memory>
 #include <optional>
@@ -14,6 +16,16 @@
 #include <vector>
 
 namespace orbelquist {
+
+/// A small screen.
+inline constexpr std::int64_t screenWidth = 256, screenHeight = 640;
+
+/// Shows the luma of each column and row.
+inline platform::CGImage screen(const std::function<int(std::int64_t, std::int64_t)>& luma) {
+    return platform::imageOf(screenWidth, screenHeight, [&](std::int64_t x, std::int64_t y) {
+        return static_cast<std::uint32_t>(luma(x, y)) * 0x1010100u | 255u;
+    });
+}
 
 class Shot final : public KSVLazyImage {
 public:
