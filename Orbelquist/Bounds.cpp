@@ -99,12 +99,12 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
 }
 
 /// Bars and overlays that are not known as such may take half as much as agrees, buttons and boxes twice as much, all
-/// together; and little amid it: next to nothing before a photograph, before which other text lies on another ground,
-/// too.
+/// together, boxes no more than agrees beyond a line or two or beyond what else hides the page; and little amid it:
+/// next to nothing before a photograph, before which other text lies on another ground, too.
 bool isCoveredLittle(const Examination& e, const FramePair& pair) {
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
     if (covered * (weightOf(e) > 0 ? 2 : 5) + e.explained.buttons + e.explained.boxes > e.agreeing ||
-        e.inside.covered * 4 > e.agreeing)
+        e.explained.boxes > std::max(weightOf(e), e.net()) || e.inside.covered * 4 > e.agreeing)
         return false;
     return e.inside.covered * coveredPhotographShare <= e.agreeing || pair.hasBackdrop() ||
            !areUneven(pair.a(), pair.b(), pair.tolerance());

@@ -48,10 +48,11 @@ constexpr std::int64_t secondWithinStroke = 90;
 /// there is taken off, twice where the best one agrees over much of the screen.
 constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
 
-/// Only where like blocks differ by so much of their variance does it help to soften the frames: by half a row or more.
+/// Only where like blocks differ by so much of their variance, or fewer are like than are neither, does it help to
+/// soften the frames: by half a row or more.
 constexpr double leastBlur = 0.04;
-/// Softened digits look alike: there more must agree, in blocks.
-constexpr std::int64_t leastSoftAgreement = 100;
+/// Softened digits look alike: there more must agree, in blocks, and two more for each that contradicts.
+constexpr std::int64_t leastSoftAgreement = 50;
 
 KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePair& pair) {
     return {.kind = kind,
@@ -218,10 +219,13 @@ KSVPatternPair matchAlike(const Frame& a, const Frame& b) {
         return *std::move(before);
     const Frame softA = softened(a), softB = softened(b);
     KSVPatternPair soft = match(FramePair(softA, softB, softTolerance), leastSoftAgreement);
-    if (soft.verdict.kind != KSVVerdict::Kind::matched || std::abs(soft.verdict.offset) <= onePlace) // bars, softened
+    const KSVVerdict& verdict = soft.verdict;
+    if (verdict.kind != KSVVerdict::Kind::matched || std::abs(verdict.offset) <= onePlace || // bars, softened
+        verdict.agreeing < leastSoftAgreement + 2 * verdict.contradicting)
         return sharp;
-    const auto examined = examine(pair, soft.verdict.offset);
-    return examined && examined->difference > leastBlur ? soft : sharp;
+    const auto examined = examine(pair, verdict.offset);
+    const bool isBlurred = examined && (examined->difference > leastBlur || examined->unclear > examined->agreeing);
+    return isBlurred ? soft : sharp;
 }
 
 /// Of frames of which one was dimmed: the one with more contrast is given the other's levels. Nothing where that does
@@ -272,12 +276,13 @@ std::optional<KSVPatternPair> matchAmong(const Frame& a, const Frame& b, std::sp
 
 std::optional<KSVPatternPair> matchAt(const Frame& a, const Frame& b, std::int64_t shift) {
     constexpr std::int64_t mostContradicting = 16; // blocks, where nothing agrees
+    constexpr std::int64_t hardlyShare = 8;        // of blocks that agree
     const FramePair pair(a, b, cellTolerance);
     Examination e{.shift = shift, .first = pair.firstPageRow(shift), .last = pair.lastPageRow(shift)};
     if (shift == 0 || e.last - e.first < leastOverlap)
         return std::nullopt;
     if (const auto seen = examine(pair, shift)) {
-        if (seen->against() > seen->agreeing)
+        if (seen->against() * hardlyShare > seen->agreeing)
             return std::nullopt;
         e = *seen;
     } else {
