@@ -208,7 +208,10 @@ bool areUneven(const Frame& a, const Frame& b, std::uint8_t tolerance) {
 std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span<const Frame* const> neighbours,
                                        const Furniture& furniture, std::uint8_t tolerance) {
     const std::int64_t height = std::min(a.height, b.height), bar = height / tallestBar;
-    const BlockComparison unmoved({a, b, 0, bar, height - bar, {}, {}, {}, {}});
+    const std::int64_t first = std::max(bar, furniture.topRows), last = height - std::max(bar, furniture.bottomRows);
+    if (first >= last)
+        return std::nullopt;
+    const BlockComparison unmoved({a, b, 0, first, last, {}, {}, {}, {}});
     Backdrop backdrop;
     for (const Band& band : unmoved.bands())
         backdrop.blocks += band.count(Block::alike) + band.count(Block::lines);

@@ -15,9 +15,9 @@ constexpr std::int64_t lineShare = 24;
 /// What hides the page is no more than one of so many blocks that agree, and twice its other shapes; else it is other
 /// text.
 constexpr std::int64_t coverShare = 4;
-/// Where nothing else agrees nearly as much, one block of so many may have changed meanwhile, a price or a count: where
-/// lines over all of many bands agree, or where the page is seen over one of so many parts of the screen and all that
-/// contradicts there lies together.
+/// Where nothing else agrees nearly as much, and more agrees than bars hide, one block of so many may have changed
+/// meanwhile, a price or a count: where lines over all of many bands agree, or where the page is seen over one of so
+/// many parts of the screen and all that contradicts there lies together.
 constexpr std::int64_t changedScreenShare = 6, changedShare = 8, changedTogetherShare = 6;
 /// Blocks of bars for each that agrees, at most. Two bars of glass take more of a screen than a small overlap does;
 /// that counts once what agrees is more than chance.
@@ -61,9 +61,9 @@ bool isEnough(const Examination& e, std::int64_t height) {
 }
 
 /// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
-/// few letters are the page for certain, or there are many lines that hardly anything contradicts. What is unclear is
-/// the picture's doing, so no more of it than is seen of that; or than agrees where cards cover most of it, whose text
-/// next to nothing contradicts.
+/// few letters are the page for certain, or a few are and there are many lines that hardly anything contradicts. What
+/// is unclear is the picture's doing, so no more of it than is seen of that; or than agrees where cards cover most of
+/// it, whose text next to nothing contradicts.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
     const bool isCovered = pair.isBackdropCovered();
     if (!isAlone || e.unclear > std::max(isCovered ? e.agreeing : 0, mostUnclear * pair.blocksOfBackdrop()))
@@ -72,7 +72,8 @@ bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone)
     const std::int64_t share = isCovered ? hardlyShare : isUnclear ? 6 : 4;
     if (e.certain >= 2 * leastAgreeing && e.against() * share <= e.certain)
         return true;
-    return e.agreeingBands >= manyBands && e.against() * hardlyShare <= e.agreeing && !isUnclear;
+    return e.certain >= leastAgreeing && e.agreeingBands >= manyBands && e.against() * hardlyShare <= e.agreeing &&
+           !isUnclear;
 }
 
 /// Before a photograph strokes may be lost, and parts of it taken for strokes: no other shift does nearly as well then,
@@ -90,7 +91,7 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
     const bool liesTogether = e.overlay.all() + e.edge.covered == e.against();
     const bool isSeen = (e.last - e.first) * changedScreenShare >= height;
     const bool mayHaveChanged =
-        isAlone &&
+        isAlone && e.net() > 0 &&
         ((e.agreeingBands >= manyBands &&
           (e.inside.shapes + e.overlay.shapes + e.edge.all() + e.beyond.all()) * changedShare <= e.agreeing) ||
          (liesTogether && isSeen && e.overlay.all() * changedTogetherShare <= e.agreeing));
@@ -103,8 +104,8 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
 /// next to nothing before a photograph, before which other text lies on another ground, too.
 bool isCoveredLittle(const Examination& e, const FramePair& pair) {
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
-    if (covered * (weightOf(e) > 0 ? 2 : 5) + e.explained.buttons + e.explained.boxes > e.agreeing ||
-        e.explained.boxes > std::max(weightOf(e), e.net()) || e.inside.covered * 4 > e.agreeing)
+    if (covered * (weightOf(e) > 0 ? 2 : 5) + e.explained.buttons + e.explained.boxes / 2 > e.agreeing ||
+        e.explained.boxes > 2 * std::max(weightOf(e), e.net()) || e.inside.covered * 4 > e.agreeing)
         return false;
     return e.inside.covered * coveredPhotographShare <= e.agreeing || pair.hasBackdrop() ||
            !areUneven(pair.a(), pair.b(), pair.tolerance());

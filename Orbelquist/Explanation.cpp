@@ -21,6 +21,14 @@ constexpr std::size_t leastButton = 3, leastBox = 4;
 /// no nearer to its edge than so many rows.
 constexpr std::int64_t leastInBar = 5, nearStep = 4;
 
+/// What is stuck below a bar is no higher than one of so many parts of the screen, two lines; beside it so many blocks
+/// agree, over so many bands.
+constexpr std::int64_t stuckShare = 14, leastBesideStuck = 150, leastBandsBesideStuck = 15;
+/// A button that one frame alone shows is no higher than so many bands and no wider than so many blocks; beside it so
+/// many blocks agree, and so many for each of its own.
+constexpr std::size_t tallestButton = 8, widestButton = 6;
+constexpr std::int64_t leastBesideButton = 100, besideButton = 8;
+
 class Explanation {
 public:
     explicit Explanation(Overlap& overlap)
@@ -30,6 +38,7 @@ public:
         explainBars();
         findLoneBars();
         findEdgedBars();
+        findStuck();
         findRegions();
         explainButtons();
         explainBoxes();
@@ -130,11 +139,15 @@ private:
     }
 
     /// What contradicts, most of it on another ground, and nearly fills a box higher than a line of text, is one thing
-    /// that lies before the page, such as a toast, or a film that is seen in a corner of the screen.
+    /// that lies before the page, such as a toast, or a film that is seen in a corner of the screen. So is all that
+    /// contradicts where it is no larger than a button and much agrees.
     /// Before a picture its parts may look like that.
     void explainBoxes() {
         if (overlap_.pair().hasBackdrop())
             return;
+        std::int64_t alike = 0, against = 0;
+        for (const Band& band : bands_)
+            alike += band.count(Block::alike), against += band.against();
         std::vector<std::uint32_t> seen(bands_.size());
         for (std::size_t i = 0; i < bands_.size(); ++i)
             for (std::size_t k = 0; k < blocksAcross; ++k) {
@@ -145,7 +158,11 @@ private:
                     covered += bands_[band].at(block) == Block::covered;
                 }
                 const std::size_t high = bottom - i + 1, box = high * (right - left + 1);
-                if (high < leastBox || pieces.size() * 4 < box * 3 || covered * 2 < pieces.size())
+                const bool isBox = pieces.size() * 4 >= box * 3 && covered * 2 >= pieces.size();
+                const bool isButton = std::ssize(pieces) == against &&
+                                      std::max(leastBesideButton, against * besideButton) <= alike &&
+                                      high <= tallestButton && right - left < widestButton;
+                if (high < leastBox || pieces.empty() || !(isBox || isButton))
                     continue;
                 for (const auto [band, block] : pieces)
                     bands_[band].set(block, Block::bar);
@@ -208,6 +225,40 @@ private:
             e_.barBands += static_cast<std::int64_t>(bar);
             e_.inEdgedBars += inBar;
             leaveOut(top ? 0 : bands_.size() - bar, top ? bar : bands_.size());
+        }
+    }
+
+    /// Takes out of account what is stuck below a bar, or above one, and changes, such as the heading of a section: it
+    /// is low, lies where bars may, and nothing contradicts all the rest of the page, which agrees over much of the
+    /// screen. Before a picture that may be chance.
+    void findStuck() {
+        if (overlap_.pair().hasBackdrop())
+            return;
+        for (const bool top : {true, false}) {
+            const auto at = [&](std::size_t n) { return top ? n : bands_.size() - 1 - n; }; // from the edge inwards
+            std::size_t begin = bands_.size(), end = 0;                                     // of what contradicts
+            std::int64_t against = 0, alike = 0, alikeBeside = 0, bandsBeside = 0;
+            for (std::size_t n = 0; n < bands_.size(); ++n)
+                if (const int here = bands_[at(n)].against(); here > 0)
+                    begin = std::min(begin, n), end = n + 1, against += here;
+            for (std::size_t n = 0; n < bands_.size(); ++n) {
+                const int here = bands_[at(n)].count(Block::alike);
+                (n < end ? alike : alikeBeside) += here;
+                bandsBeside += n >= end && here > 0;
+            }
+            if (against < leastInBar || alike * 4 > against || alikeBeside < leastBesideStuck ||
+                bandsBeside < leastBandsBesideStuck)
+                continue;
+            const bool second = overlap_.edgeIsOfSecond(top);
+            const std::int64_t height = overlap_.frame(second).height, down = overlap_.toScreen(second);
+            const std::int64_t inwards =
+                top ? comparison_.endOf(at(end - 1)) + down : height - comparison_.rowOf(at(end - 1)) - down;
+            if (static_cast<std::int64_t>(end - begin) * comparison_.bandRows() * stuckShare > height ||
+                inwards * tallestToolbars > height)
+                continue;
+            e_.barBands += static_cast<std::int64_t>(end - begin);
+            e_.inEdgedBars += against;
+            leaveOut(top ? begin : bands_.size() - end, top ? end : bands_.size() - begin);
         }
     }
 

@@ -128,6 +128,17 @@ Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
     return furniture;
 }
 
+bool standsStillMostly(const Frame& a, const Frame& b, const Furniture& furniture) {
+    const std::size_t height = furniture.cells.size(), bars = height / tallestToolbars;
+    int still = 0, informed = 0;
+    for (std::size_t y = bars; y < height - bars; ++y) {
+        const CellMask edges = a.informed[y] | b.informed[y];
+        informed += std::popcount(edges);
+        still += std::popcount(edges & furniture.cells[y]);
+    }
+    return still * 2 > informed;
+}
+
 ScreenEdges barsAmong(const Frame& frame, std::span<const Frame* const> others, std::uint8_t tolerance) {
     ScreenEdges bars;
     const std::int64_t tallest = frame.height / tallestToolbars;

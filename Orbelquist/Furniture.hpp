@@ -30,6 +30,10 @@ struct Furniture {
 /// Levels within `tolerance` are equal.
 Furniture furnitureOf(const Frame& a, const Frame& b, std::uint8_t tolerance);
 
+/// Whether most of what has edges amid the screen, where no bars reach, stands still: a picture behind the page, or a
+/// page whose lines recur and that moved by a multiple of their distance.
+bool standsStillMostly(const Frame& a, const Frame& b, const Furniture& furniture);
+
 /// Rows at a screen's top and bottom that show no page.
 struct ScreenEdges {
     std::int64_t top = 0, bottom = 0;

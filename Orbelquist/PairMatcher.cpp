@@ -54,6 +54,12 @@ constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks, and two more for each that contradicts.
 constexpr std::int64_t leastSoftAgreement = 50;
 
+/// A place that nothing contradicts is told from others of a page that repeats where of as many blocks as agree so many
+/// would be other text there.
+constexpr std::int64_t tellingBlocks = 20;
+/// Where lines recur and moved by a multiple of their distance, no more than one of so many blocks contradicts.
+constexpr std::int64_t recurringShare = 20;
+
 KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePair& pair) {
     return {.kind = kind,
             .offset = e.shift,
@@ -101,6 +107,12 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
         return other.net() * 100 > std::min(best->net(), exact->net()) * (isNearby ? secondNearby : secondElsewhere) ||
                other.atBest() * 100 > best->atBest() * second;
     };
+    // Where nothing contradicts though at the other's rate much would, what tells one line from the next agrees.
+    const auto isToldFrom = [&](const Examination& other) {
+        const std::int64_t shapes = other.inside.shapes + other.overlay.shapes;
+        return exact->against() == 0 && exact->unclear * 4 <= exact->agreeing &&
+               shapes * exact->agreeing >= tellingBlocks * other.agreeing;
+    };
     const auto openTo = [&](const Examination& other) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
         verdict.otherOffset = other.shift;
@@ -109,6 +121,8 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
     if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end())
         return openTo(*rival);
     const auto mayBeIt = [&](const Examination& other) {
+        if (isToldFrom(other))
+            return false;
         return other.atBest() > exact->evidence() ||
                (exact->against() > 0 && !isWithinStroke(other) &&
                 other.atBest() * 100 > exact->atBest() * secondRefused) ||
@@ -128,7 +142,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
         };
         for (const auto* others : {&held, &refused})
             for (const Examination& other : *others)
-                if (!isWithinStroke(other) && (isPageThere(other) || isRivalInRest(other)))
+                if (!isWithinStroke(other) && !isToldFrom(other) && (isPageThere(other) || isRivalInRest(other)))
                     return openTo(other);
     }
     if (isRepeated(pair, *exact))
@@ -181,6 +195,22 @@ std::optional<KSVPatternPair> matchBesidePanes(const FramePair& pair) {
     return matchWithoutEdges(pair, panes, panes);
 }
 
+/// The pair as of a page whose lines recur and that moved by a multiple of their distance, so that it stands still but
+/// for what tells one line from another; nothing where it is none. Bars contradict it, and little else may.
+std::optional<KSVPatternPair> matchRecurring(const FramePair& pair) {
+    if (!standsStillMostly(pair.a(), pair.b(), pair.furniture()))
+        return std::nullopt;
+    KSVPatternPair answer = match(pair.withoutFurniture(), 0);
+    const KSVVerdict& verdict = answer.verdict;
+    const bool isPlain = verdict.contradicting * recurringShare <= verdict.agreeing;
+    const Furniture& furniture = pair.furniture();
+    const bool isNoBar = std::max(furniture.topRows, furniture.bottomRows) * tallestToolbars >
+                         std::min(pair.a().height, pair.b().height);
+    if ((verdict.kind == KSVVerdict::Kind::matched && isPlain) || (verdict.kind == KSVVerdict::Kind::open && isNoBar))
+        return answer;
+    return std::nullopt;
+}
+
 /// The pair as of a page before a picture that stands still; nothing where there is none, or no place before it.
 std::optional<KSVPatternPair> matchBeforeBackdrop(const FramePair& pair, std::span<const Frame* const> neighbours) {
     if (const auto before = pair.withBackdrop(neighbours))
@@ -205,6 +235,8 @@ std::optional<KSVPatternPair> matchBeforePhotograph(const FramePair& pair) {
 /// Of frames of one brightness.
 KSVPatternPair matchAlike(const Frame& a, const Frame& b) {
     const FramePair pair(a, b, cellTolerance);
+    if (auto recurring = matchRecurring(pair))
+        return *std::move(recurring);
     KSVPatternPair sharp = match(pair, 0);
     if (sharp.verdict.valid())
         return sharp;

@@ -17,9 +17,6 @@ constexpr std::int64_t strokesPerScreen = 100;
 /// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
 /// it nor leaves it open.
 constexpr std::int64_t negligible = 25;
-/// Where other text contradicts the likeliest place, another that has more than this part, in percent, of its agreement
-/// shows that much of it to be what the page's entries have in common.
-constexpr std::int64_t commonToEntries = 50;
 
 } // namespace
 
@@ -55,11 +52,9 @@ Places examinePlaces(const FramePair& pair, std::int64_t leastAlike) {
 
     const std::int64_t stroke = strokeOf(pair);
     if (auto& [held, refused, likeliest] = places; held.empty() && likeliest) { // it may if nothing else comes near
-        const bool isOtherText = likeliest->inside.shapes + likeliest->overlay.shapes > 0;
         const auto isRival = [&](const Examination& other) {
             return std::abs(other.shift - likeliest->shift) > stroke &&
-                   ((other.evidence() - other.against()) * 100 > likeliest->evidence() * negligible ||
-                    (isOtherText && other.evidence() * 100 > likeliest->evidence() * commonToEntries));
+                   (other.evidence() - other.against()) * 100 > likeliest->evidence() * negligible;
         };
         if (likeliest->agreeing >= leastAlike && holds(*likeliest, pair, std::ranges::none_of(refused, isRival)))
             held.push_back(*likeliest);

@@ -24,6 +24,10 @@ FramePair FramePair::withBarsAlone() const {
     return FramePair(a_, b_, tolerance_, std::move(bars));
 }
 
+FramePair FramePair::withoutFurniture() const {
+    return FramePair(a_, b_, tolerance_, {.cells = std::vector<CellMask>(furniture_.cells.size())});
+}
+
 std::optional<FramePair> FramePair::withBackdrop(std::span<const Frame* const> neighbours) const {
     auto backdrop = backdropBehind(a_, b_, neighbours, furniture_, tolerance_);
     if (!backdrop)

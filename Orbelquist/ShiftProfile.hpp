@@ -31,6 +31,9 @@ public:
     /// backdrop.
     FramePair withBarsAlone() const;
 
+    /// The same frames, as if nothing stood still but by chance.
+    FramePair withoutFurniture() const;
+
     /// The same frames, as of a page that moves in front of a picture, which is left out of account; nothing where none
     /// stands there. Other frames of the run, of the same width, may show more of it.
     std::optional<FramePair> withBackdrop(std::span<const Frame* const> neighbours) const;
