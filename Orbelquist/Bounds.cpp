@@ -28,6 +28,8 @@ constexpr std::int64_t lineOrTwo = 40;
 /// Blocks beyond a line or two that prove nothing yet; blocks of other text that may lie outside the stretch, and of
 /// those that agree for each more.
 constexpr std::int64_t fewLetters = 16, changedAtEdge = 4, atEdgeShare = 24;
+/// Blocks of three or four lines.
+constexpr std::int64_t fewLines = 100;
 /// Where regions that change all through are left out, so many blocks agree, and so many more for two bands of them.
 constexpr std::int64_t leastBesideRegion = 60, perTwoBands = 3;
 /// Blocks that may be unclear for each of the picture behind the page that is seen, at most; and the part of what
@@ -84,7 +86,8 @@ bool isBeforePhotograph(const Examination& e, bool isAlone) {
            e.edge.all() * throughBarShare <= e.agreeing;
 }
 
-/// Other text at the same place is no page that moved: next to none in the stretch, little outside.
+/// Other text at the same place is no page that moved: next to none in the stretch, little outside, and next to none
+/// there where bars hide more than a few lines that agree.
 bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
     const bool isCover = e.overlay.covered >= 2 * e.overlay.shapes && e.overlay.all() * coverShare <= e.agreeing;
     const std::int64_t shapes = e.inside.shapes + (isCover ? 0 : e.overlay.shapes);
@@ -96,7 +99,8 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
           (e.inside.shapes + e.overlay.shapes + e.edge.all() + e.beyond.all()) * changedShare <= e.agreeing) ||
          (liesTogether && isSeen && e.overlay.all() * changedTogetherShare <= e.agreeing));
     return (shapes * hardlyShare > std::max<std::int64_t>(0, weightOf(e) - fewLetters) && !mayHaveChanged) ||
-           (e.edge.shapes + e.beyond.shapes - changedAtEdge) * atEdgeShare > e.agreeing;
+           (e.edge.shapes + e.beyond.shapes - changedAtEdge) * atEdgeShare > e.agreeing ||
+           (e.net() <= 0 && e.edge.shapes > changedAtEdge && e.agreeing < fewLines);
 }
 
 /// Bars and overlays that are not known as such may take half as much as agrees, buttons and boxes twice as much, all

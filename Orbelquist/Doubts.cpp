@@ -118,6 +118,8 @@ bool mayHaveCrept(const FramePair& pair, const Examination& e, std::int64_t few)
     }
     if (std::abs(e.shift) > strokesReach * few)
         return false;
+    if (e.against() > 0 && std::abs(e.shift) <= few && pixelDifference(bare, e, 0) < pixelDifference(bare, e, e.shift))
+        return true; // it did not move, and something on it changed
     const double difference = pixelDifference(pair, e, e.shift);
     for (std::int64_t small = 1; small <= few; ++small)
         for (const std::int64_t other : {small, -small})

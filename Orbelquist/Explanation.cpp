@@ -20,14 +20,9 @@ constexpr std::size_t leastButton = 3, leastBox = 4;
 /// A bar on the page's own ground contradicts at least so many blocks, more than a letter; the other frame's lines are
 /// no nearer to its edge than so many rows.
 constexpr std::int64_t leastInBar = 5, nearStep = 4;
-
 /// What is stuck below a bar is no higher than one of so many parts of the screen, two lines; beside it so many blocks
 /// agree, over so many bands.
 constexpr std::int64_t stuckShare = 14, leastBesideStuck = 150, leastBandsBesideStuck = 15;
-/// A button that one frame alone shows is no higher than so many bands and no wider than so many blocks; beside it so
-/// many blocks agree, and so many for each of its own.
-constexpr std::size_t tallestButton = 8, widestButton = 6;
-constexpr std::int64_t leastBesideButton = 100, besideButton = 8;
 
 class Explanation {
 public:
@@ -139,15 +134,11 @@ private:
     }
 
     /// What contradicts, most of it on another ground, and nearly fills a box higher than a line of text, is one thing
-    /// that lies before the page, such as a toast, or a film that is seen in a corner of the screen. So is all that
-    /// contradicts where it is no larger than a button and much agrees.
+    /// that lies before the page, such as a toast, or a film that is seen in a corner of the screen.
     /// Before a picture its parts may look like that.
     void explainBoxes() {
         if (overlap_.pair().hasBackdrop())
             return;
-        std::int64_t alike = 0, against = 0;
-        for (const Band& band : bands_)
-            alike += band.count(Block::alike), against += band.against();
         std::vector<std::uint32_t> seen(bands_.size());
         for (std::size_t i = 0; i < bands_.size(); ++i)
             for (std::size_t k = 0; k < blocksAcross; ++k) {
@@ -158,11 +149,7 @@ private:
                     covered += bands_[band].at(block) == Block::covered;
                 }
                 const std::size_t high = bottom - i + 1, box = high * (right - left + 1);
-                const bool isBox = pieces.size() * 4 >= box * 3 && covered * 2 >= pieces.size();
-                const bool isButton = std::ssize(pieces) == against &&
-                                      std::max(leastBesideButton, against * besideButton) <= alike &&
-                                      high <= tallestButton && right - left < widestButton;
-                if (high < leastBox || pieces.empty() || !(isBox || isButton))
+                if (high < leastBox || pieces.size() * 4 < box * 3 || covered * 2 < pieces.size())
                     continue;
                 for (const auto [band, block] : pieces)
                     bands_[band].set(block, Block::bar);

@@ -76,6 +76,13 @@ KSVPatternPair joinedAt(const Examination& e, const KSVVerdict& verdict, const F
     return e.shift > 0 ? KSVPatternPair{pattern, {}, verdict} : KSVPatternPair{{}, pattern, verdict};
 }
 
+/// Whether a place is told from another of a page that repeats: nothing contradicts it, though at the other's rate much
+/// would, so that what tells one line from the next agrees.
+bool isToldFrom(const Examination& place, const Examination& other) {
+    return place.against() == 0 && place.unclear * 4 <= place.agreeing &&
+           (other.inside.shapes + other.overlay.shapes) * place.agreeing >= tellingBlocks * other.agreeing;
+}
+
 /// `leastAlike`: blocks that must agree. The seam is that of the frames that are shown.
 KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const FramePair& shown) {
     using Kind = KSVVerdict::Kind;
@@ -84,7 +91,10 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
 
     Places places = examinePlaces(pair, leastAlike);
     auto& [held, refused, likeliest] = places;
-    const auto best = std::ranges::max_element(held, {}, &Examination::evidence);
+    auto best = std::ranges::max_element(held, {}, &Examination::evidence);
+    for (auto place = held.begin(); place != held.end(); ++place)
+        if (isToldFrom(*place, *best))
+            best = place;
     if (best == held.end())
         return {.verdict = likeliest ? verdictOn(*likeliest, Kind::contradicted, pair)
                                      : KSVVerdict{.kind = Kind::nothingCommon}};
@@ -98,7 +108,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
     const std::int64_t second =
         exact->against() * doubtfulShare > exact->evidence() ? secondToDoubtful : secondAtItsBest;
     const auto isRival = [&](const Examination& other) {
-        if (std::abs(other.shift - exact->shift) <= onePlace)
+        if (std::abs(other.shift - exact->shift) <= onePlace || isToldFrom(*exact, other))
             return false;
         if (isWithinStroke(other))
             return other.evidence() * 100 > exact->evidence() * secondWithinStroke &&
@@ -106,12 +116,6 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
         const bool isNearby = std::abs(other.shift - exact->shift) <= nearbyStrokes * stroke;
         return other.net() * 100 > std::min(best->net(), exact->net()) * (isNearby ? secondNearby : secondElsewhere) ||
                other.atBest() * 100 > best->atBest() * second;
-    };
-    // Where nothing contradicts though at the other's rate much would, what tells one line from the next agrees.
-    const auto isToldFrom = [&](const Examination& other) {
-        const std::int64_t shapes = other.inside.shapes + other.overlay.shapes;
-        return exact->against() == 0 && exact->unclear * 4 <= exact->agreeing &&
-               shapes * exact->agreeing >= tellingBlocks * other.agreeing;
     };
     const auto openTo = [&](const Examination& other) {
         KSVVerdict verdict = verdictOn(*exact, Kind::open, pair);
@@ -121,7 +125,7 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
     if (const auto rival = std::ranges::find_if(held, isRival); rival != held.end())
         return openTo(*rival);
     const auto mayBeIt = [&](const Examination& other) {
-        if (isToldFrom(other))
+        if (isToldFrom(*exact, other))
             return false;
         return other.atBest() > exact->evidence() ||
                (exact->against() > 0 && !isWithinStroke(other) &&
@@ -142,7 +146,8 @@ KSVPatternPair match(const FramePair& pair, std::int64_t leastAlike, const Frame
         };
         for (const auto* others : {&held, &refused})
             for (const Examination& other : *others)
-                if (!isWithinStroke(other) && !isToldFrom(other) && (isPageThere(other) || isRivalInRest(other)))
+                if (!isWithinStroke(other) && !isToldFrom(*exact, other) &&
+                    (isPageThere(other) || isRivalInRest(other)))
                     return openTo(other);
     }
     if (isRepeated(pair, *exact))

@@ -107,6 +107,26 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
                       return y >= 227 ? 170 : y >= 190 && y < 215 ? static_cast<int>(bars.luma(x, y)) : 255;
                   return few(x, y, second);
               }},
+             {"a heading stuck below a bar", // of another section in each, above short lines
+              [&](auto x, auto y, bool second) {
+                  if (y < 48)
+                      return static_cast<int>(bars.luma(x, y)) / 2;
+                  if (y < 78)
+                      return static_cast<int>((second ? film : otherFilm).luma(x, y));
+                  return x < 110 ? static_cast<int>(shown(x, y, second)) : 255;
+              }},
+             {"a picture that was not there yet",
+              [&](auto x, auto y, bool second) {
+                  const auto at = second ? y + down : y;
+                  if (x < 130 || x >= 194 || at < 310 || at >= 410)
+                      return few(x, y, second);
+                  return second ? 30 + static_cast<int>(film.luma(x, at / 4)) / 2 : 225;
+              }},
+             {"lines that recur and moved by a multiple of their distance", // but for a number each
+              [&](auto x, auto y, bool second) {
+                  const auto at = second ? y + down : y;
+                  return static_cast<int>(x >= 16 && x < 32 ? page.luma(x, at) : film.luma(x, at % 23));
+              }},
              {"values that changed meanwhile", // in every fourth line, at its end
               [&](auto x, auto y, bool second) {
                   const auto at = second ? y + down : y;
