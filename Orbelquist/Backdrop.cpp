@@ -11,7 +11,7 @@ namespace orbelquist {
 namespace {
 
 /// A picture behind the page leaves at least so many blocks that stand still, however little of it shows.
-constexpr std::int64_t leastBlocks = 16;
+constexpr std::int64_t leastBlocks = 8;
 
 /// The picture is told by its levels from what lies in front of it, within so many parts of the screen.
 constexpr std::int64_t slabsPerScreen = 32;

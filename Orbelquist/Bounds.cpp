@@ -64,11 +64,12 @@ bool isEnough(const Examination& e, std::int64_t height) {
 
 /// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
 /// few letters are the page for certain, or a few are and there are many lines that hardly anything contradicts. What
-/// is unclear is the picture's doing, so no more of it than is seen of that; or than agrees where cards cover most of
-/// it, whose text next to nothing contradicts.
+/// is unclear is the picture's doing, so no more of it than is seen of that; or than half of what agrees, or all of it
+/// where cards cover most of the picture, whose text next to nothing contradicts.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
     const bool isCovered = pair.isBackdropCovered();
-    if (!isAlone || e.unclear > std::max(isCovered ? e.agreeing : 0, mostUnclear * pair.blocksOfBackdrop()))
+    if (!isAlone ||
+        e.unclear > std::max(isCovered ? e.agreeing : e.agreeing / 2, mostUnclear * pair.blocksOfBackdrop()))
         return false;
     const bool isUnclear = e.unclear * 2 > e.agreeing;
     const std::int64_t share = isCovered ? hardlyShare : isUnclear ? 6 : 4;
