@@ -34,7 +34,7 @@ constexpr std::int64_t fewLines = 100;
 constexpr std::int64_t leastBesideRegion = 60, perTwoBands = 3;
 /// Blocks that may be unclear for each of the picture behind the page that is seen, at most; and the part of what
 /// agrees that next to nothing is.
-constexpr std::int64_t mostUnclear = 5, hardlyShare = 12;
+constexpr std::int64_t mostUnclear = 5, hardlyShare = 12, hardlyUnclearShare = 8;
 /// Blocks of strokes before a photograph that agree, at least, and for each that contradicts; and blocks that agree for
 /// each amid the page that is covered where a photograph may lie behind.
 constexpr std::int64_t leastStrokes = 60, otherStrokesShare = 8, throughBarShare = 4, coveredPhotographShare = 16;
@@ -63,9 +63,9 @@ bool isEnough(const Examination& e, std::int64_t height) {
 }
 
 /// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
-/// few letters are the page for certain, or a few are and there are many lines that hardly anything contradicts. What
-/// is unclear is the picture's doing, so no more of it than is seen of that; or than half of what agrees, or all of it
-/// where cards cover most of the picture, whose text next to nothing contradicts.
+/// few letters are the page for certain, or there are many lines that hardly anything contradicts, and a few letters are
+/// or hardly anything is unclear. What is unclear is the picture's doing, so no more of it than is seen of that; or than
+/// half of what agrees, or all of it where cards cover most of the picture, whose text next to nothing contradicts.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
     const bool isCovered = pair.isBackdropCovered();
     if (!isAlone ||
@@ -75,8 +75,8 @@ bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone)
     const std::int64_t share = isCovered ? hardlyShare : isUnclear ? 6 : 4;
     if (e.certain >= 2 * leastAgreeing && e.against() * share <= e.certain)
         return true;
-    return e.certain >= leastAgreeing && e.agreeingBands >= manyBands && e.against() * hardlyShare <= e.agreeing &&
-           !isUnclear;
+    const bool isSure = e.certain >= leastAgreeing || e.unclear * hardlyUnclearShare <= e.agreeing;
+    return isSure && e.agreeingBands >= manyBands && e.against() * hardlyShare <= e.agreeing && !isUnclear;
 }
 
 /// Before a photograph strokes may be lost, and parts of it taken for strokes: no other shift does nearly as well then,
