@@ -63,9 +63,10 @@ bool isEnough(const Examination& e, std::int64_t height) {
 }
 
 /// A picture behind the page may agree with itself anywhere: no other shift does nearly as well then, and more than a
-/// few letters are the page for certain, or there are many lines that hardly anything contradicts, and a few letters are
-/// or hardly anything is unclear. What is unclear is the picture's doing, so no more of it than is seen of that; or than
-/// half of what agrees, or all of it where cards cover most of the picture, whose text next to nothing contradicts.
+/// few letters are the page for certain, or there are many lines that hardly anything contradicts, and a few letters
+/// are or hardly anything is unclear. What is unclear is the picture's doing, so no more of it than is seen of that; or
+/// than half of what agrees, or all of it where cards cover most of the picture, whose text next to nothing
+/// contradicts.
 bool isBeforeBackdrop(const Examination& e, const FramePair& pair, bool isAlone) {
     const bool isCovered = pair.isBackdropCovered();
     if (!isAlone ||
