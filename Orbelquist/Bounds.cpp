@@ -105,9 +105,9 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
            (e.net() <= 0 && e.edge.shapes > changedAtEdge && e.agreeing < fewLines);
 }
 
-/// Bars and overlays that are not known as such may take half as much as agrees, buttons and boxes twice as much, all
-/// together, boxes no more than agrees beyond a line or two or beyond what else hides the page; and little amid it:
-/// next to nothing before a photograph, before which other text lies on another ground, too.
+/// Bars and overlays that are not known as such may take half as much as agrees, buttons as much and boxes twice as
+/// much, all together; boxes no more than twice what agrees beyond a line or two, or beyond what else hides the page;
+/// and little amid it: next to nothing before a photograph, before which other text lies on another ground, too.
 bool isCoveredLittle(const Examination& e, const FramePair& pair) {
     const std::int64_t covered = e.inside.covered + e.overlay.covered + e.edge.covered + e.beyond.covered;
     if (covered * (weightOf(e) > 0 ? 2 : 5) + e.explained.buttons + e.explained.boxes / 2 > e.agreeing ||

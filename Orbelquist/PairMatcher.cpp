@@ -48,7 +48,7 @@ constexpr std::int64_t secondWithinStroke = 90;
 /// there is taken off, twice where the best one agrees over much of the screen.
 constexpr std::int64_t muchLeftOut = 6, secondWhereMuchIsLeftOut = 50;
 
-/// Only where like blocks differ by so much of their variance, or fewer are like than are neither, does it help to
+/// Only where like blocks differ by so much of their variance, or fewer are like than are unclear, does it help to
 /// soften the frames: by half a row or more.
 constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks, and two more for each that contradicts.
@@ -201,7 +201,8 @@ std::optional<KSVPatternPair> matchBesidePanes(const FramePair& pair) {
 }
 
 /// The pair as of a page whose lines recur and that moved by a multiple of their distance, so that it stands still but
-/// for what tells one line from another; nothing where it is none. Bars contradict it, and little else may.
+/// for what tells one line from another; nothing where it is none. Bars contradict it, and little else may. Where more
+/// stands still than bars take, it may be open by how much such a page moved, whatever else would tell.
 std::optional<KSVPatternPair> matchRecurring(const FramePair& pair) {
     if (!standsStillMostly(pair.a(), pair.b(), pair.furniture()))
         return std::nullopt;
