@@ -1,5 +1,6 @@
 #include "Orbelquist/EqualFrames.hpp"
 
+#include "Orbelquist/Seam.hpp"
 #include "Orbelquist/SomeRows.hpp"
 
 #include <algorithm>
@@ -77,7 +78,7 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
         if (seen * 4 >= total && explained * 2 > seen)
             return KSVPatternPair{.verdict = {.kind = KSVVerdict::Kind::unpinnedView}};
     }
-    const KSVPattern pinned(0, bar, std::max<std::int64_t>(1, a.height - 2 * bar));
+    const KSVPattern pinned(0, bar, std::clamp<std::int64_t>(a.height - 2 * bar, 1, seamRows));
     return KSVPatternPair{pinned, pinned, {.kind = KSVVerdict::Kind::sameView, .rows = a.height - 2 * bar}};
 }
 

@@ -11,9 +11,6 @@ namespace orbelquist {
 
 namespace {
 
-/// A fade over more rows than this hides a seam no better.
-constexpr std::int64_t bandRows = 24;
-
 /// The first band of so many rows that agree is taken; where there is none, the longest.
 constexpr std::int64_t leastRows = 12;
 
@@ -57,7 +54,7 @@ Rows highestBand(const Rows& rows, Agrees agrees) {
     Rows best{rows.first, rows.first};
     for (std::int64_t r = rows.first; r < rows.last; ++r) {
         Rows band{r, r};
-        while (band.last < rows.last && band.count() < bandRows && agrees(band.last))
+        while (band.last < rows.last && band.count() < seamRows && agrees(band.last))
             ++band.last;
         if (band.count() > best.count())
             best = band;
