@@ -171,11 +171,19 @@ private:
         e_.leftOut.push_back({comparison_.rowOf(begin), comparison_.endOf(end - 1)});
     }
 
+    /// The n-th band from the overlap's upper or lower edge inwards.
+    std::size_t fromEdge(bool top, std::size_t n) const { return top ? n : bands_.size() - 1 - n; }
+
+    /// Leaves out these of them.
+    void leaveOut(bool top, std::size_t begin, std::size_t end) {
+        leaveOut(top ? begin : bands_.size() - end, top ? end : bands_.size() - begin);
+    }
+
     /// Takes out of account a bar that only one frame shows: it covers all up to the edge of its screen.
     void findLoneBars() {
         for (const bool top : {true, false}) {
             const bool second = overlap_.edgeIsOfSecond(top);
-            const auto at = [&](std::size_t n) { return top ? n : bands_.size() - 1 - n; }; // from the edge inwards
+            const auto at = [&](std::size_t n) { return fromEdge(top, n); };
             std::size_t end = 0, bar = 0;
             std::int64_t bars = 0;
             for (; end < bands_.size() && overlap_.isInZone(at(end), second, top); ++end)
@@ -187,7 +195,7 @@ private:
                 continue;
             e_.barBands += bars;
             bar += bar < bands_.size() && isTorn(at(bar));
-            leaveOut(top ? 0 : bands_.size() - bar, top ? bar : bands_.size());
+            leaveOut(top, 0, bar);
         }
     }
 
@@ -199,7 +207,7 @@ private:
             return;
         for (const bool top : {true, false}) {
             const bool second = overlap_.edgeIsOfSecond(top);
-            const auto at = [&](std::size_t n) { return top ? n : bands_.size() - 1 - n; }; // from the edge inwards
+            const auto at = [&](std::size_t n) { return fromEdge(top, n); };
             std::size_t bar = 0;
             std::int64_t alike = 0, against = 0, inBar = 0;
             for (std::size_t n = 0; n < bands_.size() && overlap_.isInZone(at(n), second, top); ++n) {
@@ -211,7 +219,7 @@ private:
                 continue;
             e_.barBands += static_cast<std::int64_t>(bar);
             e_.inEdgedBars += inBar;
-            leaveOut(top ? 0 : bands_.size() - bar, top ? bar : bands_.size());
+            leaveOut(top, 0, bar);
         }
     }
 
@@ -222,8 +230,8 @@ private:
         if (overlap_.pair().hasBackdrop())
             return;
         for (const bool top : {true, false}) {
-            const auto at = [&](std::size_t n) { return top ? n : bands_.size() - 1 - n; }; // from the edge inwards
-            std::size_t begin = bands_.size(), end = 0;                                     // of what contradicts
+            const auto at = [&](std::size_t n) { return fromEdge(top, n); };
+            std::size_t begin = bands_.size(), end = 0; // of what contradicts
             std::int64_t against = 0, alike = 0, alikeBeside = 0, bandsBeside = 0;
             for (std::size_t n = 0; n < bands_.size(); ++n)
                 if (const int here = bands_[at(n)].against(); here > 0)
@@ -245,7 +253,7 @@ private:
                 continue;
             e_.barBands += static_cast<std::int64_t>(end - begin);
             e_.inEdgedBars += against;
-            leaveOut(top ? begin : bands_.size() - end, top ? end : bands_.size() - begin);
+            leaveOut(top, begin, end);
         }
     }
 
