@@ -14,11 +14,11 @@ constexpr std::int64_t leastPinning = 4;
 constexpr std::int64_t lineShare = 24;
 /// What hides the page is no more than one of so many blocks that agree, and twice its other shapes; else it is other
 /// text.
-constexpr std::int64_t coverShare = 4;
+constexpr std::int64_t coverShare = 6;
 /// Where nothing else agrees nearly as much, and more agrees than bars hide, one block of so many may have changed
 /// meanwhile, a price or a count: where lines over all of many bands agree, or where the page is seen over one of so
 /// many parts of the screen and all that contradicts there lies together.
-constexpr std::int64_t changedScreenShare = 6, changedShare = 8, changedTogetherShare = 6;
+constexpr std::int64_t changedScreenShare = 8, changedShare = 8, changedTogetherShare = 5;
 /// Blocks of bars for each that agrees, at most. Two bars of glass take more of a screen than a small overlap does;
 /// that counts once what agrees is more than chance.
 constexpr std::int64_t mostBars = 4, mostBarsBeyondDoubt = 12;
@@ -28,6 +28,8 @@ constexpr std::int64_t lineOrTwo = 40;
 /// Blocks beyond a line or two that prove nothing yet; blocks of other text that may lie outside the stretch, and of
 /// those that agree for each more.
 constexpr std::int64_t fewLetters = 16, changedAtEdge = 4, atEdgeShare = 24;
+/// Beside three or four lines, less than bars hide, no more than one of so many blocks that agree contradicts there.
+constexpr std::int64_t edgeShare = 4;
 /// Blocks of three or four lines.
 constexpr std::int64_t fewLines = 100;
 /// Where regions that change all through are left out, so many blocks agree, and so many more for two bands of them.
@@ -102,7 +104,8 @@ bool isOtherText(const Examination& e, std::int64_t height, bool isAlone) {
          (liesTogether && isSeen && e.overlay.all() * changedTogetherShare <= e.agreeing));
     return (shapes * hardlyShare > std::max<std::int64_t>(0, weightOf(e) - fewLetters) && !mayHaveChanged) ||
            (e.edge.shapes + e.beyond.shapes - changedAtEdge) * atEdgeShare > e.agreeing ||
-           (e.net() <= 0 && e.edge.shapes > changedAtEdge && e.agreeing < fewLines);
+           (e.net() <= 0 && e.agreeing < fewLines &&
+            (e.edge.shapes > changedAtEdge || e.edge.all() * edgeShare > e.agreeing));
 }
 
 /// Bars and overlays that are not known as such may take half as much as agrees, buttons as much and boxes twice as

@@ -129,6 +129,19 @@ std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst,
     return stretches;
 }
 
+/// The best stretch of the place of one, both looked at in all rows.
+Stretch bestNearby(const FramePair& pair, Stretch best) {
+    std::vector<RowAgreement> rows;
+    for (const std::int64_t step : {-1, 1}) // uphill
+        while (best.shift + step != 0) {
+            const Stretch next = stretchAt(pair, best.shift + step, rows);
+            if (next.score() <= best.score())
+                break;
+            best = next;
+        }
+    return best;
+}
+
 } // namespace
 
 Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::vector<RowAgreement>& rows) {
@@ -143,16 +156,12 @@ std::vector<Stretch> sampledStretches(const FramePair& pair, std::int64_t furthe
     return stretches;
 }
 
-Stretch bestNearby(const FramePair& pair, Stretch best) {
+std::optional<Stretch> bestOf(const FramePair& pair, std::span<const Stretch> sampled) {
+    const auto most = std::ranges::max_element(sampled, {}, &Stretch::score);
+    if (most == sampled.end())
+        return std::nullopt;
     std::vector<RowAgreement> rows;
-    for (const std::int64_t step : {-1, 1}) // uphill
-        while (best.shift + step != 0) {
-            const Stretch next = stretchAt(pair, best.shift + step, rows);
-            if (next.score() <= best.score())
-                break;
-            best = next;
-        }
-    return best;
+    return bestNearby(pair, stretchAt(pair, most->shift, rows));
 }
 
 std::vector<Stretch> candidates(const FramePair& pair, std::vector<Stretch> sampled, std::int64_t least) {

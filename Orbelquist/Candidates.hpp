@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <limits>
+#include <optional>
+#include <span>
 #include <vector>
 
 namespace orbelquist {
@@ -22,8 +24,9 @@ Stretch stretchAt(const FramePair& pair, std::int64_t shift, std::vector<RowAgre
 std::vector<Stretch> sampledStretches(const FramePair& pair,
                                       std::int64_t furthest = std::numeric_limits<std::int64_t>::max());
 
-/// The best stretch of the place of one, both looked at in all rows.
-Stretch bestNearby(const FramePair& pair, Stretch stretch);
+/// The best of the stretches and what lies next to it, looked at in all rows: most often it is the place. Nothing where
+/// there are none.
+std::optional<Stretch> bestOf(const FramePair& pair, std::span<const Stretch> sampled);
 
 /// The best of the places of which some rows were looked at, now looked at in all rows, where at least so many cells
 /// agree: few enough to be examined on all pixels. Best first.

@@ -34,8 +34,11 @@ constexpr std::int64_t strokesReach = 4;
 bool isRepeated(const FramePair& pair, const Examination& e) {
     const Frame& b = pair.b();
     const std::int64_t rows = e.last - e.first;
-    if (rows * muchShare > b.height)
+    if (rows * 2 > b.height)
         return false;
+    // What stands still amid the screen may be page that repeats.
+    const bool mayBePage = pair.furniture().isHigherThanToolbars(std::min(pair.a().height, b.height));
+    const FramePair where = pair.isForeground() ? pair : mayBePage ? pair.withoutFurniture() : pair.withBarsAlone();
     struct Row {
         std::int64_t at;
         CellMask counted;
@@ -64,7 +67,7 @@ bool isRepeated(const FramePair& pair, const Examination& e) {
                (pair.isForeground() || isThere(all, cells * (100 - repeatedPercent) / 100, frame, start - e.first));
     };
     const auto blocksAt = [&](const Frame& frame, std::int64_t start) {
-        const std::span<const CellMask> ignored = &frame == &b ? pair.ignoredInB() : pair.ignoredInA();
+        const std::span<const CellMask> ignored = &frame == &b ? where.ignoredInB() : where.ignoredInA();
         BlockComparison there({.a = frame,
                                .b = b,
                                .shift = start - e.first,

@@ -145,6 +145,20 @@ private:
     std::vector<CellMask> unknown_;
 };
 
+Frame strokesOf(const Frame& frame, std::vector<CellMask>& unknown) {
+    Strokes strokes(frame);
+    const std::vector<std::uint8_t> grounds = groundOf(frame);
+    for (std::int64_t y = 0; y < frame.height; ++y) {
+        for (std::int64_t x = 0; x < frame.width; ++x) {
+            const int ground = grounds[static_cast<std::size_t>(y * frame.width + x)], level = frame.row(y)[x];
+            if (std::abs(level - ground) > strokeStep)
+                strokes.setStroke(x, strokeOn(ground, level));
+        }
+        strokes.endRow();
+    }
+    return strokes.finish(frame.height, unknown);
+}
+
 } // namespace
 
 std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint8_t tolerance) {
@@ -184,6 +198,13 @@ std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint
     Foreground foreground;
     foreground.a = inA.finish(a.height, foreground.unknownInA);
     foreground.b = inB.finish(b.height, foreground.unknownInB);
+    return foreground;
+}
+
+Foreground strokesOf(const Frame& a, const Frame& b) {
+    Foreground foreground;
+    foreground.a = strokesOf(a, foreground.unknownInA);
+    foreground.b = strokesOf(b, foreground.unknownInB);
     return foreground;
 }
 

@@ -98,6 +98,10 @@ constexpr std::int64_t leastPane = 20, tallestPaneThirds = 2;
 /// In the bar in which it ends so many percent of the cells with edges are equal, and it has as many as a few letters.
 constexpr std::int64_t equalInPane = 80, leastInPane = 60;
 
+/// A sheet's edge lies within one of so many parts of the screen of where it is looked for; what is as much higher than
+/// that as a divider between sections differs from the page above over three quarters of the width, too.
+constexpr std::int64_t nearSheet = 50, dividerShare = 40;
+
 /// By so many levels a pane's edge differs from the page beside it.
 constexpr std::uint8_t plainStep = 8;
 
@@ -180,6 +184,19 @@ ScreenEdges panesBetween(const Frame& a, const Frame& b, const Furniture& furnit
     if ((panes.top + panes.bottom) * 3 > height * tallestPaneThirds) // one of them is the page, up to the other
         (panes.top > panes.bottom ? panes.top : panes.bottom) = 0;
     return panes;
+}
+
+std::int64_t sheetRows(const Frame& frame, std::int64_t row) {
+    const std::int64_t reach = frame.height / nearSheet, inwards = frame.height / dividerShare;
+    const auto goesOn = [&](std::int64_t edge) {
+        const auto &above = frame.signature[static_cast<std::size_t>(edge - 2)],
+                   &below = frame.signature[static_cast<std::size_t>(edge + inwards)];
+        return countDiffering(above, below, plainStep, ~CellMask{0}) * 4 >= cellCount * 3;
+    };
+    for (std::int64_t edge = std::max(row - reach, frame.height / 2); edge <= row + reach; ++edge)
+        if (edge >= 2 && edge + inwards < frame.height && stepsAcross(frame, edge) && goesOn(edge))
+            return frame.height - edge + 1;
+    return 0;
 }
 
 int cellsOfStep(const Frame& frame, std::int64_t row) {

@@ -2,6 +2,7 @@
 
 #include "Orbelquist/Frame.hpp"
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -24,6 +25,11 @@ struct Furniture {
     // title, an icon) that stands still there, what shines through between the pieces included.
     std::int64_t topRows = 0, bottomRows = 0;
     std::int64_t topBar = 0, bottomBar = 0;
+
+    /// More stands still over the whole width at one edge of a screen of that height than bars take: it may be page.
+    bool isHigherThanToolbars(std::int64_t height) const {
+        return std::max(topRows, bottomRows) * tallestToolbars > height;
+    }
 };
 
 /// Cell by cell: what is equal in both frames at the same place and holds an edge, and the flat between two such edges.
@@ -46,6 +52,11 @@ ScreenEdges barsAmong(const Frame& frame, std::span<const Frame* const> others, 
 /// Panes beside the page in which something changes while they stand still, such as a film above its comments: they end
 /// in a bar that stands still, and there both frames step from one level to another over nearly all of their width.
 ScreenEdges panesBetween(const Frame& a, const Frame& b, const Furniture& furniture, std::uint8_t tolerance);
+
+/// The height of what lies over the page at the bottom of one screen, such as a keyboard, with its upper edge near a
+/// row: there the frame steps, over nearly all of its width, to another level that goes on below. 0 where nothing
+/// does, or over more than half of the screen.
+std::int64_t sheetRows(const Frame& frame, std::int64_t row);
 
 /// The cells in which a frame steps from one level to another at a row that is neither its first nor its last.
 int cellsOfStep(const Frame& frame, std::int64_t row);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 
 namespace orbelquist {
 
@@ -39,15 +40,13 @@ Places examinePlaces(const FramePair& pair, std::int64_t leastAlike) {
         }
     };
     std::vector<Stretch> stretches = sampledStretches(pair);
-    const auto most = std::ranges::max_element(stretches, {}, &Stretch::score);
-    if (most == stretches.end())
+    const std::optional<Stretch> first = bestOf(pair, stretches);
+    if (!first)
         return places;
-    std::vector<RowAgreement> rows;
-    const Stretch first = bestNearby(pair, stretchAt(pair, most->shift, rows)); // most often this is it
-    consider(first);
-    const std::int64_t least = places.held.empty() ? 0 : first.agreeing * negligible / 100;
+    consider(*first);
+    const std::int64_t least = places.held.empty() ? 0 : first->agreeing * negligible / 100;
     for (const Stretch& candidate : candidates(pair, std::move(stretches), least))
-        if (candidate.shift != first.shift)
+        if (candidate.shift != first->shift)
             consider(candidate);
 
     const std::int64_t stroke = strokeOf(pair);

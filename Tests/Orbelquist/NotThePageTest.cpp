@@ -50,6 +50,14 @@ TEST(KSVPatternMaker, SeesPastWhatIsNotThePage) {
                   return y >= 400 ? 100 + static_cast<int>(bars.luma(x, y)) / 2 + (isCoded ? 6 : 0)
                                   : page.luma(x, 2 * (second ? y + down : y)); // small print
               }},
+             {"a keyboard that the first alone shows",
+              [&](auto x, auto y, bool second) {
+                  return !second && y >= 390 ? 100 + static_cast<int>(bars.luma(x, y)) / 2 : shown(x, y, second);
+              }},
+             {"a ground that changes with the place on the screen",
+              [&](auto x, auto y, bool second) {
+                  return shown(x, y, second) < 128 ? 250 : 50 + static_cast<int>(y) / 5;
+              }},
              {"a scroll thumb",
               [&](auto x, auto y, bool second) {
                   const auto top = second ? 300 : 200;

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <numeric>
 #include <random>
+#include <vector>
 
 namespace orbelquist {
 
@@ -108,8 +110,10 @@ private:
 /// the band lies where both screens show the page.
 TEST(PagesByChance, AreJoinedRightOrNotAtAll) {
     unsigned joined = 0, joinable = 0;
-    const unsigned rounds = chance::numberFrom("VELMORANT_ROUNDS", 60); // more are asked for now and then
-    for (unsigned seed = 0; seed < rounds; ++seed) {
+    std::vector<unsigned> seeds(chance::numberFrom("VELMORANT_ROUNDS", 60)); // more are asked for now and then
+    std::iota(seeds.begin(), seeds.end(), 0u);
+    seeds.insert(seeds.end(), {12926, 16480, 24308, 26046, 28343, 41474, 46021}); // were once joined wrong
+    for (const unsigned seed : seeds) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
         const Scene scene(random);
