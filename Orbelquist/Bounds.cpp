@@ -30,8 +30,6 @@ constexpr std::int64_t lineOrTwo = 40;
 constexpr std::int64_t fewLetters = 16, changedAtEdge = 4, atEdgeShare = 24;
 /// Beside three or four lines, less than bars hide, no more than one of so many blocks that agree contradicts there.
 constexpr std::int64_t edgeShare = 4;
-/// Blocks of three or four lines.
-constexpr std::int64_t fewLines = 100;
 /// Where regions that change all through are left out, so many blocks agree, and so many more for two bands of them.
 constexpr std::int64_t leastBesideRegion = 60, perTwoBands = 3;
 /// Blocks that may be unclear for each of the picture behind the page that is seen, at most; and the part of what

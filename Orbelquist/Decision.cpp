@@ -26,9 +26,8 @@ constexpr std::int64_t secondAtItsBest = 70, secondToDoubtful = 50, doubtfulShar
 /// Or when nothing contradicts it and its evidence is more than this part, in percent, of the best's.
 constexpr std::int64_t secondUncontradicted = 75;
 /// So does a place that is refused and has more than this part, in percent, at its best, where anything contradicts the
-/// best one or no more than one of so many blocks contradicts this one: a page that repeats may be covered at its true
-/// place.
-constexpr std::int64_t secondRefused = 50, hardlyShare = 20;
+/// best one or hardly anything this one: a page that repeats may be covered at its true place.
+constexpr std::int64_t secondRefused = 50;
 /// So does a page that nearly repeats: where other text contradicts the best place, another with more than this part,
 /// in percent, of its agreement, of which no more than that part is contradicted.
 constexpr std::int64_t secondOfRepeating = 75, contradictedOfRepeating = 40;
@@ -52,10 +51,6 @@ constexpr std::int64_t tellingBlocks = 20;
 bool isToldFrom(const Examination& place, const Examination& other) {
     return place.against() == 0 && place.unclear * 4 <= place.agreeing &&
            (other.inside.shapes + other.overlay.shapes) * place.agreeing >= tellingBlocks * other.agreeing;
-}
-
-bool isHardlyContradicted(const Examination& e) {
-    return e.against() * hardlyShare <= e.agreeing;
 }
 
 } // namespace
@@ -120,8 +115,8 @@ KSVPatternPair decide(const FramePair& pair, std::int64_t leastAlike, const Fram
         if (isToldFrom(*exact, other))
             return false;
         return other.atBest() > exact->evidence() ||
-               ((exact->against() > 0 || isHardlyContradicted(other)) && !isWithinStroke(other) &&
-                other.atBest() * 100 > exact->atBest() * secondRefused) ||
+               ((exact->against() > 0 || isHardlyContradicted(other.agreeing, other.against())) &&
+                !isWithinStroke(other) && other.atBest() * 100 > exact->atBest() * secondRefused) ||
                (other.against() == 0 && !isWithinStroke(other) && isRival(other));
     };
     if (const auto other = std::ranges::find_if(refused, mayBeIt); other != refused.end())

@@ -19,6 +19,11 @@ inline KSVPatternPair decide(const FramePair& pair, std::int64_t leastAlike = 0)
     return decide(pair, leastAlike, pair);
 }
 
+/// No more than one of twenty blocks, or cells, contradicts.
+inline bool isHardlyContradicted(std::int64_t agreeing, std::int64_t contradicting) {
+    return contradicting * 20 <= agreeing;
+}
+
 KSVVerdict verdictOn(const Examination& e, KSVVerdict::Kind kind, const FramePair& pair);
 
 /// The answer of a pair that lies at the shift examined: the seam in the direction that the page moved.

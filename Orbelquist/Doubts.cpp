@@ -19,6 +19,8 @@ namespace {
 constexpr std::int64_t repeatedPercent = 85, repeatedRoom = 32;
 /// Half of the cells of so many of these rows, or up to twice as many, must be found before all are looked at.
 constexpr std::size_t firstRepeated = 8;
+/// What is higher than one of so many parts of the screen is not asked for a second time.
+constexpr std::int64_t repeatedShare = 2;
 
 /// A small shift explains the frames where no more than one of so many cells contradicts, in all rows; some rows may
 /// show twice as many.
@@ -34,7 +36,7 @@ constexpr std::int64_t strokesReach = 4;
 bool isRepeated(const FramePair& pair, const Examination& e) {
     const Frame& b = pair.b();
     const std::int64_t rows = e.last - e.first;
-    if (rows * 2 > b.height)
+    if (rows * repeatedShare > b.height)
         return false;
     // What stands still amid the screen may be page that repeats.
     const bool mayBePage = pair.furniture().isHigherThanToolbars(std::min(pair.a().height, b.height));

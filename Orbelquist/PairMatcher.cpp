@@ -30,9 +30,6 @@ constexpr std::int64_t leastSoftAgreement = 50;
 /// agree, at least, for each that contradicts.
 constexpr std::int64_t mostInOne = 40, otherOnAnyGround = 8;
 
-/// What contradicts no more than one of so many blocks, or cells, hardly does. Beside a sheet so many agree.
-constexpr std::int64_t hardlyShare = 20, fewLines = 100;
-
 /// The pair without rows at the edges of its screens; nothing where these are known, or no place for the rest.
 std::optional<KSVPatternPair> matchWithoutEdges(const FramePair& pair, const ScreenEdges& ofA, const ScreenEdges& ofB) {
     if (const auto rest = pair.withoutEdges(ofA, ofB))
@@ -51,7 +48,7 @@ std::optional<KSVPatternPair> matchBesidePanes(const FramePair& pair) {
 /// rows ends. The rest must be more than a few lines, and hardly anything may contradict it.
 std::optional<KSVPatternPair> matchAboveSheet(const FramePair& pair) {
     const std::optional<Stretch> best = bestOf(pair, sampledStretches(pair));
-    if (!best || best->agreeing < fewLines || best->contradicting * hardlyShare > best->agreeing)
+    if (!best || best->agreeing < fewLines || !isHardlyContradicted(best->agreeing, best->contradicting))
         return std::nullopt;
     const bool isFirst = best->shift > 0; // whose screen lies further up
     const ScreenEdges sheet{.bottom = isFirst ? sheetRows(pair.a(), best->last + best->shift)
@@ -59,10 +56,9 @@ std::optional<KSVPatternPair> matchAboveSheet(const FramePair& pair) {
     if (sheet.bottom == 0)
         return std::nullopt;
     auto answer = isFirst ? matchWithoutEdges(pair, sheet, {}) : matchWithoutEdges(pair, {}, sheet);
-    if (!answer || answer->verdict.agreeing < fewLines ||
-        answer->verdict.contradicting * hardlyShare > answer->verdict.agreeing)
-        return std::nullopt;
-    return answer;
+    const bool isSure = answer && answer->verdict.agreeing >= fewLines &&
+                        isHardlyContradicted(answer->verdict.agreeing, answer->verdict.contradicting);
+    return isSure ? answer : std::nullopt;
 }
 
 /// The pair as of a page whose lines recur and that moved by a multiple of their distance, so that it stands still but
@@ -73,7 +69,7 @@ std::optional<KSVPatternPair> matchRecurring(const FramePair& pair) {
         return std::nullopt;
     KSVPatternPair answer = decide(pair.withoutFurniture());
     const KSVVerdict& verdict = answer.verdict;
-    const bool isPlain = verdict.contradicting * hardlyShare <= verdict.agreeing;
+    const bool isPlain = isHardlyContradicted(verdict.agreeing, verdict.contradicting);
     const bool mayBePage = pair.furniture().isHigherThanToolbars(std::min(pair.a().height, pair.b().height));
     if ((verdict.kind == KSVVerdict::Kind::matched && isPlain) || (verdict.kind == KSVVerdict::Kind::open && mayBePage))
         return answer;
