@@ -29,6 +29,10 @@ constexpr int unknownInCell = 4;
 /// Their levels add up in 32 bits.
 constexpr std::int64_t mostPixels = 1 << 24;
 
+bool isStroke(int ground, int level) {
+    return std::abs(level - ground) > strokeStep;
+}
+
 /// Darker than the ground or lighter, and the lighter the lighter it is.
 std::uint8_t strokeOn(int ground, int level) {
     return static_cast<std::uint8_t>((level > ground ? 192 : 0) + level / 4);
@@ -38,11 +42,10 @@ enum class Pixel { background, stroke, unknown };
 
 /// What a pixel of one frame is, of which the other frame shows something else.
 Pixel pixelBefore(int photograph, int ground, int level, int other) {
-    const int step = std::abs(level - photograph);
-    if (step <= strokeStep || std::abs(level - ground) <= strokeStep)
+    if (!isStroke(photograph, level) || !isStroke(ground, level))
         return Pixel::background;
     const bool liesBetween = (level > photograph) != (other > photograph); // one of the two may be the photograph
-    return liesBetween && step < std::abs(other - photograph) ? Pixel::unknown : Pixel::stroke;
+    return liesBetween && std::abs(level - photograph) < std::abs(other - photograph) ? Pixel::unknown : Pixel::stroke;
 }
 
 /// The pixels that both frames show alike: the photograph, as a rule.
@@ -145,18 +148,15 @@ private:
     std::vector<CellMask> unknown_;
 };
 
-Frame strokesOf(const Frame& frame, std::vector<CellMask>& unknown) {
-    Strokes strokes(frame);
-    const std::vector<std::uint8_t> grounds = groundOf(frame);
-    for (std::int64_t y = 0; y < frame.height; ++y) {
-        for (std::int64_t x = 0; x < frame.width; ++x) {
-            const int ground = grounds[static_cast<std::size_t>(y * frame.width + x)], level = frame.row(y)[x];
-            if (std::abs(level - ground) > strokeStep)
-                strokes.setStroke(x, strokeOn(ground, level));
-        }
-        strokes.endRow();
-    }
-    return strokes.finish(frame.height, unknown);
+Frame strokesOf(const Frame& frame) {
+    FrameBuilder builder(frame.width, frame.height);
+    const Ground ground(frame);
+    for (std::int64_t y = 0; y < frame.height; ++y)
+        builder.addLuma([&, levels = frame.row(y), behind = ground.row(y)](std::span<std::uint8_t> luma) {
+            for (std::size_t x = 0; x < luma.size(); ++x)
+                luma[x] = isStroke(behind[x], levels[x]) ? strokeOn(behind[x], levels[x]) : strokeGround;
+        });
+    return builder.finish();
 }
 
 } // namespace
@@ -168,14 +168,14 @@ std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint
     if (!photograph.isUneven(tolerance))
         return std::nullopt;
     Strokes inA(a), inB(b);
-    const std::vector<std::uint8_t> groundInA = groundOf(a), groundInB = groundOf(b);
+    const Ground groundInA(a), groundInB(b);
     std::int64_t unseen = 0;
     for (std::int64_t y = 0; y < photograph.height(); ++y) {
         for (std::int64_t x = 0; x < a.width; ++x) {
             const int p = a.row(y)[x], q = b.row(y)[x];
             const std::optional<int> behind = photograph.around(x, y);
-            const auto tell = [&](Strokes& strokes, const std::vector<std::uint8_t>& grounds, int level, int other) {
-                const int ground = grounds[static_cast<std::size_t>(y * a.width + x)];
+            const auto tell = [&](Strokes& strokes, const Ground& grounds, int level, int other) {
+                const int ground = grounds.row(y)[x];
                 const Pixel pixel = pixelBefore(*behind, ground, level, other);
                 if (pixel == Pixel::stroke)
                     strokes.setStroke(x, strokeOn(ground, level));
@@ -187,7 +187,7 @@ std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint
                 inA.setUnknown(x), inB.setUnknown(x);
             } else if (std::abs(p - q) > tolerance) {
                 tell(inA, groundInA, p, q), tell(inB, groundInB, q, p);
-            } else if (std::abs(p - *behind) > strokeStep) { // strokes of both, perhaps
+            } else if (isStroke(*behind, p)) { // strokes of both, perhaps
                 inA.setUnknown(x), inB.setUnknown(x);
             }
         }
@@ -202,10 +202,10 @@ std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint
 }
 
 Foreground strokesOf(const Frame& a, const Frame& b) {
-    Foreground foreground;
-    foreground.a = strokesOf(a, foreground.unknownInA);
-    foreground.b = strokesOf(b, foreground.unknownInB);
-    return foreground;
+    const auto noneUnknown = [](const Frame& frame) {
+        return std::vector<CellMask>(static_cast<std::size_t>(frame.height));
+    };
+    return {.a = strokesOf(a), .b = strokesOf(b), .unknownInA = noneUnknown(a), .unknownInB = noneUnknown(b)};
 }
 
 } // namespace orbelquist

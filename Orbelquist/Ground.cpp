@@ -1,67 +1,114 @@
 #include "Orbelquist/Ground.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 
 namespace orbelquist {
 
 namespace {
 
+/// So many pixels wide and high, less than a stroke is apart from the next.
+constexpr std::int64_t tileSide = 4;
+
 /// Near is half a line of text above and below, and as far to the sides: one of so many parts of the screen.
-constexpr std::int64_t reachShare = 100, leastReach = 3;
+constexpr std::int64_t reachShare = 100;
 
 /// What differs by more levels from the mean of its surroundings is a stroke, or what lies behind a letter's strokes.
 constexpr int farFromMean = 24;
 
-/// The mean of the pixels near each that count; of a pixel near which none does, its own level. The sums of columns
-/// move down with the rows, that of the columns near a pixel along them.
+struct Sum {
+    std::uint32_t levels = 0, count = 0;
+    void add(const Sum& other) { levels += other.levels, count += other.count; }
+    void remove(const Sum& other) { levels -= other.levels, count -= other.count; }
+    std::uint8_t mean() const { return static_cast<std::uint8_t>(levels / count); }
+};
+
+/// Of each tile of a frame, the last of a row or column perhaps cut off.
+struct Tiles {
+    explicit Tiles(const Frame& frame)
+        : across((frame.width + tileSide - 1) / tileSide), down((frame.height + tileSide - 1) / tileSide),
+          sums(static_cast<std::size_t>(across * down)) {}
+
+    Sum& at(std::int64_t x, std::int64_t y) { return sums[static_cast<std::size_t>(y * across + x)]; }
+    const Sum& at(std::int64_t x, std::int64_t y) const { return sums[static_cast<std::size_t>(y * across + x)]; }
+
+    const std::int64_t across, down;
+    std::vector<Sum> sums;
+};
+
+/// What the pixels of each tile add up to that count beside the level around them, one a column and row of tiles.
 template <class Counts>
-std::vector<std::uint8_t> meansAround(const Frame& frame, Counts counts) {
-    struct Sum {
-        std::uint32_t levels = 0, count = 0;
-        void add(const Sum& other) { levels += other.levels, count += other.count; }
-        void remove(const Sum& other) { levels -= other.levels, count -= other.count; }
-    };
-    const std::int64_t width = frame.width, height = frame.height;
-    const std::int64_t reach = std::max(leastReach, height / reachShare);
-    std::vector<Sum> columns(static_cast<std::size_t>(width));
-    const auto pixel = [&](std::int64_t x, std::int64_t y) { return counts(x, y) ? Sum{frame.row(y)[x], 1} : Sum{}; };
+Tiles sumsOf(const Frame& frame, const std::uint8_t* around, Counts counts) {
+    Tiles tiles(frame);
+    std::vector<std::uint16_t> levels(static_cast<std::size_t>(frame.width)), numbers(levels.size());
+    for (std::int64_t ty = 0; ty < tiles.down; ++ty, around += frame.width) {
+        std::ranges::fill(levels, std::uint16_t{0});
+        std::ranges::fill(numbers, std::uint16_t{0});
+        for (std::int64_t y = ty * tileSide; y < std::min((ty + 1) * tileSide, frame.height); ++y) {
+            const std::uint8_t* row = frame.row(y);
+            for (std::size_t x = 0; x < levels.size(); ++x) {
+                const bool isCounted = counts(row[x], around[x]);
+                levels[x] = static_cast<std::uint16_t>(levels[x] + (isCounted ? row[x] : 0));
+                numbers[x] = static_cast<std::uint16_t>(numbers[x] + isCounted);
+            }
+        }
+        for (std::int64_t tx = 0; tx < tiles.across; ++tx) {
+            Sum sum;
+            for (auto x = static_cast<std::size_t>(tx * tileSide), end = std::min(x + tileSide, levels.size()); x < end;
+                 ++x)
+                sum.add({levels[x], numbers[x]});
+            tiles.at(tx, ty) = sum;
+        }
+    }
+    return tiles;
+}
+
+/// The mean of the tiles near each, for each of its columns; where nothing is near, that of `alone`. The sums of
+/// columns move down with the rows, that of the columns near a tile along them.
+void setMeans(const Tiles& tiles, const Tiles& alone, const Frame& frame, std::vector<std::uint8_t>& means) {
+    const std::int64_t reach = std::max<std::int64_t>(1, frame.height / reachShare / tileSide);
+    std::vector<Sum> columns(static_cast<std::size_t>(tiles.across));
     const auto column = [&](std::int64_t x) -> Sum& { return columns[static_cast<std::size_t>(x)]; };
     const auto enter = [&](std::int64_t y) {
-        for (std::int64_t x = 0; y < height && x < width; ++x)
-            column(x).add(pixel(x, y));
+        for (std::int64_t x = 0; y < tiles.down && x < tiles.across; ++x)
+            column(x).add(tiles.at(x, y));
     };
     const auto leave = [&](std::int64_t y) {
-        for (std::int64_t x = 0; y >= 0 && x < width; ++x)
-            column(x).remove(pixel(x, y));
+        for (std::int64_t x = 0; y >= 0 && x < tiles.across; ++x)
+            column(x).remove(tiles.at(x, y));
     };
-    std::vector<std::uint8_t> means;
-    means.reserve(static_cast<std::size_t>(width * height));
+    means.clear();
     for (std::int64_t y = 0; y < reach; ++y)
         enter(y);
-    for (std::int64_t y = 0; y < height; ++y) {
+    for (std::int64_t y = 0; y < tiles.down; ++y) {
         enter(y + reach), leave(y - reach - 1);
         Sum near;
-        for (std::int64_t x = 0; x < std::min(reach, width); ++x)
+        for (std::int64_t x = 0; x < std::min(reach, tiles.across); ++x)
             near.add(column(x));
-        for (std::int64_t x = 0; x < width; ++x) {
-            if (x + reach < width)
+        for (std::int64_t x = 0; x < tiles.across; ++x) {
+            if (x + reach < tiles.across)
                 near.add(column(x + reach));
             if (x > reach)
                 near.remove(column(x - reach - 1));
-            means.push_back(near.count > 0 ? static_cast<std::uint8_t>(near.levels / near.count) : frame.row(y)[x]);
+            const auto right = static_cast<std::size_t>(y * frame.width + std::min((x + 1) * tileSide, frame.width));
+            means.resize(right, (near.count > 0 ? near : alone.at(x, y)).mean());
         }
     }
-    return means;
 }
 
 } // namespace
 
-std::vector<std::uint8_t> groundOf(const Frame& frame) {
-    const std::vector<std::uint8_t> means = meansAround(frame, [](std::int64_t, std::int64_t) { return true; });
-    return meansAround(frame, [&](std::int64_t x, std::int64_t y) {
-        return std::abs(frame.row(y)[x] - means[static_cast<std::size_t>(y * frame.width + x)]) <= farFromMean;
-    });
+Ground::Ground(const Frame& frame) : width_(frame.width) {
+    levels_.resize(static_cast<std::size_t>((frame.height + tileSide - 1) / tileSide * width_));
+    const Tiles all = sumsOf(frame, levels_.data(), [](int, int) { return true; });
+    setMeans(all, all, frame, levels_);
+    const auto isNear = [](int level, int mean) { return std::abs(level - mean) <= farFromMean; };
+    setMeans(sumsOf(frame, levels_.data(), isNear), all, frame, levels_);
+}
+
+const std::uint8_t* Ground::row(std::int64_t y) const {
+    return levels_.data() + y / tileSide * width_;
 }
 
 } // namespace orbelquist

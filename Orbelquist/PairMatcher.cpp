@@ -100,13 +100,26 @@ std::optional<KSVPatternPair> matchBeforePhotograph(const FramePair& pair) {
     return foreground ? matchStrokes(pair.withForeground(*foreground), pair) : std::nullopt;
 }
 
+/// The place of the best stretch of rows, examined.
+std::optional<Examination> bestPlaceOf(const FramePair& pair) {
+    const auto best = bestOf(pair, sampledStretches(pair));
+    return best ? examine(pair, best->shift) : std::nullopt;
+}
+
 /// The pair softened, where that helps.
 std::optional<KSVPatternPair> matchSoftened(const FramePair& pair) {
     const Frame softA = softened(pair.a()), softB = softened(pair.b());
-    KSVPatternPair soft = decide(FramePair(softA, softB, softTolerance), leastSoftAgreement);
+    const FramePair softPair(softA, softB, softTolerance);
+    const auto isMuch = [](std::int64_t agreeing, std::int64_t contradicting) {
+        return agreeing >= leastSoftAgreement + 2 * contradicting;
+    };
+    const auto best = bestPlaceOf(softPair);
+    if (!best || !isMuch(best->agreeing, best->against()))
+        return std::nullopt;
+    KSVPatternPair soft = decide(softPair, leastSoftAgreement);
     const KSVVerdict& verdict = soft.verdict;
     if (verdict.kind != KSVVerdict::Kind::matched || std::abs(verdict.offset) <= onePlace || // bars, softened
-        verdict.agreeing < leastSoftAgreement + 2 * verdict.contradicting)
+        !isMuch(verdict.agreeing, verdict.contradicting))
         return std::nullopt;
     const auto sharp = examine(pair, verdict.offset);
     const bool isBlurred = sharp && (sharp->difference > leastBlur || sharp->unclear > sharp->agreeing);
@@ -119,11 +132,11 @@ std::optional<KSVPatternPair> matchSoftened(const FramePair& pair) {
 std::optional<KSVPatternPair> matchOnAnyGround(const FramePair& pair) {
     const Foreground foreground = strokesOf(pair.a(), pair.b());
     const FramePair strokes = pair.withForeground(foreground);
-    const auto answer = matchStrokes(strokes, pair);
-    const auto e = answer ? examine(strokes, answer->verdict.offset) : std::nullopt;
+    const auto e = bestPlaceOf(strokes);
     const bool isSure = e && e->agreeingBands >= manyBands && e->unclear * 100 <= e->agreeing * mostInOne &&
                         e->against() * otherOnAnyGround <= e->agreeing && e->net() > 0;
-    return isSure ? answer : std::nullopt;
+    auto answer = isSure ? matchStrokes(strokes, pair) : std::nullopt;
+    return answer && std::abs(answer->verdict.offset - e->shift) <= onePlace ? answer : std::nullopt;
 }
 
 /// Of frames of one brightness.
