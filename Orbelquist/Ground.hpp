@@ -17,7 +17,7 @@ public:
     const std::uint8_t* row(std::int64_t y) const;
 
 private:
-    std::int64_t width_;
+    std::int64_t width_, tileSide_;
     std::vector<std::uint8_t> levels_; ///< of each column, a row of tiles after the other
 };
 
