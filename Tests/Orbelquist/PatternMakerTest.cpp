@@ -164,6 +164,13 @@ TEST(KSVPatternMaker, TakesLongRuns) {
 
 TEST(KSVPatternMaker, JoinsNothingThatTheContentLeavesOpen) {
     const Page page(3), other(4), lines(5, 60), ruled(8, 6), blank(0, 1);
+    // Three lines that both screens show, beside other messages at their edges.
+    const auto message = [&](const Page& others, std::int64_t down) {
+        return screen([&, down](auto x, auto y) {
+            const auto line = (y + down) / 20;
+            return (line >= 24 && line < 27 ? page : others).luma(x, y + down);
+        });
+    };
     CGImage narrower =
         platform::imageOf(200, height, [&](auto x, auto y) { return page.luma(x, y) * 0x1010100u | 255u; });
     struct Case {
@@ -177,6 +184,7 @@ TEST(KSVPatternMaker, JoinsNothingThatTheContentLeavesOpen) {
              {"a page that is finely ruled", shot(ruled, 0), shot(ruled, 201)},
              {"the same view of a page that repeats", shot(lines, 0), shot(lines, 0)},
              {"blank pages", shot(blank, 0), shot(blank, 100)},
+             {"a few lines amid others", message(other, 0), message(Page(16), 400)},
              {"different widths", shot(page, 0), narrower},
          })
         EXPECT_EQ(offsetOf(match({a, b})[0]), "x") << what;
