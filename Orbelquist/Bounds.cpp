@@ -39,6 +39,10 @@ constexpr std::int64_t mostUnclear = 5, hardlyShare = 12, hardlyUnclearShare = 8
 /// each amid the page that is covered where a photograph may lie behind.
 constexpr std::int64_t leastStrokes = 60, otherStrokesShare = 8, throughBarShare = 4, coveredPhotographShare = 16;
 
+/// Of what agrees on any ground, this part, in percent, may be unclear: seen in one frame alone. And so many of it
+/// agree, at least, for each that contradicts.
+constexpr std::int64_t mostInOne = 40, otherOnAnyGround = 8;
+
 /// A line or two may occur twice: nothing else is alike then. What agrees beyond that carries weight.
 std::int64_t weightOf(const Examination& e) {
     return std::max<std::int64_t>(0, e.agreeing - noDoubtBelow);
@@ -145,6 +149,11 @@ bool holds(const Examination& e, const FramePair& pair, bool isAlone) {
         return isPinned(e, height) && isBeforePhotograph(e, isAlone) && isLeftOutLittle(e, isAlone);
     return isEnough(e, height) && (!pair.hasBackdrop() || isBeforeBackdrop(e, pair, isAlone)) &&
            !isOtherText(e, height, isAlone) && isCoveredLittle(e, pair) && isLeftOutLittle(e, isAlone);
+}
+
+bool isSureOnAnyGround(const Examination& e) {
+    return e.agreeingBands >= manyBands && e.unclear * 100 <= e.agreeing * mostInOne &&
+           e.against() * otherOnAnyGround <= e.agreeing && e.net() > 0;
 }
 
 } // namespace orbelquist

@@ -15,4 +15,8 @@ inline constexpr std::int64_t fewLines = 100;
 /// any other shift, values may have changed while the page was scrolled.
 bool holds(const Examination& examination, const FramePair& pair, bool isAlone = false);
 
+/// The same of strokes on whatever ground. What only one of the frames shows contradicts nothing there; so it is no
+/// more than a part of what agrees, and that is many lines.
+bool isSureOnAnyGround(const Examination& examination);
+
 } // namespace orbelquist

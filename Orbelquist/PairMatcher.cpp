@@ -26,10 +26,6 @@ constexpr double leastBlur = 0.04;
 /// Softened digits look alike: there more must agree, in blocks, and two more for each that contradicts.
 constexpr std::int64_t leastSoftAgreement = 50;
 
-/// Of what agrees on any ground, this part, in percent, may be unclear: seen in one frame alone. And so many of it
-/// agree, at least, for each that contradicts.
-constexpr std::int64_t mostInOne = 40, otherOnAnyGround = 8;
-
 /// The pair without rows at the edges of its screens; nothing where these are known, or no place for the rest.
 std::optional<KSVPatternPair> matchWithoutEdges(const FramePair& pair, const ScreenEdges& ofA, const ScreenEdges& ofB) {
     if (const auto rest = pair.withoutEdges(ofA, ofB))
@@ -106,7 +102,7 @@ std::optional<Examination> bestPlaceOf(const FramePair& pair) {
     return best ? examine(pair, best->shift) : std::nullopt;
 }
 
-/// The pair softened, where that helps.
+/// The pair softened, where that helps, and where the best stretch of rows agrees enough.
 std::optional<KSVPatternPair> matchSoftened(const FramePair& pair) {
     const Frame softA = softened(pair.a()), softB = softened(pair.b());
     const FramePair softPair(softA, softB, softTolerance);
@@ -127,15 +123,13 @@ std::optional<KSVPatternPair> matchSoftened(const FramePair& pair) {
 }
 
 /// The pair as of strokes on whatever ground: bubbles that take their colour from where they lie on the screen, a
-/// picture behind the page that moves by less than the page. What only one of the frames shows contradicts nothing
-/// there; so it is no more than a part of what agrees, and that is many lines.
+/// picture behind the page that moves by less than the page. Where the best stretch of rows is not sure, no other place
+/// is looked at.
 std::optional<KSVPatternPair> matchOnAnyGround(const FramePair& pair) {
     const Foreground foreground = strokesOf(pair.a(), pair.b());
     const FramePair strokes = pair.withForeground(foreground);
     const auto e = bestPlaceOf(strokes);
-    const bool isSure = e && e->agreeingBands >= manyBands && e->unclear * 100 <= e->agreeing * mostInOne &&
-                        e->against() * otherOnAnyGround <= e->agreeing && e->net() > 0;
-    auto answer = isSure ? matchStrokes(strokes, pair) : std::nullopt;
+    auto answer = e && isSureOnAnyGround(*e) ? matchStrokes(strokes, pair) : std::nullopt;
     return answer && std::abs(answer->verdict.offset - e->shift) <= onePlace ? answer : std::nullopt;
 }
 
