@@ -89,7 +89,7 @@ KSVPatternPair decide(const FramePair& pair, std::int64_t leastAlike, const Fram
     const auto isWithinStroke = [&](const Examination& e) { return std::abs(e.shift - best->shift) <= stroke; };
     const auto differs = [&](const Examination& e) { return pixelDifference(pair, *best, e.shift); };
     auto exact = std::ranges::min_element(held, {}, [&](const Examination& e) {
-        return isWithinStroke(e) ? differs(e) : std::numeric_limits<double>::max();
+        return isWithinStroke(e) ? differs(e) : std::numeric_limits<double>::infinity();
     });
     const std::int64_t second =
         exact->against() * doubtfulShare > exact->evidence() ? secondToDoubtful : secondAtItsBest;
@@ -142,18 +142,12 @@ KSVPatternPair decide(const FramePair& pair, std::int64_t leastAlike, const Fram
     if (mayHaveCrept(pair, *exact, std::max(onePlace, 2 * stroke)))
         return {.verdict = verdictOn(*exact, Kind::crept, pair)};
 
-    KSVVerdict verdict = verdictOn(*exact, Kind::matched, pair);
-    for (const Examination& other : held)
-        if (!isWithinStroke(other) && other.net() > verdict.runnerUp) {
-            verdict.runnerUp = other.net();
-            verdict.otherOffset = other.shift;
-        }
-    if (const std::int64_t shift = exactShift(pair, *exact); shift != exact->shift)
-        if (const auto moved = examine(pair, shift)) {
-            if (!holds(*moved, pair, true))
-                return {.verdict = verdictOn(*moved, Kind::contradicted, pair)};
-            *exact = *moved;
-        }
+    if (const std::int64_t shift = exactShift(pair, *exact); shift != exact->shift) {
+        const auto moved = examine(pair, shift);
+        if (!moved || !holds(*moved, pair, true)) // there are no rivals
+            return {.verdict = verdictOn(moved.value_or(*exact), Kind::contradicted, pair)};
+        *exact = *moved;
+    }
     // What is left out as a picture may be a line's blank ends, and they tell the row.
     if (pair.hasBackdrop() && exactShift(pair.withoutBackdrop(), *exact) != exact->shift)
         return {.verdict = verdictOn(*exact, Kind::contradicted, pair)};
@@ -165,7 +159,12 @@ KSVPatternPair decide(const FramePair& pair, std::int64_t leastAlike, const Fram
         for (const auto* others : {&held, &refused})
             if (const auto other = std::ranges::find_if(*others, mayRepeat); other != others->end())
                 return openTo(*other);
-    verdict.offset = exact->shift;
+    KSVVerdict verdict = verdictOn(*exact, Kind::matched, pair);
+    for (const Examination& other : held)
+        if (!isWithinStroke(other) && other.net() > verdict.runnerUp) {
+            verdict.runnerUp = other.net();
+            verdict.otherOffset = other.shift;
+        }
     return joinedAt(*exact, verdict, shown);
 }
 

@@ -55,9 +55,13 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
                           pair.tolerance()) == ~CellMask{0};
     };
     std::vector<bool> changes(a.signature.size());
+    std::vector<std::int64_t> changed; // these rows
     for (std::int64_t y = bar + 1; y < a.height - bar; ++y)
-        changes[static_cast<std::size_t>(y)] = !equalAt(y - 1, y);
-    const auto total = std::ranges::count(changes, true);
+        if (!equalAt(y - 1, y)) {
+            changes[static_cast<std::size_t>(y)] = true;
+            changed.push_back(y);
+        }
+    const std::int64_t total = std::ssize(changed);
     if (total * pinningShare < a.height)
         return KSVPatternPair{.verdict = {.kind = KSVVerdict::Kind::unpinnedView}};
     for (std::int64_t shift = 1; shift < a.height - 2 * bar; ++shift) {
@@ -73,12 +77,24 @@ std::optional<KSVPatternPair> equalFrames(const FramePair& pair) {
         if (explained * 4 < seen)
             continue;
         explained = seen = 0;
-        for (std::int64_t y = bar + 1; y < last; ++y)
-            look(y);
+        for (const std::int64_t y : changed) {
+            if (y < last)
+                look(y);
+            if (y - shift > bar && !changes[static_cast<std::size_t>(y - shift)])
+                look(y - shift);
+        }
         if (seen * 4 >= total && explained * 2 > seen)
             return KSVPatternPair{.verdict = {.kind = KSVVerdict::Kind::unpinnedView}};
     }
-    const KSVPattern pinned(0, bar, std::clamp<std::int64_t>(a.height - 2 * bar, 1, seamRows));
+    const std::int64_t rows = std::clamp<std::int64_t>(a.height - 2 * bar, 1, seamRows);
+    std::int64_t first = bar; // of the first band of rows that are equal, where there is one
+    for (std::int64_t row = bar, equal = 0; row < a.height - bar && equal < rows; ++row) {
+        const auto y = static_cast<std::size_t>(row);
+        equal = countDiffering(a.signature[y], b.signature[y], pair.tolerance(), ~CellMask{0}) == 0 ? equal + 1 : 0;
+        if (equal == rows)
+            first = row + 1 - rows;
+    }
+    const KSVPattern pinned(0, first, rows);
     return KSVPatternPair{pinned, pinned, {.kind = KSVVerdict::Kind::sameView, .rows = a.height - 2 * bar}};
 }
 

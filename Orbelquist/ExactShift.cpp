@@ -37,8 +37,11 @@ PixelDifference pixelDifferences(const FramePair& pair, const Examination& stret
     }
     std::uint64_t sum = 0, count = 0;
     const auto add = [&](std::int64_t row, std::size_t begin, std::size_t end) {
-        sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, end - begin, 1);
         count += end - begin;
+        for (std::size_t columns; begin < end; begin += columns) {
+            columns = std::min(end - begin, mostSquaredDifferences);
+            sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, columns, 1);
+        }
     };
     // Furniture amid the page may be lines' blank ends: they tell most.
     const bool isWhole = !pair.hasBackdrop() && !pair.isForeground();

@@ -11,6 +11,9 @@ namespace {
 
 constexpr std::int64_t rowsAtATime = 16; // some 75 kB of a phone's screenshot: they stay in the cache
 
+/// Of a picture that may be matched. Each row costs 328 bytes besides its pixels, however few these are.
+constexpr std::int64_t mostRows = 1 << 19;
+
 std::optional<platform::CGImage> bitmapOf(const platform::UIImage& image) {
     if (image.cgImage())
         return image.cgImage();
@@ -25,7 +28,7 @@ std::optional<Frame> readFrame(KSVLazyImage& lazy) {
     lazy.loadImage([&](std::optional<platform::UIImage> image) { loaded = std::move(image); });
     const auto image = loaded ? bitmapOf(*loaded) : std::nullopt;
     auto reader = image ? image->reader().value_or(nullptr) : nullptr;
-    if (!reader)
+    if (!reader || image->height() > mostRows)
         return std::nullopt;
 
     FrameBuilder builder(image->width(), image->height());

@@ -112,7 +112,7 @@ std::optional<KSVPatternPair> matchSoftened(const FramePair& pair) {
     const auto best = bestPlaceOf(softPair);
     if (!best || !isMuch(best->agreeing, best->against()))
         return std::nullopt;
-    KSVPatternPair soft = decide(softPair, leastSoftAgreement);
+    KSVPatternPair soft = decide(softPair, leastSoftAgreement, pair);
     const KSVVerdict& verdict = soft.verdict;
     if (verdict.kind != KSVVerdict::Kind::matched || std::abs(verdict.offset) <= onePlace || // bars, softened
         !isMuch(verdict.agreeing, verdict.contradicting))

@@ -14,6 +14,8 @@ namespace {
 /// Shifts within half a line of text of each other, one of so many of the screen's rows, share the letters' upright
 /// strokes: they are one place.
 constexpr std::int64_t strokesPerScreen = 100;
+/// No screen is so many times as high as wide; a picture that is shows some of them.
+constexpr std::int64_t tallestScreen = 4;
 
 /// A place with less than this part, in percent, of the agreement of one that holds is not examined: it neither beats
 /// it nor leaves it open.
@@ -22,7 +24,8 @@ constexpr std::int64_t negligible = 25;
 } // namespace
 
 std::int64_t strokeOf(const FramePair& pair) {
-    return std::min(pair.a().height, pair.b().height) / strokesPerScreen;
+    const std::int64_t height = std::min({pair.a().height, pair.b().height, tallestScreen * pair.a().width});
+    return height / strokesPerScreen;
 }
 
 Places examinePlaces(const FramePair& pair, std::int64_t leastAlike) {
