@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <utility>
 
 namespace orbelquist {
 
@@ -211,7 +212,7 @@ std::optional<Backdrop> backdropBehind(const Frame& a, const Frame& b, std::span
     const std::int64_t first = std::max(bar, furniture.topRows), last = height - std::max(bar, furniture.bottomRows);
     if (first >= last)
         return std::nullopt;
-    const BlockComparison unmoved({a, b, 0, first, last, {}, {}, {}, {}});
+    const BlockComparison unmoved({.a = a, .b = b, .first = first, .last = last});
     Backdrop backdrop;
     for (const Band& band : unmoved.bands())
         backdrop.blocks += band.count(Block::alike) + band.count(Block::lines);

@@ -8,15 +8,14 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 
 namespace orbelquist {
 
 namespace {
 
 constexpr std::int64_t leastBandRows = 6;
-/// So many pixels of a block add up exactly in 32 bits: a tall picture's bands are no higher than that.
-constexpr std::int64_t mostPixels = 65'536;
+/// A tall picture's bands are no higher than that.
+constexpr auto mostPixels = static_cast<std::int64_t>(mostPixelsAtOnce);
 
 /// A block carries information when its luma varies, or differs, by more square levels than this: what is fainter
 /// people hardly see. The frames' noise comes on top.

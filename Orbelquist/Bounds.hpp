@@ -8,7 +8,7 @@ namespace orbelquist {
 
 /// Bands of a sixth of the screen: what agrees in so many is more than a few lines that occur twice.
 inline constexpr std::int64_t manyBands = 16;
-/// Blocks of three or four lines.
+/// Blocks of three or four lines, and cells of one.
 inline constexpr std::int64_t fewLines = 100;
 
 /// Whether what was seen leaves no doubt but for other shifts that hold as well. Where nothing agrees nearly as much at

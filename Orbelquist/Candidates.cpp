@@ -6,6 +6,7 @@
 #include <functional>
 #include <iterator>
 #include <span>
+#include <utility>
 
 namespace orbelquist {
 
@@ -129,10 +130,10 @@ std::vector<Stretch> stretchesFurtherDown(const FramePair& pair, bool isInFirst,
     return stretches;
 }
 
-/// The best stretch of the place of one, both looked at in all rows.
+/// The best stretch uphill of one, shift by shift, all looked at in all rows.
 Stretch bestNearby(const FramePair& pair, Stretch best) {
     std::vector<RowAgreement> rows;
-    for (const std::int64_t step : {-1, 1}) // uphill
+    for (const std::int64_t step : {-1, 1})
         while (best.shift + step != 0) {
             const Stretch next = stretchAt(pair, best.shift + step, rows);
             if (next.score() <= best.score())

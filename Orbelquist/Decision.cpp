@@ -28,8 +28,8 @@ constexpr std::int64_t secondUncontradicted = 75;
 /// So does a place that is refused and has more than this part, in percent, at its best, where anything contradicts the
 /// best one or hardly anything this one: a page that repeats may be covered at its true place.
 constexpr std::int64_t secondRefused = 50;
-/// So does a page that nearly repeats: where other text contradicts the best place, another with more than this part,
-/// in percent, of its agreement, of which no more than that part is contradicted.
+/// So does a page that nearly repeats: where other text contradicts the best place, another with more than so many
+/// percent of its agreement, of which no more than so many percent are contradicted.
 constexpr std::int64_t secondOfRepeating = 75, contradictedOfRepeating = 40;
 /// Within a stroke's length the place whose pixels differ least is the one, if they differ by so many times as much at
 /// the others, or if these have less than this part, in percent, of its agreement.

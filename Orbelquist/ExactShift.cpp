@@ -39,7 +39,7 @@ PixelDifference pixelDifferences(const FramePair& pair, const Examination& stret
     const auto add = [&](std::int64_t row, std::size_t begin, std::size_t end) {
         count += end - begin;
         for (std::size_t columns; begin < end; begin += columns) {
-            columns = std::min(end - begin, mostSquaredDifferences);
+            columns = std::min(end - begin, mostPixelsAtOnce);
             sum += squaredDifference(pair.a().row(row + shift) + begin, pair.b().row(row) + begin, width, columns, 1);
         }
     };

@@ -44,8 +44,8 @@ enum class Pixel { background, stroke, unknown };
 Pixel pixelBefore(int photograph, int ground, int level, int other) {
     if (!isStroke(photograph, level) || !isStroke(ground, level))
         return Pixel::background;
-    const bool liesBetween = (level > photograph) != (other > photograph); // one of the two may be the photograph
-    return liesBetween && std::abs(level - photograph) < std::abs(other - photograph) ? Pixel::unknown : Pixel::stroke;
+    const bool isBetween = (level > photograph) != (other > photograph); // the photograph; one of them may be it
+    return isBetween && std::abs(level - photograph) < std::abs(other - photograph) ? Pixel::unknown : Pixel::stroke;
 }
 
 /// The pixels that both frames show alike: the photograph, as a rule.

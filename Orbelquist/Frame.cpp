@@ -6,6 +6,7 @@
 #include "Orbelquist/Kernels/RowSummary.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace orbelquist {
 

@@ -3,7 +3,7 @@
 #include "Platform/CoreImage/CIContext.hpp"
 
 #include <algorithm>
-#include <memory>
+#include <utility>
 
 namespace orbelquist {
 
@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::int64_t rowsAtATime = 16; // some 75 kB of a phone's screenshot: they stay in the cache
 
-/// Of a picture that may be matched. Each row costs 328 bytes besides its pixels, however few these are.
-constexpr std::int64_t mostRows = 1 << 19;
+/// No picture that is higher or wider is matched. Each row costs 328 bytes besides its pixels, however few these are.
+constexpr std::int64_t longestSide = 1 << 19;
 
 std::optional<platform::CGImage> bitmapOf(const platform::UIImage& image) {
     if (image.cgImage())
@@ -28,7 +28,7 @@ std::optional<Frame> readFrame(KSVLazyImage& lazy) {
     lazy.loadImage([&](std::optional<platform::UIImage> image) { loaded = std::move(image); });
     const auto image = loaded ? bitmapOf(*loaded) : std::nullopt;
     auto reader = image ? image->reader().value_or(nullptr) : nullptr;
-    if (!reader || image->height() > mostRows)
+    if (!reader || std::max(image->width(), image->height()) > longestSide)
         return std::nullopt;
 
     FrameBuilder builder(image->width(), image->height());

@@ -41,7 +41,8 @@ struct Tiles {
     std::vector<Sum> sums;
 };
 
-/// What the pixels of each tile add up to that count beside the level around them, one a column and row of tiles.
+/// What those pixels of each tile add up to that count, as counts(level, level around it) tells. `around` has one level
+/// a column of each row of tiles.
 template <class Counts>
 Tiles sumsOf(const Frame& frame, const std::uint8_t* around, Counts counts) {
     Tiles tiles(frame);

@@ -27,7 +27,7 @@ struct KSVVerdict {
     std::int64_t rows = 0;          ///< over which the page is seen to lie there
     std::int64_t agreeing = 0;      ///< blocks of content that are alike there
     std::int64_t contradicting = 0; ///< blocks that are not, bars left out
-    std::int64_t runnerUp = 0;      ///< blocks alike at the runner-up, less those that are not
+    std::int64_t runnerUp = 0;      ///< blocks alike at the runner-up, less thrice those that are not, and bars
     std::int64_t topBar = 0, bottomBar = 0; ///< rows of the screen that stand still
 
     bool valid() const { return kind == Kind::matched || kind == Kind::byNeighbours || kind == Kind::sameView; }

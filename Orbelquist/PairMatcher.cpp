@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace orbelquist {

@@ -120,7 +120,7 @@ struct Stretch {
     std::int64_t agreeing = 0;        ///< cells
     std::int64_t contradicting = 0;   ///< cells
     std::int64_t overall = 0;         ///< contradicting cells of the whole overlap
-    std::int64_t step = 1;            ///< of the rows that hold anything one of so many was looked at
+    std::int64_t step = 1;            ///< of the rows that hold anything, one of so many was looked at and counted
 
     std::int64_t score() const { return agreeing - 2 * contradicting; }
 };

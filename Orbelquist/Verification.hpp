@@ -19,9 +19,9 @@ struct Examination {
     std::int64_t pageRows = 0;        ///< its rows without those of bars
 
     std::int64_t agreeing = 0;      ///< blocks of the stretch
-    std::int64_t upright = 0;       ///< of these, the sides of cards and the like, which tell no row
-    std::int64_t certain = 0;       ///< of these, the page for certain and not a picture behind it
-    std::int64_t agreeingBands = 0; ///< bands with such blocks
+    std::int64_t upright = 0;       ///< of those that agree, the sides of cards and the like, which tell no row
+    std::int64_t certain = 0;       ///< of those that agree, the page for certain and not a picture behind it
+    std::int64_t agreeingBands = 0; ///< bands in which any agree
     std::int64_t unclear = 0;       ///< blocks of the stretch that are neither alike nor not
 
     /// Blocks that contradict: with other shapes on the same ground, or with something else altogether.

@@ -14,7 +14,7 @@ struct PixelSums {
     bool operator==(const PixelSums&) const = default;
 };
 
-/// Adds `rows` rows of `columns` pixels, each row `stride` bytes after the one before in both frames. At most 65,536
+/// Adds `rows` rows of `columns` pixels, each row `stride` bytes after the one before in both frames. At most 32,768
 /// pixels at a time.
 void addPixels(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride, std::size_t columns, std::size_t rows,
                PixelSums& sums);

@@ -14,7 +14,7 @@ struct ScreenSums {
     bool operator==(const ScreenSums&) const = default;
 };
 
-/// Of `rows` rows of `columns` pixels, each row `stride` bytes after the one before in all three. At most 65,536
+/// Of `rows` rows of `columns` pixels, each row `stride` bytes after the one before in all three. At most 32,768
 /// pixels.
 ScreenSums screenSums(const std::uint8_t* x, const std::uint8_t* s, const std::uint8_t* p, std::size_t stride,
                       std::size_t columns, std::size_t rows);

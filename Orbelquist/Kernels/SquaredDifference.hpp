@@ -5,11 +5,11 @@
 
 namespace orbelquist {
 
-/// So many add up in 32 bits.
-inline constexpr std::size_t mostSquaredDifferences = 65'536;
+/// The squares of so many pixels add up in 31 bits.
+inline constexpr std::size_t mostPixelsAtOnce = 32'768;
 
 /// The squared differences of the pixels of two frames, added up: `rows` rows of `columns` pixels, each row `stride`
-/// bytes after the one before in both. At most `mostSquaredDifferences` pixels.
+/// bytes after the one before in both. At most `mostPixelsAtOnce` pixels.
 std::uint64_t squaredDifference(const std::uint8_t* a, const std::uint8_t* b, std::size_t stride, std::size_t columns,
                                 std::size_t rows);
 

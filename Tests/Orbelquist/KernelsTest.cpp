@@ -132,6 +132,21 @@ TEST(Kernels, PixelsAddUpAsThePlainOnesDo) {
     });
 }
 
+TEST(Kernels, SumsAreExactUpToTheirLimit) {
+    onEverySet([] {
+        constexpr std::size_t columns = 128, rows = mostPixelsAtOnce / columns, all = mostPixelsAtOnce;
+        const std::vector<std::uint8_t> black(all, 0), white(all, 255);
+        constexpr std::uint64_t sum = 255 * all, squares = 255 * sum;
+        EXPECT_EQ(squaredDifference(black.data(), white.data(), columns, columns, rows), squares);
+        EXPECT_EQ(squaredDifference(white.data(), black.data(), all, all, 1), squares);
+        PixelSums sums;
+        addPixels(white.data(), black.data(), columns, columns, rows, sums);
+        EXPECT_EQ(sums, (PixelSums{.a = sum, .aa = squares, .difference = squares, .count = all}));
+        const ScreenSums screen = screenSums(white.data(), white.data(), black.data(), columns, columns, rows);
+        EXPECT_EQ(screen, (ScreenSums{.x = sum, .s = sum, .xx = squares, .ss = squares, .xs = squares}));
+    });
+}
+
 TEST(Kernels, RowsAreSummarizedAsByThePlainOnes) {
     onEverySet([] {
         std::mt19937 random(4);

@@ -272,6 +272,25 @@ TEST(KSVPatternMaker, IsExactInPaleContentBesideABar) {
         EXPECT_EQ(offsetOf(match({taken(0), taken(down)})[0]), "+" + std::to_string(down));
 }
 
+TEST(KSVPatternMaker, TakesPicturesOfAnySize) {
+    const Page page(17);
+    for (const std::int64_t wide : {1, 31, 63, 65}) {
+        const auto part = [&](std::int64_t top, std::int64_t rows) {
+            return platform::imageOf(wide, rows,
+                                     [&](auto x, auto y) { return page.luma(x, y + top) * 0x1010100u | 255u; });
+        };
+        for (const std::int64_t rows : {1, 11, 12, 13, 320, 640})
+            for (const std::int64_t otherRows : {1, 12, 400, 640}) {
+                const std::string offset = offsetOf(match({part(0, rows), part(200, otherRows)})[0]);
+                const bool isEnough = wide >= 63 && rows == 640 && otherRows >= 400;
+                EXPECT_TRUE(offset == "+200" || (!isEnough && offset == "x"))
+                    << wide << " x " << rows << " and " << otherRows << ": " << offset;
+            }
+    }
+    const CGImage thread = platform::imageOf(1, (1 << 19) + 1, [](auto, auto) { return 255u; });
+    EXPECT_EQ(match({thread, thread})[0].verdict.kind, KSVVerdict::Kind::unreadable);
+}
+
 TEST(KSVPatternMaker, SaysWhyItDoesNotJoin) {
     const Page verses(12), others(13), refrain(14), lines(5, 60);
     // Eight lines of refrain, between other verses: at the end of the first screen, at the start of the second.
@@ -280,6 +299,12 @@ TEST(KSVPatternMaker, SaysWhyItDoesNotJoin) {
             return y >= from && y < from + 160 ? refrain.luma(x, y - from) : verse.luma(x, y - from);
         });
     };
+    // Twice on the first screen, and at the start of the second.
+    const CGImage twice = screen([&](auto x, auto y) {
+        return (y < 100 ? verses : y < 260 || y >= 480 ? refrain : verses).luma(x, y < 260 ? y - 100 : y - 480);
+    });
+    const CGImage narrower =
+        platform::imageOf(200, height, [&](auto x, auto y) { return verses.luma(x, y) * 0x1010100u | 255u; });
     using Kind = KSVVerdict::Kind;
     struct Case {
         Kind kind;
@@ -291,6 +316,8 @@ TEST(KSVPatternMaker, SaysWhyItDoesNotJoin) {
              {Kind::unpinnedView, shot(lines, 0), shot(lines, 0)},
              {Kind::open, shot(lines, 0), shot(lines, 25)},
              {Kind::sameView, shot(verses, 0), shot(verses, 0)},
+             {Kind::repeated, twice, song(others, 0)},
+             {Kind::otherWidth, shot(verses, 0), narrower},
              {Kind::matched, shot(verses, 0), shot(verses, 100)},
              {Kind::unreadable, shot(verses, 0), std::nullopt},
          }) {
