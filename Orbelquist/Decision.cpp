@@ -26,7 +26,8 @@ constexpr std::int64_t secondAtItsBest = 70, secondToDoubtful = 50, doubtfulShar
 /// Or when nothing contradicts it and its evidence is more than this part, in percent, of the best's.
 constexpr std::int64_t secondUncontradicted = 75;
 /// So does a place that is refused and has more than this part, in percent, at its best, where anything contradicts the
-/// best one or hardly anything this one: a page that repeats may be covered at its true place.
+/// best one, bars hide more than agrees there, or hardly anything contradicts this one: a page that repeats may be
+/// covered at its true place.
 constexpr std::int64_t secondRefused = 50;
 /// So does a page that nearly repeats: where other text contradicts the best place, another with more than so many
 /// percent of its agreement, of which no more than so many percent are contradicted.
@@ -115,7 +116,7 @@ KSVPatternPair decide(const FramePair& pair, std::int64_t leastAlike, const Fram
         if (isToldFrom(*exact, other))
             return false;
         return other.atBest() > exact->evidence() ||
-               ((exact->against() > 0 || isHardlyContradicted(other.agreeing, other.against())) &&
+               ((exact->against() > 0 || exact->net() <= 0 || isHardlyContradicted(other.agreeing, other.against())) &&
                 !isWithinStroke(other) && other.atBest() * 100 > exact->atBest() * secondRefused) ||
                (other.against() == 0 && !isWithinStroke(other) && isRival(other));
     };
