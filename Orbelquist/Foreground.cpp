@@ -26,7 +26,7 @@ constexpr int strokeStep = 16;
 /// A cell of a row is unknown where one of so many of its pixels are.
 constexpr int unknownInCell = 4;
 
-/// Their levels add up in 32 bits.
+/// Of a frame's pixels, no more: their levels add up in 32 bits, and their sums take 8 bytes each.
 constexpr std::int64_t mostPixels = 1 << 24;
 
 bool isStroke(int ground, int level) {
@@ -201,11 +201,13 @@ std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint
     return foreground;
 }
 
-Foreground strokesOf(const Frame& a, const Frame& b) {
+std::optional<Foreground> strokesOf(const Frame& a, const Frame& b) {
+    if (a.width * std::max(a.height, b.height) > mostPixels)
+        return std::nullopt;
     const auto noneUnknown = [](const Frame& frame) {
         return std::vector<CellMask>(static_cast<std::size_t>(frame.height));
     };
-    return {.a = strokesOf(a), .b = strokesOf(b), .unknownInA = noneUnknown(a), .unknownInB = noneUnknown(b)};
+    return Foreground{.a = strokesOf(a), .b = strokesOf(b), .unknownInA = noneUnknown(a), .unknownInB = noneUnknown(b)};
 }
 
 } // namespace orbelquist

@@ -20,7 +20,8 @@ struct Foreground {
 /// within `tolerance` are equal.
 std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint8_t tolerance);
 
-/// Of any two frames, each by itself: the strokes on the ground around them. None is unknown.
-Foreground strokesOf(const Frame& a, const Frame& b);
+/// Of two frames, each by itself: the strokes on the ground around them. None is unknown. Nothing of frames of more than
+/// 16 megapixels.
+std::optional<Foreground> strokesOf(const Frame& a, const Frame& b);
 
 } // namespace orbelquist

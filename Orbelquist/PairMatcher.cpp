@@ -127,8 +127,10 @@ std::optional<KSVPatternPair> matchSoftened(const FramePair& pair) {
 /// picture behind the page that moves by less than the page. Where the best stretch of rows is not sure, no other place
 /// is looked at.
 std::optional<KSVPatternPair> matchOnAnyGround(const FramePair& pair) {
-    const Foreground foreground = strokesOf(pair.a(), pair.b());
-    const FramePair strokes = pair.withForeground(foreground);
+    const auto foreground = strokesOf(pair.a(), pair.b());
+    if (!foreground)
+        return std::nullopt;
+    const FramePair strokes = pair.withForeground(*foreground);
     const auto e = bestPlaceOf(strokes);
     auto answer = e && isSureOnAnyGround(*e) ? matchStrokes(strokes, pair) : std::nullopt;
     return answer && std::abs(answer->verdict.offset - e->shift) <= onePlace ? answer : std::nullopt;
