@@ -20,8 +20,8 @@ struct Foreground {
 /// within `tolerance` are equal.
 std::optional<Foreground> foregroundOf(const Frame& a, const Frame& b, std::uint8_t tolerance);
 
-/// Of two frames, each by itself: the strokes on the ground around them. None is unknown. Nothing of frames of more than
-/// 16 megapixels.
+/// Of two frames, each by itself: the strokes on the ground around them. None is unknown. Nothing of frames of more
+/// than 16 megapixels.
 std::optional<Foreground> strokesOf(const Frame& a, const Frame& b);
 
 } // namespace orbelquist
